@@ -1,0 +1,95 @@
+#include "app/content_view.h"
+
+#include "app/sidebar.h"
+#include "app/tool_view_factory.h"
+#include "text/sidebar_summary.h"
+#include "ui/color_scheme.h"
+#include "ui/premium_backdrop.h"
+
+#include <QHBoxLayout>
+#include <QPainter>
+#include <QScrollArea>
+
+namespace quorlen {
+namespace {
+
+class Divider : public QWidget {
+public:
+    explicit Divider(QWidget* parent) : QWidget(parent) { setFixedWidth(1); }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.fillRect(rect(), currentColors().border);
+    }
+};
+
+} // namespace
+
+ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
+    : QWidget(parent), m_selectedToolID(restoredToolID) {
+    setObjectName(QStringLiteral("contentView"));
+    setMinimumSize(kMinimumSize);
+
+    m_backdrop = new PremiumBackdrop(this);
+
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(0);
+    m_sidebar = new Sidebar(this);
+    row->addWidget(m_sidebar);
+    row->addWidget(new Divider(this));
+
+    m_detail = new QScrollArea(this);
+    m_detail->setObjectName(QStringLiteral("detailArea"));
+    m_detail->setFrameShape(QFrame::NoFrame);
+    m_detail->setWidgetResizable(true);
+    m_detail->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_detail->setStyleSheet(QStringLiteral("QScrollArea, QScrollArea > QWidget > QWidget "
+                                           "{ background: transparent; }"));
+    row->addWidget(m_detail, 1);
+    m_backdrop->lower();
+
+    connect(m_sidebar, &Sidebar::toolClicked, this, &ContentView::selectTool);
+    connect(&m_state, &CalculatorState::bpmChanged, this, &ContentView::updateSummary);
+    connect(&m_state, &CalculatorState::a4Changed, this, &ContentView::updateSummary);
+    updateSummary();
+    showSelectedTool();
+}
+
+CalculatorTool ContentView::shownTool() const {
+    return toolFromRawValue(m_selectedToolID).value_or(CalculatorTool::bpm);
+}
+
+void ContentView::selectTool(CalculatorTool tool) {
+    const QString rawValue = QString::fromLatin1(toolInfo(tool).rawValue);
+    if (rawValue != m_selectedToolID) {
+        m_selectedToolID = rawValue;
+        showSelectedTool();
+        emit selectedToolChanged(rawValue);
+    }
+    emit toolRowClicked(tool);
+}
+
+void ContentView::showSelectedTool() {
+    const CalculatorTool tool = shownTool();
+    m_sidebar->setSelectedTool(tool);
+    // A fresh screen each time: tool screens keep their own transient state
+    // (taps, running players) only while they are shown.
+    if (QWidget* old = m_detail->takeWidget())
+        old->deleteLater();
+    m_toolView = createToolView(tool, m_state);
+    m_detail->setWidget(m_toolView);
+}
+
+void ContentView::updateSummary() {
+    m_sidebar->setSummary(
+        QString::fromStdString(text::sidebarSummary(m_state.a4(), m_state.bpm())));
+}
+
+void ContentView::resizeEvent(QResizeEvent* event) {
+    m_backdrop->setGeometry(rect());
+    QWidget::resizeEvent(event);
+}
+
+} // namespace quorlen

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "app/calculator_state.h"
+#include "app/calculator_tool.h"
+
+#include <QWidget>
+
+class QScrollArea;
+
+namespace quorlen {
+
+class PremiumBackdrop;
+class Sidebar;
+
+// The window's root: backdrop, sidebar, divider and the selected tool's
+// screen. It owns the window's one CalculatorState and routes between tools;
+// it does no tool's work.
+class ContentView : public QWidget {
+    Q_OBJECT
+public:
+    static constexpr QSize kMinimumSize{900, 680};
+
+    // `restoredToolID` is the stored selection; one that names no tool shows
+    // the tempo tool.
+    explicit ContentView(const QString& restoredToolID, QWidget* parent = nullptr);
+
+    CalculatorState& state() { return m_state; }
+    QString selectedToolID() const { return m_selectedToolID; }
+    CalculatorTool shownTool() const;
+    Sidebar* sidebar() const { return m_sidebar; }
+    QWidget* toolView() const { return m_toolView; }
+
+    // What a click on a sidebar row does: select the tool (a click on the
+    // selected row changes nothing), then report the click.
+    void selectTool(CalculatorTool tool);
+
+signals:
+    void selectedToolChanged(const QString& rawValue);
+    void toolRowClicked(quorlen::CalculatorTool tool);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void showSelectedTool();
+    void updateSummary();
+
+    CalculatorState m_state;
+    QString m_selectedToolID;
+    PremiumBackdrop* m_backdrop;
+    Sidebar* m_sidebar;
+    QScrollArea* m_detail;
+    QWidget* m_toolView = nullptr;
+};
+
+} // namespace quorlen

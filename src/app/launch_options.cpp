@@ -1,0 +1,66 @@
+#include "app/launch_options.h"
+
+#include "app/calculator_tool.h"
+
+#include <QRegularExpression>
+
+namespace quorlen {
+
+QString launchUsage() {
+    return QStringLiteral(
+        "usage: quorlen-calculator [--screenshot FILE.png [--tool ID] [--scheme light|dark]\n"
+        "                          [--size WxH]]\n"
+        "  --screenshot FILE.png  render the window offscreen to FILE.png and exit\n"
+        "  --tool ID              bpm, rhythm, space, frequency, temperament, overtones,\n"
+        "                         harmony (default: the stored selection)\n"
+        "  --scheme light|dark    colour scheme of the screenshot (default: as the app)\n"
+        "  --size WxH             window size (default 960x720, at least 900x680)\n");
+}
+
+std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& arguments) {
+    LaunchOptions options;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        const auto value = [&]() -> std::optional<QString> {
+            if (i + 1 >= arguments.size())
+                return std::nullopt;
+            return arguments[++i];
+        };
+        if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
+            options.help = true;
+        } else if (argument == QLatin1String("--startup-probe")) {
+            options.startupProbe = true;
+        } else if (argument == QLatin1String("--screenshot")) {
+            options.screenshotPath = value();
+            if (!options.screenshotPath || options.screenshotPath->isEmpty())
+                return LaunchError{QStringLiteral("--screenshot needs a file name")};
+        } else if (argument == QLatin1String("--tool")) {
+            options.tool = value();
+            if (!options.tool || !toolFromRawValue(*options.tool))
+                return LaunchError{QStringLiteral("--tool needs one of bpm, rhythm, space, "
+                                                  "frequency, temperament, overtones, harmony")};
+        } else if (argument == QLatin1String("--scheme")) {
+            const auto scheme = value();
+            if (scheme == QLatin1String("light"))
+                options.scheme = ColorScheme::Light;
+            else if (scheme == QLatin1String("dark"))
+                options.scheme = ColorScheme::Dark;
+            else
+                return LaunchError{QStringLiteral("--scheme needs light or dark")};
+        } else if (argument == QLatin1String("--size")) {
+            static const QRegularExpression pattern(QStringLiteral("^(\\d{1,5})x(\\d{1,5})$"));
+            const auto match = pattern.match(value().value_or(QString()));
+            if (!match.hasMatch())
+                return LaunchError{QStringLiteral("--size needs WIDTHxHEIGHT, such as 960x720")};
+            options.size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
+        } else {
+            return LaunchError{QStringLiteral("unknown option '%1'").arg(argument)};
+        }
+    }
+    const bool screenshotOnly = options.tool || options.scheme || options.size;
+    if (screenshotOnly && !options.screenshotPath)
+        return LaunchError{QStringLiteral("--tool, --scheme and --size go with --screenshot")};
+    return options;
+}
+
+} // namespace quorlen

@@ -1,0 +1,82 @@
+#include "app/appearance.h"
+#include "app/content_view.h"
+#include "app/launch_options.h"
+#include "app/main_window.h"
+#include "app/startup_probe.h"
+#include "quorlen/version.h"
+#include "ui/fonts.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QTextStream>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using namespace quorlen;
+
+int saveScreenshot(MainWindow& window, const LaunchOptions& options) {
+    window.resize(options.size.value_or(MainWindow::kDefaultSize));
+    if (options.tool)
+        window.content()->selectTool(*toolFromRawValue(*options.tool));
+    window.show();
+    QApplication::processEvents();
+    const QImage image = window.grab().toImage();
+    if (!image.save(*options.screenshotPath, "PNG")) {
+        std::fprintf(stderr, "quorlen-calculator: cannot write %s\n",
+                     qPrintable(*options.screenshotPath));
+        return 1;
+    }
+    return 0;
+}
+
+bool wantsScreenshot(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--screenshot") == 0)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const long long mainStartNs = monotonicNowNs();
+    // A screenshot needs no display; without one Qt would abort.
+    if (wantsScreenshot(argc, argv))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("quorlen"));
+    QApplication::setApplicationName(QStringLiteral("calculator"));
+    QApplication::setApplicationVersion(QString::fromLatin1(kVersion));
+    QApplication::setFont(uiFont(13));
+
+    const auto parsed = parseLaunchOptions(QApplication::arguments().mid(1));
+    if (const auto* error = std::get_if<LaunchError>(&parsed)) {
+        std::fprintf(stderr, "quorlen-calculator: %s\n%s", qPrintable(error->reason),
+                     qPrintable(launchUsage()));
+        return 2;
+    }
+    const LaunchOptions& options = std::get<LaunchOptions>(parsed);
+    if (options.help) {
+        std::fputs(qPrintable(launchUsage()), stdout);
+        return 0;
+    }
+
+    AppearanceController appearance;
+    if (options.scheme)
+        appearance.forceScheme(*options.scheme);
+
+    const bool screenshot = options.screenshotPath.has_value();
+    MainWindow window(appearance, !screenshot);
+    if (screenshot)
+        return saveScreenshot(window, options);
+
+    if (options.startupProbe)
+        installStartupProbe(&window, mainStartNs);
+    window.show();
+    return QApplication::exec();
+}

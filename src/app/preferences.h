@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QSettings>
+#include <QString>
+
+namespace quorlen {
+
+enum class AppearanceChoice { system, light, dark };
+
+// Everything the app keeps between launches, in one QSettings store
+// (organisation "quorlen", application "calculator": on Linux
+// ~/.config/quorlen/calculator.conf). The main window's restored state sits
+// in the "MainWindow" group, since Linux desktops restore no window state.
+class Preferences {
+public:
+    Preferences();
+
+    bool statsOptOut() const;
+    void setStatsOptOut(bool optOut);
+
+    // The raw value of the selected tool; "bpm" when none was stored.
+    QString selectedCalculatorTool() const;
+    void setSelectedCalculatorTool(const QString& rawValue);
+
+    AppearanceChoice appearance() const;
+    void setAppearance(AppearanceChoice choice);
+
+private:
+    mutable QSettings m_settings;
+};
+
+} // namespace quorlen

@@ -1,0 +1,66 @@
+#include "cli/command_line.h"
+
+#include "quorlen/version.h"
+
+#include <array>
+#include <ostream>
+#include <string>
+
+namespace quorlen::cli {
+namespace {
+
+struct Command {
+    std::string_view name;
+    std::string_view synopsis;
+    std::string_view summary;
+    int (*run)(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
+};
+
+// Calculators register here as they gain a command.
+constexpr std::array<Command, 0> kCommands{};
+
+void printUsage(std::ostream& stream) {
+    stream << "usage: quorlen <command> [arguments]\n"
+              "       quorlen --help | --version\n"
+              "\n"
+              "The calculators of Quorlen Calculator, for scripts and terminals.\n";
+    if (kCommands.empty()) {
+        stream << "\nNo calculator commands are built into this version yet.\n";
+        return;
+    }
+    stream << "\ncommands:\n";
+    for (const Command& command : kCommands)
+        stream << "  " << command.synopsis << "\n      " << command.summary << '\n';
+}
+
+int refuse(std::ostream& err, const std::string& reason) {
+    err << "quorlen: " << reason << '\n';
+    printUsage(err);
+    return kExitUsage;
+}
+
+} // namespace
+
+int runCommandLine(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+    if (args.empty())
+        return refuse(err, "no command given");
+
+    const std::string_view first = args.front();
+    if (first == "--help" || first == "-h" || first == "help") {
+        printUsage(out);
+        return kExitOk;
+    }
+    if (first == "--version" || first == "-V") {
+        out << "quorlen " << kVersion << '\n';
+        return kExitOk;
+    }
+    for (const Command& command : kCommands) {
+        if (command.name == first)
+            return command.run(args.subspan(1), out, err);
+    }
+    if (first.starts_with('-'))
+        return refuse(err, "unknown option '" + std::string(first) + "'");
+    return refuse(err, "unknown command '" + std::string(first) + "'");
+}
+
+} // namespace quorlen::cli

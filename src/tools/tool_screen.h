@@ -1,0 +1,29 @@
+#pragma once
+
+#include "ui/tool_header.h"
+
+#include <QWidget>
+
+class QVBoxLayout;
+
+namespace quorlen {
+
+// The frame of every tool screen: the tool header on top, then the tool's
+// sections in a column with even spacing.
+class ToolScreen : public QWidget {
+    Q_OBJECT
+public:
+    ToolScreen(const QString& eyebrow, const QString& title, const QString& symbol,
+               const QColor& accent, QWidget* parent = nullptr);
+
+    ToolHeader* header() const { return m_header; }
+    QColor accent() const { return m_accent; }
+    void addSection(QWidget* section);
+
+private:
+    ToolHeader* m_header;
+    QVBoxLayout* m_column;
+    QColor m_accent;
+};
+
+} // namespace quorlen

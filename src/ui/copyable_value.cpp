@@ -1,0 +1,85 @@
+#include "ui/copyable_value.h"
+
+#include "ui/color_scheme.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QPainter>
+
+namespace quorlen {
+
+CopyableValue::CopyableValue(QWidget* parent) : QAbstractButton(parent) {
+    setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::NoFocus);
+    m_resetTimer.setSingleShot(true);
+    m_resetTimer.setInterval(kCopiedMs);
+    connect(&m_resetTimer, &QTimer::timeout, this, [this] { setCopied(false); });
+    connect(this, &QAbstractButton::clicked, this, &CopyableValue::copy);
+}
+
+void CopyableValue::setCopyText(const QString& text) {
+    m_copyText = text;
+    setToolTip(QStringLiteral("Copy ") + text);
+}
+
+void CopyableValue::copy() {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    clipboard->clear();
+    clipboard->setText(m_copyText);
+    setCopied(true);
+    // start() on a running timer restarts it: the state lasts 0.8 s from the
+    // latest click.
+    m_resetTimer.start();
+}
+
+void CopyableValue::setCopied(bool copied) {
+    if (copied == m_copied)
+        return;
+    m_copied = copied;
+    update();
+    emit copiedChanged(copied);
+}
+
+void CopyableValue::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintLabel(painter, m_copied);
+}
+
+CopyableText::CopyableText(QWidget* parent) : CopyableValue(parent) {}
+
+void CopyableText::setValue(const QString& display, const QString& copy) {
+    setCopyText(copy.isEmpty() ? display : copy);
+    if (display == m_display)
+        return;
+    m_display = display;
+    updateGeometry();
+    update();
+}
+
+void CopyableText::setColor(const QColor& color) {
+    m_color = color;
+    update();
+}
+
+void CopyableText::setAlignment(Qt::Alignment alignment) {
+    m_alignment = alignment;
+    update();
+}
+
+QSize CopyableText::sizeHint() const {
+    const QFontMetrics metrics(font());
+    const int width = qMax(metrics.horizontalAdvance(m_display),
+                           metrics.horizontalAdvance(QStringLiteral("Copied")));
+    return QSize(width + 4, metrics.height() + 4);
+}
+
+void CopyableText::paintLabel(QPainter& painter, bool copied) {
+    painter.setFont(font());
+    painter.setPen(copied ? QuorlenTheme::saffron()
+                          : (m_color.isValid() ? m_color : currentColors().primaryText));
+    painter.drawText(rect(), static_cast<int>(m_alignment),
+                     copied ? QStringLiteral("Copied") : m_display);
+}
+
+} // namespace quorlen
