@@ -2,9 +2,9 @@
 
 #include "quorlen/version.h"
 
-#include <array>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace quorlen::cli {
 namespace {
@@ -16,8 +16,9 @@ struct Command {
     int (*run)(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
 };
 
-// Calculators register here as they gain a command.
-constexpr std::array<Command, 0> kCommands{};
+// Calculators register here as they gain a command, each with its own
+// source file in this folder.
+const std::vector<Command> kCommands = {};
 
 void printUsage(std::ostream& stream) {
     stream << "usage: quorlen <command> [arguments]\n"
