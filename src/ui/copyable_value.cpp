@@ -12,6 +12,7 @@ CopyableValue::CopyableValue(QWidget* parent) : QAbstractButton(parent) {
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::NoFocus);
     m_resetTimer.setSingleShot(true);
+    m_resetTimer.setTimerType(Qt::PreciseTimer);
     m_resetTimer.setInterval(kCopiedMs);
     connect(&m_resetTimer, &QTimer::timeout, this, [this] { setCopied(false); });
     connect(this, &QAbstractButton::clicked, this, &CopyableValue::copy);

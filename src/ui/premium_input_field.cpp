@@ -5,7 +5,7 @@
 #include "ui/fonts.h"
 #include "ui/outside_click_focus_monitor.h"
 
-#include <QEvent>
+#include <QFocusEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -95,10 +95,15 @@ void PremiumInputField::setFocused(bool focused) {
 }
 
 bool PremiumInputField::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_edit && event->type() == QEvent::FocusIn)
+    if (watched == m_edit && event->type() == QEvent::FocusIn) {
         updateFocus(true);
-    else if (watched == m_edit && event->type() == QEvent::FocusOut)
-        updateFocus(false);
+    } else if (watched == m_edit && event->type() == QEvent::FocusOut) {
+        // Another window or a popup taking the keyboard does not end
+        // editing; the field gets its focus back when the window does.
+        const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+            updateFocus(false);
+    }
     return QWidget::eventFilter(watched, event);
 }
 

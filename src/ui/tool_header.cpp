@@ -17,6 +17,7 @@ public:
         setFont(uiFont(34, QFont::DemiBold));
         setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
         setMinimumHeight(fontMetrics().height());
+        setAccessibleName(text);
     }
     QSize sizeHint() const override {
         return QSize(fontMetrics().horizontalAdvance(m_text), fontMetrics().height());

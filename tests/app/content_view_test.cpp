@@ -1,0 +1,106 @@
+#include "app/appearance.h"
+#include "app/content_view.h"
+#include "app/main_window.h"
+#include "app/preferences.h"
+#include "app/sidebar.h"
+#include "app/sidebar_tool_row.h"
+#include "ui/formula_strip.h"
+#include "ui/tool_header.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace quorlen {
+namespace {
+
+QString shownTitle(const ContentView& view) {
+    auto* title = view.toolView()->findChild<QWidget*>(QStringLiteral("toolTitle"));
+    return title ? title->accessibleName() : QString();
+}
+
+std::vector<CalculatorTool> selectedRows(const ContentView& view) {
+    std::vector<CalculatorTool> selected;
+    for (const ToolInfo& info : allTools()) {
+        if (view.sidebar()->row(info.tool)->isSelected())
+            selected.push_back(info.tool);
+    }
+    return selected;
+}
+
+TEST(ContentView, FirstStartShowsTheTempoToolAndTheDefaultSummary) {
+    ContentView view(QStringLiteral("bpm"));
+    EXPECT_EQ(view.shownTool(), CalculatorTool::bpm);
+    EXPECT_EQ(selectedRows(view), std::vector{CalculatorTool::bpm});
+    EXPECT_EQ(view.sidebar()->summaryStrip()->text(),
+              QStringLiteral("A4 = 440 Hz\n120 BPM = 500 ms"));
+}
+
+TEST(ContentView, RestoresTheStoredToolAndFallsBackToTempo) {
+    ContentView pitch(QStringLiteral("frequency"));
+    EXPECT_EQ(pitch.shownTool(), CalculatorTool::frequency);
+    EXPECT_EQ(selectedRows(pitch), std::vector{CalculatorTool::frequency});
+    EXPECT_EQ(shownTitle(pitch), QStringLiteral("Note Frequencies"));
+
+    for (const char* unknown : {"", "metronome", "BPM", "harmony "}) {
+        ContentView view(QString::fromLatin1(unknown));
+        EXPECT_EQ(view.shownTool(), CalculatorTool::bpm) << unknown;
+        EXPECT_EQ(selectedRows(view), std::vector{CalculatorTool::bpm}) << unknown;
+        EXPECT_EQ(shownTitle(view), QStringLiteral("BPM to Milliseconds")) << unknown;
+    }
+}
+
+TEST(ContentView, RowClicksSelectOnceAndAreAllReported) {
+    ContentView view(QStringLiteral("bpm"));
+    view.show();
+    QSignalSpy selected(&view, &ContentView::selectedToolChanged);
+    QSignalSpy clicked(&view, &ContentView::toolRowClicked);
+
+    QTest::mouseClick(view.sidebar()->row(CalculatorTool::harmony), Qt::LeftButton);
+    EXPECT_EQ(view.shownTool(), CalculatorTool::harmony);
+    EXPECT_EQ(view.selectedToolID(), QStringLiteral("harmony"));
+    EXPECT_EQ(selectedRows(view), std::vector{CalculatorTool::harmony});
+    EXPECT_NE(view.toolView()->findChild<ToolHeader*>(), nullptr);
+
+    QWidget* screen = view.toolView();
+    QTest::mouseClick(view.sidebar()->row(CalculatorTool::harmony), Qt::LeftButton);
+    EXPECT_EQ(view.toolView(), screen) << "the selected row's click changes nothing";
+    EXPECT_EQ(selected.count(), 1);
+    EXPECT_EQ(clicked.count(), 2);
+}
+
+TEST(ContentView, SummaryFollowsTempoAndPitch) {
+    ContentView view(QStringLiteral("bpm"));
+    view.state().setBpm(98.5);
+    EXPECT_EQ(view.sidebar()->summaryStrip()->text(),
+              QStringLiteral("A4 = 440 Hz\n98.5 BPM = 609.1 ms"));
+    view.state().setA4(432);
+    EXPECT_EQ(view.sidebar()->summaryStrip()->text(),
+              QStringLiteral("A4 = 432 Hz\n98.5 BPM = 609.1 ms"));
+}
+
+TEST(MainWindow, KeepsTheSelectionForTheNextLaunch) {
+    Preferences().setSelectedCalculatorTool(QStringLiteral("bpm"));
+    AppearanceController appearance;
+    {
+        MainWindow window(appearance);
+        EXPECT_EQ(window.windowTitle(), QStringLiteral("Quorlen Calculator"));
+        EXPECT_EQ(window.size(), MainWindow::kDefaultSize);
+        EXPECT_EQ(window.centralWidget()->minimumSize(), QSize(900, 680));
+        window.show();
+        QTest::mouseClick(window.content()->sidebar()->row(CalculatorTool::overtones),
+                          Qt::LeftButton);
+    }
+    EXPECT_EQ(Preferences().selectedCalculatorTool(), QStringLiteral("overtones"));
+    MainWindow reopened(appearance);
+    EXPECT_EQ(reopened.content()->shownTool(), CalculatorTool::overtones);
+
+    // A screenshot window leaves the stored choice alone.
+    MainWindow screenshot(appearance, false);
+    screenshot.content()->selectTool(CalculatorTool::space);
+    EXPECT_EQ(Preferences().selectedCalculatorTool(), QStringLiteral("overtones"));
+}
+
+} // namespace
+} // namespace quorlen

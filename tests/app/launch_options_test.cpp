@@ -1,0 +1,46 @@
+#include "app/launch_options.h"
+
+#include <gtest/gtest.h>
+
+namespace quorlen {
+namespace {
+
+std::variant<LaunchOptions, LaunchError> parse(std::initializer_list<const char*> words) {
+    QStringList arguments;
+    for (const char* word : words)
+        arguments << QString::fromLatin1(word);
+    return parseLaunchOptions(arguments);
+}
+
+TEST(LaunchOptions, ScreenshotTakesToolSchemeAndSize) {
+    const auto parsed = parse({"--screenshot", "out.png", "--tool", "harmony", "--scheme", "dark",
+                               "--size", "1200x800"});
+    const auto* options = std::get_if<LaunchOptions>(&parsed);
+    ASSERT_NE(options, nullptr);
+    EXPECT_EQ(options->screenshotPath, QStringLiteral("out.png"));
+    EXPECT_EQ(options->tool, QStringLiteral("harmony"));
+    EXPECT_EQ(options->scheme, ColorScheme::Dark);
+    EXPECT_EQ(options->size, QSize(1200, 800));
+
+    EXPECT_TRUE(std::holds_alternative<LaunchOptions>(parse({})));
+}
+
+TEST(LaunchOptions, RefusesWhatItCannotDo) {
+    const std::initializer_list<const char*> refused[] = {
+        {"--screenshot"},
+        {"--screenshot", "a.png", "--tool", "drums"},
+        {"--screenshot", "a.png", "--scheme", "sepia"},
+        {"--screenshot", "a.png", "--size", "big"},
+        {"--screenshot", "a.png", "--size", "960x"},
+        {"--tool", "bpm"}, // only with --screenshot
+        {"--frobnicate"},
+    };
+    for (const auto& words : refused) {
+        const auto parsed = parse(words);
+        ASSERT_TRUE(std::holds_alternative<LaunchError>(parsed)) << *words.begin();
+        EXPECT_FALSE(std::get<LaunchError>(parsed).reason.isEmpty());
+    }
+}
+
+} // namespace
+} // namespace quorlen
