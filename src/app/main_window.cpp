@@ -30,6 +30,14 @@ MainWindow::MainWindow(AppearanceController& appearance, bool persistSelection, 
     quit->setShortcut(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
 
+    // Ctrl+1 … Ctrl+7 reach every tool from the keyboard.
+    QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
+    for (const ToolInfo& info : allTools()) {
+        QAction* action = tools->addAction(QString::fromUtf8(info.title), this,
+                                           [this, tool = info.tool] { m_content->selectTool(tool); });
+        action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + static_cast<int>(info.tool))));
+    }
+
     resize(kDefaultSize);
 }
 

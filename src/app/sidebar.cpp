@@ -8,6 +8,7 @@
 #include "ui/formula_strip.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -75,6 +76,7 @@ Sidebar::Sidebar(QWidget* parent) : QWidget(parent) {
         auto* row = new SidebarToolRow(info.tool, this);
         connect(row, &QAbstractButton::clicked, this,
                 [this, tool = info.tool] { emit toolClicked(tool); });
+        row->installEventFilter(this);
         column->addWidget(row);
         m_rows.append(row);
     }
@@ -85,6 +87,22 @@ Sidebar::Sidebar(QWidget* parent) : QWidget(parent) {
     column->addWidget(m_summary);
     column->addSpacing(6);
     column->addWidget(new CoffeeLink(this), 0, Qt::AlignLeft);
+}
+
+bool Sidebar::eventFilter(QObject* watched, QEvent* event) {
+    // Up and Down walk the tool list from a focused row.
+    if (event->type() != QEvent::KeyPress)
+        return false;
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key != Qt::Key_Up && key != Qt::Key_Down)
+        return false;
+    const qsizetype index = m_rows.indexOf(static_cast<SidebarToolRow*>(watched));
+    const qsizetype next = index + (key == Qt::Key_Down ? 1 : -1);
+    if (index < 0 || next < 0 || next >= m_rows.size())
+        return true;
+    m_rows[next]->setFocus(Qt::TabFocusReason);
+    m_rows[next]->click();
+    return true;
 }
 
 void Sidebar::setSelectedTool(CalculatorTool tool) {

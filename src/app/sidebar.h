@@ -26,6 +26,9 @@ public:
     SidebarToolRow* row(CalculatorTool tool) const;
     FormulaStrip* summaryStrip() const { return m_summary; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 signals:
     // Every click on a row, also on the selected one.
     void toolClicked(quorlen::CalculatorTool tool);

@@ -7,6 +7,7 @@
 #include "ui/formula_strip.h"
 #include "ui/tool_header.h"
 
+#include <QApplication>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -70,6 +71,19 @@ TEST(ContentView, RowClicksSelectOnceAndAreAllReported) {
     EXPECT_EQ(clicked.count(), 2);
 }
 
+TEST(ContentView, ArrowKeysWalkTheToolList) {
+    ContentView view(QStringLiteral("rhythm"));
+    view.show();
+    SidebarToolRow* rhythm = view.sidebar()->row(CalculatorTool::rhythm);
+    rhythm->setFocus();
+    QTest::keyClick(rhythm, Qt::Key_Down);
+    EXPECT_EQ(view.shownTool(), CalculatorTool::space);
+    QTest::keyClick(view.sidebar()->row(CalculatorTool::space), Qt::Key_Up);
+    QTest::keyClick(view.sidebar()->row(CalculatorTool::rhythm), Qt::Key_Up);
+    QTest::keyClick(view.sidebar()->row(CalculatorTool::bpm), Qt::Key_Up); // stays at the top
+    EXPECT_EQ(view.shownTool(), CalculatorTool::bpm);
+}
+
 TEST(ContentView, SummaryFollowsTempoAndPitch) {
     ContentView view(QStringLiteral("bpm"));
     view.state().setBpm(98.5);
@@ -95,6 +109,12 @@ TEST(MainWindow, KeepsTheSelectionForTheNextLaunch) {
     EXPECT_EQ(Preferences().selectedCalculatorTool(), QStringLiteral("overtones"));
     MainWindow reopened(appearance);
     EXPECT_EQ(reopened.content()->shownTool(), CalculatorTool::overtones);
+    reopened.show();
+    QApplication::setActiveWindow(&reopened);
+    QTest::keyClick(&reopened, Qt::Key_3, Qt::ControlModifier);
+    EXPECT_EQ(reopened.content()->shownTool(), CalculatorTool::space);
+    EXPECT_EQ(Preferences().selectedCalculatorTool(), QStringLiteral("space"));
+    Preferences().setSelectedCalculatorTool(QStringLiteral("overtones"));
 
     // A screenshot window leaves the stored choice alone.
     MainWindow screenshot(appearance, false);
