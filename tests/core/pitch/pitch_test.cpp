@@ -1,0 +1,146 @@
+#include "pitch/harmonic_series.h"
+#include "pitch/note_names.h"
+#include "pitch/tet_scale.h"
+#include "text/number_format.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace quorlen {
+namespace {
+
+using text::format;
+
+std::string hz1(int pitchClass, int octave, double a4) {
+    return format("%.1f", noteFrequencyHz(midiNote(pitchClass, octave), a4));
+}
+
+TEST(NoteFrequency, MatrixCornersAndReference) {
+    // Worked values of the frequency matrix, "%.1f".
+    EXPECT_EQ(hz1(9, 4, 440), "440.0");
+    EXPECT_EQ(hz1(0, 0, 440), "16.4");
+    EXPECT_EQ(hz1(0, 4, 440), "261.6");
+    EXPECT_EQ(hz1(11, 8, 440), "7902.1");
+    EXPECT_EQ(hz1(9, 4, 432), "432.0");
+    EXPECT_EQ(hz1(0, 4, 432), "256.9");
+    EXPECT_EQ(midiNote(0, 0), 12);
+    EXPECT_EQ(midiNote(11, 8), 119);
+}
+
+TEST(NearestNote, NamesRoundHalvesAwayFromZeroAndCentsStayInRange) {
+    EXPECT_EQ(nearestNote(440, 440).name, "A4");
+    EXPECT_EQ(nearestNote(261.6255653005986, 440).name, "C4");
+    EXPECT_EQ(nearestNote(16.351597831287414, 440).name, "C0");
+    // m = 69.5 exactly: the note above, 50 cents flat of it.
+    const NearestNote half = nearestNote(440 * std::pow(2.0, 0.5 / 12), 440);
+    EXPECT_EQ(half.midi, 70);
+    EXPECT_EQ(half.name, "A#4");
+    EXPECT_DOUBLE_EQ(half.cents, -50);
+}
+
+TEST(CentsBand, BoundariesOfTheThreeColours) {
+    EXPECT_EQ(centsBand(-4.9), CentsBand::inTune);
+    EXPECT_EQ(centsBand(4.99), CentsBand::inTune);
+    EXPECT_EQ(centsBand(5), CentsBand::noticeable);
+    EXPECT_EQ(centsBand(19.9), CentsBand::noticeable);
+    EXPECT_EQ(centsBand(-20), CentsBand::farOff);
+    EXPECT_EQ(centsBand(37), CentsBand::farOff);
+}
+
+struct StepRow {
+    const char* hz;     // "%.2f"
+    const char* ratio;  // "%.4f"
+    const char* note;
+    const char* cents;  // "%+.0f"
+};
+
+void expectSteps(const std::vector<TetStep>& steps, const std::vector<StepRow>& rows) {
+    ASSERT_GE(steps.size(), rows.size() + 1);
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const TetStep& step = steps[i + 1];
+        SCOPED_TRACE(i + 1);
+        EXPECT_EQ(format("%.2f", step.frequency), rows[i].hz);
+        if (*rows[i].ratio) {
+            EXPECT_EQ(format("%.4f", step.ratio), rows[i].ratio);
+        }
+        EXPECT_EQ(step.nearestNote, rows[i].note);
+        EXPECT_EQ(format("%+.0f", step.nearestCents), rows[i].cents);
+    }
+}
+
+TEST(TetScale, WorkedScales) {
+    // 19-TET from 440: steps of 63.2 cents.
+    const auto nineteen = tetScale(440, 19, 440);
+    EXPECT_EQ(format("%.1f", nineteen[1].centsFromRoot), "63.2");
+    expectSteps(nineteen, {{"456.35", "1.0372", "A#4", "-37"},
+                           {"473.30", "", "A#4", "+26"},
+                           {"490.89", "", "B4", "-11"},
+                           {"509.13", "", "C5", "-47"}});
+
+    // 5-TET from 261.63: steps of 240 cents.
+    expectSteps(tetScale(261.63, 5, 440), {{"300.53", "", "D4", "+40"},
+                                           {"345.22", "", "F4", "-20"},
+                                           {"396.56", "", "G4", "+20"},
+                                           {"455.52", "", "A#4", "-40"},
+                                           {"523.26", "", "C5", "+0"}});
+}
+
+TEST(TetScale, TwelveToneIsTheGridItself) {
+    const auto steps = tetScale(440, 12, 440);
+    ASSERT_EQ(steps.size(), 13u);
+    for (const TetStep& step : steps)
+        EXPECT_EQ(centsBand(step.nearestCents), CentsBand::inTune) << step.index;
+    EXPECT_EQ(format("%.2f", steps[1].frequency), "466.16");
+    EXPECT_EQ(steps[1].nearestNote, "A#4");
+    EXPECT_EQ(format("%.2f", steps[12].frequency), "880.00");
+    EXPECT_EQ(format("%.4f", steps[12].ratio), "2.0000");
+    EXPECT_EQ(format("%.1f", steps[12].centsFromRoot), "1200.0");
+    EXPECT_EQ(steps[12].nearestNote, "A5");
+}
+
+TEST(TetScale, ExtremeDivisions) {
+    const auto one = tetScale(440, 1, 440);
+    ASSERT_EQ(one.size(), 2u);
+    EXPECT_DOUBLE_EQ(one[1].frequency, 880);
+    const auto most = tetScale(440, 53, 440);
+    ASSERT_EQ(most.size(), 54u);
+    EXPECT_EQ(format("%.1f", most[1].centsFromRoot), "22.6");
+    EXPECT_DOUBLE_EQ(most.back().ratio, 2.0);
+}
+
+TEST(HarmonicSeries, HarmonicsOfA1) {
+    const double a1 = overtoneFundamentalHz(9, 1, 440);
+    EXPECT_DOUBLE_EQ(a1, 55.0);
+    const auto harmonics = harmonicSeries(a1, 440, 16);
+    ASSERT_EQ(harmonics.size(), 16u);
+    struct Row {
+        int number;
+        const char* hz;
+        const char* note;
+        const char* cents;
+    };
+    const Row rows[] = {{1, "55.0", "A1", "+0"},   {2, "110.0", "A2", "+0"},
+                        {3, "165.0", "E3", "+2"},  {5, "275.0", "C#4", "-14"},
+                        {7, "385.0", "G4", "-31"}, {16, "880.0", "A5", "+0"}};
+    for (const Row& row : rows) {
+        const Harmonic& h = harmonics[static_cast<size_t>(row.number - 1)];
+        SCOPED_TRACE(row.number);
+        EXPECT_EQ(h.number, row.number);
+        EXPECT_EQ(format("%.1f", h.frequency), row.hz);
+        EXPECT_EQ(h.noteName, row.note);
+        EXPECT_EQ(format("%+.0f", h.cents), row.cents);
+    }
+}
+
+TEST(HarmonicSeries, FundamentalRange) {
+    EXPECT_EQ(format("%.3f", overtoneFundamentalHz(0, 0, 440)), "16.352");
+    EXPECT_EQ(format("%.3f", overtoneFundamentalHz(11, 4, 440)), "493.883");
+    // Harmonic 1 carries the fundamental's own name, whatever the tuning.
+    const auto first = harmonicSeries(overtoneFundamentalHz(4, 2, 432), 432, 1);
+    EXPECT_EQ(first[0].noteName, "E2");
+    EXPECT_NEAR(first[0].cents, 0, 1e-9);
+}
+
+} // namespace
+} // namespace quorlen
