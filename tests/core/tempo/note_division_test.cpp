@@ -2,7 +2,6 @@
 #include "tempo/tempo_field.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace quorlen::tempo {
@@ -67,11 +66,10 @@ TEST(TempoMetrics, HeaderFiguresFollowTheTypedTempoUnclamped) {
     // Quarter 60000/b, dotted eighth 0.75 of it, sixteenth rate b/15 Hz.
     // The table itself never clamps: 10 and 999 are legal typed tempos.
     const MetricCase cases[] = {
-        {120, "500.00", "375.00", "8.00"},
-        {10, "6000.00", "4500.00", "0.67"},     // 10/15 = 0.666...
-        {999, "60.06", "45.05", "66.60"},       // 60000/999 = 60.0600...
-        {98.5, "609.14", "456.85", "6.57"},     // 60000/98.5 = 609.137...
-        {0, "0.00", "0.00", "0.00"},            // a tempo <= 0 shows zeros
+        {120, "500.00", "375.00", "8.00"},  {10, "6000.00", "4500.00", "0.67"}, // 10/15 = 0.666...
+        {999, "60.06", "45.05", "66.60"},   // 60000/999 = 60.0600...
+        {98.5, "609.14", "456.85", "6.57"}, // 60000/98.5 = 609.137...
+        {0, "0.00", "0.00", "0.00"},        // a tempo <= 0 shows zeros
         {-5, "0.00", "0.00", "0.00"},
     };
     for (const MetricCase& c : cases) {

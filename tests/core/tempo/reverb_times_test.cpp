@@ -3,13 +3,14 @@
 #include "text/number_format.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace quorlen::tempo {
 namespace {
 
-std::string ms1(double ms) { return text::format("%.1f", ms); }
+std::string ms1(double ms) {
+    return text::format("%.1f", ms);
+}
 
 struct PresetCase {
     const char* name;
@@ -48,8 +49,8 @@ TEST(ReverbTimes, TempoIsClampedBeforeDividing) {
     // bar 240000 / clamp(b, 20, 400); beat bar/4; pre 1/64 bar/64.
     const std::tuple<double, const char*, const char*, const char*> cases[] = {
         {120, "2000.0", "500.0", "31.2"},
-        {10, "12000.0", "3000.0", "187.5"},  // treated as 20
-        {1000, "600.0", "150.0", "9.4"},     // treated as 400; 9.375 -> 9.4
+        {10, "12000.0", "3000.0", "187.5"}, // treated as 20
+        {1000, "600.0", "150.0", "9.4"},    // treated as 400; 9.375 -> 9.4
         {0, "12000.0", "3000.0", "187.5"},
     };
     for (const auto& [bpm, bar, beat, pre64] : cases) {
@@ -79,8 +80,8 @@ TEST(ReverbTimes, CustomSpaceAndItsFloor) {
 TEST(DelayPicks, At120Bpm) {
     // bar 2000 ms x fraction; 1/8T is 2000 / 12 = 166.67.
     const std::pair<const char*, const char*> expected[] = {
-        {"1/4", "500.0"},   {"1/8D", "375.0"},  {"1/8", "250.0"},  {"1/8T", "166.7"},
-        {"1/16D", "187.5"}, {"1/16", "125.0"},  {"1/32", "62.5"},
+        {"1/4", "500.0"},   {"1/8D", "375.0"}, {"1/8", "250.0"}, {"1/8T", "166.7"},
+        {"1/16D", "187.5"}, {"1/16", "125.0"}, {"1/32", "62.5"},
     };
     const auto picks = delayPicks();
     ASSERT_EQ(picks.size(), std::size(expected));

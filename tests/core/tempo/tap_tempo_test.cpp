@@ -1,7 +1,6 @@
 #include "tempo/tap_tempo.h"
 
 #include <gtest/gtest.h>
-
 #include <optional>
 #include <vector>
 
