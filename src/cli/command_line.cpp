@@ -1,5 +1,7 @@
 #include "cli/command_line.h"
 
+#include "cli/space_command.h"
+#include "cli/tempo_command.h"
 #include "quorlen/version.h"
 
 #include <ostream>
@@ -18,7 +20,10 @@ struct Command {
 
 // Calculators register here as they gain a command, each with its own
 // source file in this folder.
-const std::vector<Command> kCommands = {};
+const std::vector<Command> kCommands = {
+    {"tempo", kTempoSynopsis, kTempoSummary, runTempoCommand},
+    {"space", kSpaceSynopsis, kSpaceSummary, runSpaceCommand},
+};
 
 void printUsage(std::ostream& stream) {
     stream << "usage: quorlen <command> [arguments]\n"

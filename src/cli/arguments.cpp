@@ -1,0 +1,78 @@
+#include "cli/arguments.h"
+
+#include "cli/command_line.h"
+
+#include <algorithm>
+#include <cctype>
+#include <ostream>
+
+namespace quorlen::cli {
+namespace {
+
+bool looksLikeOption(std::string_view argument) {
+    if (argument.size() < 2 || argument[0] != '-')
+        return false;
+    const unsigned char second = static_cast<unsigned char>(argument[1]);
+    return second == '-' || std::isalpha(second);
+}
+
+std::string quoted(std::string_view text) {
+    return "'" + std::string(text) + "'";
+}
+
+} // namespace
+
+std::optional<std::string_view> ParsedArguments::value(std::string_view option) const {
+    const auto found = values.find(option);
+    if (found == values.end())
+        return std::nullopt;
+    return found->second;
+}
+
+std::variant<ParsedArguments, UsageError> parseArguments(std::span<const std::string_view> args,
+                                                         std::span<const OptionSpec> options) {
+    ParsedArguments parsed;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string_view argument = args[i];
+        if (!looksLikeOption(argument)) {
+            parsed.positionals.push_back(argument);
+            continue;
+        }
+        const size_t equals = argument.find('=');
+        const std::string_view name = argument.substr(0, equals);
+        const auto spec = std::find_if(options.begin(), options.end(),
+                                       [&](const OptionSpec& o) { return o.name == name; });
+        if (spec == options.end())
+            return UsageError{"unknown option " + quoted(name)};
+        if (parsed.has(name) || parsed.values.contains(name))
+            return UsageError{"option " + quoted(name) + " given twice"};
+        if (!spec->takesValue) {
+            if (equals != std::string_view::npos)
+                return UsageError{"option " + quoted(name) + " takes no value"};
+            parsed.flags.insert(spec->name);
+            continue;
+        }
+        if (equals != std::string_view::npos) {
+            parsed.values[spec->name] = argument.substr(equals + 1);
+        } else if (i + 1 < args.size()) {
+            parsed.values[spec->name] = args[++i];
+        } else {
+            return UsageError{"option " + quoted(name) + " needs a value"};
+        }
+    }
+    return parsed;
+}
+
+std::variant<double, UsageError> bpmArgument(std::string_view text, text::NumberRange range) {
+    const auto parsed = text::parseTypedNumber(text);
+    if (!parsed)
+        return UsageError{quoted(text) + " is not a tempo in BPM"};
+    return std::clamp(*parsed, range.min, range.max);
+}
+
+int refuse(std::ostream& err, std::string_view command, const UsageError& error) {
+    err << "quorlen " << command << ": " << error.reason << '\n';
+    return kExitUsage;
+}
+
+} // namespace quorlen::cli

@@ -1,0 +1,108 @@
+#include "cli/json_writer.h"
+
+#include "text/number_format.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ostream>
+
+namespace quorlen::cli {
+
+std::string jsonString(std::string_view text) {
+    std::string quoted = "\"";
+    for (const char c : text) {
+        switch (c) {
+        case '"':
+            quoted += "\\\"";
+            break;
+        case '\\':
+            quoted += "\\\\";
+            break;
+        case '\n':
+            quoted += "\\n";
+            break;
+        case '\r':
+            quoted += "\\r";
+            break;
+        case '\t':
+            quoted += "\\t";
+            break;
+        default:
+            // Other control characters must be escaped; bytes from 0x80 up
+            // are UTF-8 and may stand as they are.
+            if (static_cast<unsigned char>(c) < 0x20) {
+                char escape[8];
+                std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+                quoted += escape;
+            } else {
+                quoted += c;
+            }
+        }
+    }
+    return quoted + "\"";
+}
+
+std::string jsonNumber(double number) {
+    if (!std::isfinite(number))
+        return "null";
+    return text::format("%.17g", number);
+}
+
+void JsonWriter::beforeValue() {
+    if (m_afterKey) {
+        m_afterKey = false;
+        return;
+    }
+    if (!m_hasMember.empty()) {
+        if (m_hasMember.back())
+            m_out << ',';
+        m_hasMember.back() = true;
+    }
+}
+
+JsonWriter& JsonWriter::beginObject() {
+    beforeValue();
+    m_out << '{';
+    m_hasMember.push_back(false);
+    return *this;
+}
+
+JsonWriter& JsonWriter::endObject() {
+    m_hasMember.pop_back();
+    m_out << '}';
+    return *this;
+}
+
+JsonWriter& JsonWriter::beginArray() {
+    beforeValue();
+    m_out << '[';
+    m_hasMember.push_back(false);
+    return *this;
+}
+
+JsonWriter& JsonWriter::endArray() {
+    m_hasMember.pop_back();
+    m_out << ']';
+    return *this;
+}
+
+JsonWriter& JsonWriter::key(std::string_view name) {
+    beforeValue();
+    m_out << jsonString(name) << ':';
+    m_afterKey = true;
+    return *this;
+}
+
+JsonWriter& JsonWriter::value(double number) {
+    beforeValue();
+    m_out << jsonNumber(number);
+    return *this;
+}
+
+JsonWriter& JsonWriter::value(std::string_view text) {
+    beforeValue();
+    m_out << jsonString(text);
+    return *this;
+}
+
+} // namespace quorlen::cli

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorlen::cli {
+
+// Writes one JSON value to a stream as it is built, on one line. Numbers go
+// out unrounded ("%.17g" round-trips a double); non-finite numbers, which
+// JSON cannot spell, become null. The caller keeps objects and arrays
+// balanced and gives every member of an object a key first.
+class JsonWriter {
+public:
+    explicit JsonWriter(std::ostream& out) : m_out(out) {}
+
+    JsonWriter& beginObject();
+    JsonWriter& endObject();
+    JsonWriter& beginArray();
+    JsonWriter& endArray();
+
+    JsonWriter& key(std::string_view name);
+    JsonWriter& value(double number);
+    JsonWriter& value(int number) { return value(static_cast<double>(number)); }
+    JsonWriter& value(std::string_view text);
+    JsonWriter& value(const char* text) { return value(std::string_view(text)); }
+
+    template <typename T> JsonWriter& member(std::string_view name, const T& v) {
+        return key(name).value(v);
+    }
+
+private:
+    void beforeValue();
+
+    std::ostream& m_out;
+    // One entry per open object or array: whether it has a member yet.
+    std::vector<bool> m_hasMember;
+    bool m_afterKey = false;
+};
+
+// `text` as a quoted JSON string; UTF-8 passes through unchanged.
+std::string jsonString(std::string_view text);
+
+// A double as a JSON number that reads back as the same double, or "null".
+std::string jsonNumber(double number);
+
+} // namespace quorlen::cli

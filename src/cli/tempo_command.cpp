@@ -1,0 +1,95 @@
+#include "cli/tempo_command.h"
+
+#include "cli/arguments.h"
+#include "cli/command_line.h"
+#include "cli/json_writer.h"
+#include "cli/text_table.h"
+#include "tempo/note_division.h"
+#include "tempo/tempo_field.h"
+
+#include <ostream>
+
+namespace quorlen::cli {
+namespace {
+
+constexpr OptionSpec kOptions[] = {{"--json", false}, {"--help", false}};
+
+void printJson(std::ostream& out, double bpm) {
+    const tempo::TempoMetrics metrics = tempo::tempoMetrics(bpm);
+    JsonWriter json(out);
+    json.beginObject().member("bpm", bpm);
+    json.key("metrics")
+        .beginObject()
+        .member("quarterMs", metrics.quarterMs)
+        .member("eighthDottedMs", metrics.eighthDottedMs)
+        .member("sixteenthHz", metrics.sixteenthHz)
+        .endObject();
+    json.key("rows").beginArray();
+    for (const tempo::NoteDivision& division : tempo::NoteDivisions::all()) {
+        const tempo::NoteLengths lengths = tempo::noteLengths(bpm, division);
+        json.beginObject()
+            .member("note", division.id())
+            .member("straightMs", lengths.straightMs)
+            .member("dottedMs", lengths.dottedMs)
+            .member("tripletMs", lengths.tripletMs)
+            .member("hz", lengths.hz)
+            .endObject();
+    }
+    json.endArray().endObject();
+    out << '\n';
+}
+
+void printText(std::ostream& out, double bpm) {
+    const tempo::TempoMetrics metrics = tempo::tempoMetrics(bpm);
+    out << "Tempo " << tempo::bpmFieldText(bpm) << " BPM\n\n";
+
+    using Align = TextTable::Align;
+    TextTable header({Align::Left, Align::Right});
+    header.addRow({"Quarter", tempo::msText(metrics.quarterMs) + " ms"});
+    header.addRow({"1/8 dotted", tempo::msText(metrics.eighthDottedMs) + " ms"});
+    header.addRow({"1/16 Hz", tempo::msText(metrics.sixteenthHz) + "   "});
+    header.print(out);
+    out << '\n';
+
+    TextTable table({Align::Left, Align::Right, Align::Right, Align::Right, Align::Right});
+    table.addRow({"Note", "Straight", "Dotted", "Triplet", "Hz"});
+    for (const tempo::NoteDivision& division : tempo::NoteDivisions::all()) {
+        const tempo::NoteLengths lengths = tempo::noteLengths(bpm, division);
+        table.addRow({division.id(), tempo::msText(lengths.straightMs) + " ms",
+                      tempo::msText(lengths.dottedMs) + " ms",
+                      tempo::msText(lengths.tripletMs) + " ms", tempo::hzText(lengths.hz)});
+    }
+    table.print(out);
+}
+
+} // namespace
+
+int runTempoCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+    const auto parsed = parseArguments(args, kOptions);
+    if (const auto* error = std::get_if<UsageError>(&parsed))
+        return refuse(err, "tempo", *error);
+    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
+    if (arguments.has("--help")) {
+        out << "usage: " << kTempoSynopsis << '\n' << kTempoSummary << '\n';
+        return kExitOk;
+    }
+    if (arguments.positionals.size() > 1)
+        return refuse(err, "tempo",
+                      {"expected one tempo, got " + std::to_string(arguments.positionals.size())});
+
+    double bpm = 120;
+    if (!arguments.positionals.empty()) {
+        const auto read = bpmArgument(arguments.positionals.front(), tempo::kTypedBpmRange);
+        if (const auto* error = std::get_if<UsageError>(&read))
+            return refuse(err, "tempo", *error);
+        bpm = std::get<double>(read);
+    }
+
+    if (arguments.has("--json"))
+        printJson(out, bpm);
+    else
+        printText(out, bpm);
+    return kExitOk;
+}
+
+} // namespace quorlen::cli

@@ -1,0 +1,119 @@
+#include "cli/json_writer.h"
+#include "cli_run.h"
+#include "support/json_reader.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace quorlen::cli {
+namespace {
+
+using Words = std::vector<std::string>;
+using quorlen::testing::JsonValue;
+using quorlen::testing::readJson;
+
+JsonValue spaceJson(std::vector<std::string_view> args) {
+    args.insert(args.begin(), "space");
+    args.push_back("--json");
+    const Outcome result = run(args);
+    EXPECT_EQ(result.status, kExitOk) << result.err;
+    auto json = readJson(result.out);
+    EXPECT_TRUE(json) << result.out;
+    return json.value_or(JsonValue{});
+}
+
+TEST(SpaceCommand, JsonAt120BpmWithDefaults) {
+    const JsonValue json = spaceJson({});
+    EXPECT_EQ(json.object().size(), 7u);
+    EXPECT_EQ(json["bpm"].number(), 120);
+    EXPECT_EQ(json["barMs"].number(), 2000);
+    EXPECT_EQ(json["beatMs"].number(), 500);
+    EXPECT_EQ(json["pre64Ms"].number(), 31.25);
+
+    // bar 2000: pre-delay 2000/N, total 2000 x bars, decay the difference.
+    const auto& presets = json["presets"].array();
+    ASSERT_EQ(presets.size(), 5u);
+    EXPECT_EQ(presets[0]["name"].string(), "Tight Ambience");
+    EXPECT_EQ(presets[0]["detail"].string(), "drums, percussion");
+    EXPECT_EQ(presets[0]["preDelayMs"].number(), 7.8125);
+    EXPECT_EQ(presets[0]["decayMs"].number(), 492.1875);
+    EXPECT_EQ(presets[0]["totalMs"].number(), 500);
+    EXPECT_EQ(presets[4]["name"].string(), "Epic Wash");
+    EXPECT_EQ(presets[4]["decayMs"].number(), 7875);
+
+    const JsonValue& custom = json["custom"];
+    EXPECT_EQ(custom.object().size(), 5u);
+    EXPECT_EQ(custom["totalBars"].number(), 1);
+    EXPECT_EQ(custom["preDivision"].number(), 64);
+    EXPECT_EQ(custom["preDelayMs"].number(), 31.25);
+    EXPECT_EQ(custom["decayMs"].number(), 1968.75);
+    EXPECT_EQ(custom["totalMs"].number(), 2000);
+
+    const auto& delays = json["delays"].array();
+    ASSERT_EQ(delays.size(), 7u);
+    EXPECT_EQ(delays[1]["label"].string(), "1/8D");
+    EXPECT_EQ(delays[1]["ms"].number(), 375);
+    EXPECT_EQ(delays[3]["label"].string(), "1/8T");
+    EXPECT_DOUBLE_EQ(delays[3]["ms"].number(), 2000.0 / 12);
+}
+
+TEST(SpaceCommand, CustomChoicesAndTheTempoClamp) {
+    // Quarter bar with a 1/16 pre-delay at 120: 125, 375, 500. "0,25" is
+    // read by the typed-number rule.
+    const JsonValue quarter = spaceJson({"--total", "0,25", "--pre=16"});
+    EXPECT_EQ(quarter["custom"]["totalBars"].number(), 0.25);
+    EXPECT_EQ(quarter["custom"]["preDelayMs"].number(), 125);
+    EXPECT_EQ(quarter["custom"]["decayMs"].number(), 375);
+    EXPECT_EQ(quarter["custom"]["totalMs"].number(), 500);
+
+    // The bar uses the tempo clamped to 20...400: 10 -> 12000 ms, 1000 -> 600.
+    const std::tuple<const char*, double, double, double> clamps[] = {
+        {"10", 20, 12000, 187.5}, {"1000", 400, 600, 9.375}, {"98,5", 98.5, 240000 / 98.5, 0}};
+    for (const auto& [argument, bpm, barMs, pre64Ms] : clamps) {
+        SCOPED_TRACE(argument);
+        const JsonValue json = spaceJson({argument});
+        EXPECT_EQ(json["bpm"].number(), bpm);
+        EXPECT_DOUBLE_EQ(json["barMs"].number(), barMs);
+        if (pre64Ms > 0) {
+            EXPECT_EQ(json["pre64Ms"].number(), pre64Ms);
+        }
+    }
+}
+
+TEST(SpaceCommand, TextUsesOneDecimalLikeTheApp) {
+    const Outcome result = run({"space", "1000", "--total", "8", "--pre", "256"});
+    ASSERT_EQ(result.status, kExitOk);
+    EXPECT_EQ(result.out.rfind("Tempo 400 BPM (999 given; times use 20 to 400)\n", 0), 0u);
+    EXPECT_EQ(wordsOfLine(result.out, "Pre"), (Words{"Pre", "1/64", "9.4", "ms"}));
+    // 600 / 256 = 2.34375; 600 x 8 = 4800.
+    EXPECT_EQ(wordsOfLine(result.out, "Pre-delay"), (Words{"Pre-delay", "2.3", "ms"}));
+    EXPECT_EQ(wordsOfLine(result.out, "Decay"), (Words{"Decay", "4797.7", "ms"}));
+    EXPECT_NE(result.out.find("Custom Space: 8 bars, pre-delay 1/256 of a bar\n"),
+              std::string::npos);
+
+    const Outcome plain = run({"space"});
+    EXPECT_EQ(wordsOfLine(plain.out, "Medium"),
+              (Words{"Medium", "Room", "31.2", "ms", "1968.8", "ms", "2000.0", "ms", "vocals,",
+                     "snare", "\u00b7", "1", "bar", "\u00b7", "pre", "1/64"}));
+    EXPECT_EQ(wordsOfLine(plain.out, "1/8T"), (Words{"1/8T", "166.7", "ms"}));
+}
+
+TEST(JsonWriter, EscapesAndNumbersStayValidJson) {
+    EXPECT_EQ(jsonString("a\"b\\c\nd\x01\u00bc"), "\"a\\\"b\\\\c\\nd\\u0001\u00bc\"");
+    EXPECT_EQ(jsonNumber(std::numeric_limits<double>::infinity()), "null");
+    EXPECT_EQ(jsonNumber(std::nan("")), "null");
+    // "%.17g" reads back as the very same double.
+    const double third = 1.0 / 3.0;
+    EXPECT_EQ(std::strtod(jsonNumber(third).c_str(), nullptr), third);
+
+    std::ostringstream out;
+    JsonWriter json(out);
+    json.beginObject().key("a").beginArray().value(1).value("x").beginObject().endObject();
+    json.endArray().member("b", std::nan("")).endObject();
+    EXPECT_EQ(out.str(), "{\"a\":[1,\"x\",{}],\"b\":null}");
+    EXPECT_TRUE(readJson(out.str()));
+}
+
+} // namespace
+} // namespace quorlen::cli
