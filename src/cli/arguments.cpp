@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <ostream>
 
 namespace quorlen::cli {
@@ -73,6 +74,26 @@ std::variant<double, UsageError> bpmArgument(std::string_view text, text::Number
 int refuse(std::ostream& err, std::string_view command, const UsageError& error) {
     err << "quorlen " << command << ": " << error.reason << '\n';
     return kExitUsage;
+}
+
+} // namespace quorlen::cli
+
+namespace quorlen::cli {
+
+std::variant<double, UsageError> numberArgument(std::string_view text, text::NumberRange range,
+                                                std::string_view what) {
+    const auto parsed = text::parseTypedNumber(text);
+    if (!parsed)
+        return UsageError{"'" + std::string(text) + "' is not " + std::string(what)};
+    return std::clamp(*parsed, range.min, range.max);
+}
+
+std::variant<int, UsageError> wholeNumberArgument(std::string_view text, int min, int max,
+                                                  std::string_view what) {
+    const auto parsed = text::parseTypedNumber(text);
+    if (!parsed || *parsed != std::floor(*parsed))
+        return UsageError{"'" + std::string(text) + "' is not " + std::string(what)};
+    return static_cast<int>(std::clamp(*parsed, static_cast<double>(min), static_cast<double>(max)));
 }
 
 } // namespace quorlen::cli

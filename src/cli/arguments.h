@@ -49,3 +49,17 @@ std::variant<double, UsageError> bpmArgument(std::string_view text, text::Number
 int refuse(std::ostream& err, std::string_view command, const UsageError& error);
 
 } // namespace quorlen::cli
+
+namespace quorlen::cli {
+
+// A number read like the app's fields, clamped to `range`; `what` names it
+// in the refusal ("a frequency in Hz").
+std::variant<double, UsageError> numberArgument(std::string_view text, text::NumberRange range,
+                                                std::string_view what);
+
+// A whole number read the same way, clamped to [min, max]; fractions are
+// refused rather than rounded.
+std::variant<int, UsageError> wholeNumberArgument(std::string_view text, int min, int max,
+                                                  std::string_view what);
+
+} // namespace quorlen::cli

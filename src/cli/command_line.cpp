@@ -1,6 +1,9 @@
 #include "cli/command_line.h"
 
+#include "cli/harmonics_command.h"
+#include "cli/notes_command.h"
 #include "cli/space_command.h"
+#include "cli/tet_command.h"
 #include "cli/tempo_command.h"
 #include "quorlen/version.h"
 
@@ -23,6 +26,9 @@ struct Command {
 const std::vector<Command> kCommands = {
     {"tempo", kTempoSynopsis, kTempoSummary, runTempoCommand},
     {"space", kSpaceSynopsis, kSpaceSummary, runSpaceCommand},
+    {"notes", kNotesSynopsis, kNotesSummary, runNotesCommand},
+    {"tet", kTetSynopsis, kTetSummary, runTetCommand},
+    {"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, runHarmonicsCommand},
 };
 
 void printUsage(std::ostream& stream) {

@@ -32,3 +32,31 @@ CentsBand centsBand(double cents) {
 }
 
 } // namespace quorlen
+
+namespace quorlen {
+
+std::optional<PitchName> parsePitchName(std::string_view text) {
+    static constexpr int kNaturals[] = {9, 11, 0, 2, 4, 5, 7}; // A B C D E F G
+    if (text.empty() || text.front() < 'A' || text.front() > 'G')
+        return std::nullopt;
+    int pitchClass = kNaturals[text.front() - 'A'];
+    text.remove_prefix(1);
+    int shift = 0;
+    if (!text.empty() && (text.front() == '#' || text.front() == 'b')) {
+        shift = text.front() == '#' ? 1 : -1;
+        text.remove_prefix(1);
+    }
+    if (text.empty() || text.size() > 2)
+        return std::nullopt;
+    int octave = 0;
+    for (const char digit : text) {
+        if (digit < '0' || digit > '9')
+            return std::nullopt;
+        octave = octave * 10 + (digit - '0');
+    }
+    // B# and Cb cross into the neighbouring octave.
+    const int midi = midiNote(pitchClass, octave) + shift;
+    return PitchName{((midi % 12) + 12) % 12, midi / 12 - 1};
+}
+
+} // namespace quorlen

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -39,5 +40,18 @@ namespace quorlen {
 // 20 noticeable, otherwise far off. The tools colour these green, amber, red.
 enum class CentsBand { inTune, noticeable, farOff };
 CentsBand centsBand(double cents);
+
+} // namespace quorlen
+
+namespace quorlen {
+
+struct PitchName {
+    int pitchClass; // 0 = C … 11 = B
+    int octave;
+};
+
+// "A1", "C#3", "Bb2" (= A#2), "Cb2" (= B1): a letter A-G, an optional "#" or
+// "b", and an octave number. Nothing for anything else.
+std::optional<PitchName> parsePitchName(std::string_view text);
 
 } // namespace quorlen

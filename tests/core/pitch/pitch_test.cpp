@@ -144,3 +144,28 @@ TEST(HarmonicSeries, FundamentalRange) {
 
 } // namespace
 } // namespace quorlen
+
+namespace quorlen {
+namespace {
+
+TEST(ParsePitchName, SharpsFlatsAndOctaveCrossings) {
+    struct Case {
+        const char* text;
+        int pitchClass;
+        int octave;
+    };
+    const Case cases[] = {{"A1", 9, 1},  {"C0", 0, 0},  {"C#3", 1, 3}, {"Bb2", 10, 2},
+                          {"Cb2", 11, 1}, {"B#1", 0, 2}, {"E4", 4, 4},  {"G10", 7, 10}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        const auto parsed = parsePitchName(c.text);
+        ASSERT_TRUE(parsed);
+        EXPECT_EQ(parsed->pitchClass, c.pitchClass);
+        EXPECT_EQ(parsed->octave, c.octave);
+    }
+    for (const char* bad : {"", "H2", "a1", "A", "A#", "A##1", "Ab-1", "A1 ", " A1", "A100"})
+        EXPECT_FALSE(parsePitchName(bad)) << bad;
+}
+
+} // namespace
+} // namespace quorlen

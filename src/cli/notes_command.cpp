@@ -1,0 +1,81 @@
+#include "cli/notes_command.h"
+
+#include "cli/command_line.h"
+#include "cli/json_writer.h"
+#include "cli/pitch_arguments.h"
+#include "cli/text_table.h"
+#include "pitch/note_names.h"
+#include "text/number_format.h"
+
+#include <ostream>
+
+namespace quorlen::cli {
+namespace {
+
+constexpr OptionSpec kOptions[] = {{"--a4", true}, {"--json", false}, {"--help", false}};
+
+void printJson(std::ostream& out, double a4) {
+    JsonWriter json(out);
+    json.beginObject().member("a4", a4).key("notes").beginArray();
+    for (int octave : NoteFrequency::octaves) {
+        for (size_t pitchClass = 0; pitchClass < NoteFrequency::names.size(); ++pitchClass) {
+            const int midi = midiNote(static_cast<int>(pitchClass), octave);
+            json.beginObject()
+                .member("name", NoteFrequency::names[pitchClass])
+                .member("octave", octave)
+                .member("midi", midi)
+                .member("hz", noteFrequencyHz(midi, a4))
+                .endObject();
+        }
+    }
+    json.endArray().endObject();
+    out << '\n';
+}
+
+// Rows C … B, columns octave 0 … 8, as the frequency matrix shows them.
+void printText(std::ostream& out, double a4) {
+    out << "A4 = " << text::format("%.1f", a4) << " Hz\n\n";
+    std::vector<TextTable::Align> columns(NoteFrequency::octaves.size() + 1,
+                                          TextTable::Align::Right);
+    columns.front() = TextTable::Align::Left;
+    TextTable table(columns);
+    std::vector<std::string> header{"Note"};
+    for (int octave : NoteFrequency::octaves)
+        header.push_back(std::to_string(octave));
+    table.addRow(header);
+    for (size_t pitchClass = 0; pitchClass < NoteFrequency::names.size(); ++pitchClass) {
+        std::vector<std::string> row{std::string(NoteFrequency::names[pitchClass])};
+        for (int octave : NoteFrequency::octaves)
+            row.push_back(text::format(
+                "%.1f", noteFrequencyHz(midiNote(static_cast<int>(pitchClass), octave), a4)));
+        table.addRow(row);
+    }
+    table.print(out);
+}
+
+} // namespace
+
+int runNotesCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
+    const auto parsed = parseArguments(args, kOptions);
+    if (const auto* error = std::get_if<UsageError>(&parsed))
+        return refuse(err, "notes", *error);
+    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
+    if (arguments.has("--help")) {
+        out << "usage: " << kNotesSynopsis << '\n' << kNotesSummary << '\n';
+        return kExitOk;
+    }
+    if (!arguments.positionals.empty())
+        return refuse(err, "notes",
+                      {"unexpected argument '" + std::string(arguments.positionals.front()) + "'"});
+    const auto a4 = a4Option(arguments);
+    if (const auto* error = std::get_if<UsageError>(&a4))
+        return refuse(err, "notes", *error);
+
+    if (arguments.has("--json"))
+        printJson(out, std::get<double>(a4));
+    else
+        printText(out, std::get<double>(a4));
+    return kExitOk;
+}
+
+} // namespace quorlen::cli
