@@ -68,7 +68,8 @@ std::variant<TetRequest, UsageError> readRequest(const ParsedArguments& argument
         return UsageError{"expected one number of divisions, got " +
                           std::to_string(arguments.positionals.size())};
     const auto divisions =
-        wholeNumberArgument(arguments.positionals.front(), 1, 53, "a number of divisions");
+        wholeNumberArgument(arguments.positionals.front(), kMinTetDivisions,
+                            kMaxTetDivisions, "a number of divisions");
     if (const auto* error = std::get_if<UsageError>(&divisions))
         return *error;
     double reference = 440;

@@ -169,3 +169,25 @@ TEST(ParsePitchName, SharpsFlatsAndOctaveCrossings) {
 
 } // namespace
 } // namespace quorlen
+
+#include "pitch/pitch_fields.h"
+
+namespace quorlen {
+namespace {
+
+TEST(PitchFields, TextsOfTheTypedFields) {
+    EXPECT_EQ(a4FieldText(440), "440");
+    EXPECT_EQ(a4FieldText(441.5), "441.5");
+    EXPECT_EQ(tetReferenceFieldText(440), "440");
+    EXPECT_EQ(tetReferenceFieldText(261.63), "261.63");
+    EXPECT_EQ(tetReferenceFieldText(300.4), "300.40");
+    // The commit rule with these ranges: 441,50 -> 441.5; 1000 -> 480; 10 -> 20.
+    EXPECT_EQ(a4FieldText(text::commitTypedNumber("441,50", 440, kA4Range)), "441.5");
+    EXPECT_EQ(a4FieldText(text::commitTypedNumber("1000", 440, kA4Range)), "480");
+    EXPECT_EQ(tetReferenceFieldText(text::commitTypedNumber("10", 440, kTetReferenceRange)), "20");
+    EXPECT_EQ(tetReferenceFieldText(text::commitTypedNumber("261,63", 440, kTetReferenceRange)),
+              "261.63");
+}
+
+} // namespace
+} // namespace quorlen
