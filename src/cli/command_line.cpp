@@ -1,5 +1,7 @@
 #include "cli/command_line.h"
 
+#include "cli/euclid_command.h"
+
 #include "quorlen/version.h"
 
 #include <ostream>
@@ -18,7 +20,10 @@ struct Command {
 
 // Calculators register here as they gain a command, each with its own
 // source file in this folder.
-const std::vector<Command> kCommands = {};
+const std::vector<Command> kCommands = {
+    {"euclid", "euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]",
+     "K hits spread over N steps: the pattern, its hits, step and cycle in ms", runEuclid},
+};
 
 void printUsage(std::ostream& stream) {
     stream << "usage: quorlen <command> [arguments]\n"
