@@ -1,5 +1,6 @@
 #include "cli/command_line.h"
 
+#include "cli/euclid_command.h"
 #include "cli/harmonics_command.h"
 #include "cli/notes_command.h"
 #include "cli/space_command.h"
@@ -29,6 +30,8 @@ const std::vector<Command> kCommands = {
     {"notes", kNotesSynopsis, kNotesSummary, runNotesCommand},
     {"tet", kTetSynopsis, kTetSummary, runTetCommand},
     {"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, runHarmonicsCommand},
+    {"euclid", "quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]",
+     "K hits spread over N steps: the pattern, its hits, step and cycle in ms", runEuclid},
 };
 
 void printUsage(std::ostream& stream) {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <iosfwd>
+#include <span>
+#include <string_view>
+
+namespace quorlen::cli {
+
+// quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]
+// Prints the pattern in x/. notation, its hit indices, and the step and
+// cycle lengths in ms; --json gives the same as one object.
+int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
+
+} // namespace quorlen::cli
