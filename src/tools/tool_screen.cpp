@@ -1,5 +1,6 @@
 #include "tools/tool_screen.h"
 
+#include <QHideEvent>
 #include <QVBoxLayout>
 
 namespace quorlen {
@@ -15,6 +16,13 @@ ToolScreen::ToolScreen(const QString& eyebrow, const QString& title, const QStri
     m_header->setObjectName(QStringLiteral("toolHeader"));
     m_column->addWidget(m_header);
     m_column->addStretch(1);
+}
+
+void ToolScreen::hideEvent(QHideEvent* event) {
+    // Minimising the window hides it spontaneously; that is no departure.
+    if (!event->spontaneous())
+        emit disappearing();
+    QWidget::hideEvent(event);
 }
 
 void ToolScreen::addSection(QWidget* section) {

@@ -20,6 +20,14 @@ public:
     QColor accent() const { return m_accent; }
     void addSection(QWidget* section);
 
+signals:
+    // The screen leaves the window (another tool was selected, or the window
+    // closes): fields commit what was typed and players stop.
+    void disappearing();
+
+protected:
+    void hideEvent(QHideEvent* event) override;
+
 private:
     ToolHeader* m_header;
     QVBoxLayout* m_column;

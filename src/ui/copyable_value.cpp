@@ -63,6 +63,11 @@ void CopyableText::setColor(const QColor& color) {
     update();
 }
 
+void CopyableText::setCopiedColor(const QColor& color) {
+    m_copiedColor = color;
+    update();
+}
+
 void CopyableText::setAlignment(Qt::Alignment alignment) {
     m_alignment = alignment;
     update();
@@ -77,7 +82,8 @@ QSize CopyableText::sizeHint() const {
 
 void CopyableText::paintLabel(QPainter& painter, bool copied) {
     painter.setFont(font());
-    painter.setPen(copied ? QuorlenTheme::saffron()
+    const QColor copiedColor = m_copiedColor.isValid() ? m_copiedColor : QuorlenTheme::saffron();
+    painter.setPen(copied ? copiedColor
                           : (m_color.isValid() ? m_color : currentColors().primaryText));
     painter.drawText(rect(), static_cast<int>(m_alignment),
                      copied ? QStringLiteral("Copied") : m_display);

@@ -45,6 +45,8 @@ public:
     void setValue(const QString& display, const QString& copy = {});
     QString display() const { return m_display; }
     void setColor(const QColor& color);
+    // "Copied" is drawn in this colour (saffron unless set).
+    void setCopiedColor(const QColor& color);
     void setAlignment(Qt::Alignment alignment);
 
     QSize sizeHint() const override;
@@ -55,6 +57,7 @@ protected:
 private:
     QString m_display;
     QColor m_color;
+    QColor m_copiedColor;
     Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
 };
 
