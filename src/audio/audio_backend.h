@@ -1,0 +1,33 @@
+#pragma once
+
+namespace quorlen {
+
+// What the output device plays: called on the audio thread for each block.
+// Implementations must not allocate, lock, log or throw.
+class RenderSource {
+public:
+    // Sample rate every source renders at.
+    static constexpr double kRateHz = 44100.0;
+
+    virtual ~RenderSource() = default;
+    // Writes `frameCount` interleaved stereo frames (left, right, ...).
+    virtual void render(float* interleavedStereo, int frameCount) noexcept = 0;
+};
+
+// An audio output the synthesiser can start and pause. Main thread only.
+// Every failure is reported as false / not running and nothing else: the
+// caller drops the sound and tries again with the next one.
+class AudioBackend {
+public:
+    virtual ~AudioBackend() = default;
+
+    // Opens the output if needed and starts pulling from `source`, which
+    // must outlive the backend. False when no output could be started.
+    virtual bool start(RenderSource& source) = 0;
+    // Stops pulling; what the source holds stays for the next start.
+    virtual void pause() = 0;
+    // False once a device has failed, so that the next start reopens it.
+    virtual bool isRunning() const = 0;
+};
+
+} // namespace quorlen

@@ -1,0 +1,145 @@
+#include "audio/rtaudio_backend.h"
+
+#include <RtAudio.h>
+#include <alsa/error.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <vector>
+
+namespace quorlen {
+namespace {
+
+// RtAudio's error callback carries no context, so the one stream failure it
+// can report lives here. Set on any thread (also the audio thread when a
+// device vanishes), read on the main thread.
+std::atomic<bool> g_streamFailed{false};
+
+void onStreamError(RtAudioError::Type type, const std::string&) {
+    if (type != RtAudioError::WARNING && type != RtAudioError::DEBUG_WARNING)
+        g_streamFailed.store(true);
+}
+
+// libasound prints its own failures (no card, no server) on stderr; audio
+// failures are silent in this app.
+void ignoreAlsaMessage(const char*, int, const char*, int, const char*, ...) {}
+
+constexpr unsigned int kPreferredBlockFrames = 512;
+
+} // namespace
+
+RtAudioBackend::RtAudioBackend() { snd_lib_error_set_handler(&ignoreAlsaMessage); }
+
+RtAudioBackend::~RtAudioBackend() { close(); }
+
+int RtAudioBackend::onBlock(void* output, void*, unsigned int frameCount, double, unsigned int,
+                            void* context) {
+    auto* self = static_cast<RtAudioBackend*>(context);
+    self->m_adapter.render(*self->m_source, static_cast<float*>(output),
+                           static_cast<int>(frameCount));
+    return 0;
+}
+
+bool RtAudioBackend::start(RenderSource& source) {
+    if (m_audio && (g_streamFailed.load() || m_source != &source))
+        close();
+    try {
+        if (!m_audio && !open(source))
+            return false;
+        if (!m_audio->isStreamRunning())
+            m_audio->startStream();
+    } catch (...) {
+        close();
+        return false;
+    }
+    if (!isRunning()) {
+        close();
+        return false;
+    }
+    return true;
+}
+
+bool RtAudioBackend::open(RenderSource& source) {
+    const RtAudio::Api order[] = {RtAudio::LINUX_PULSE, RtAudio::LINUX_ALSA, RtAudio::UNIX_JACK};
+    std::vector<RtAudio::Api> compiled;
+    RtAudio::getCompiledApi(compiled);
+    for (const RtAudio::Api api : order) {
+        if (std::find(compiled.begin(), compiled.end(), api) == compiled.end())
+            continue;
+        try {
+            auto audio = std::make_unique<RtAudio>(api);
+            audio->showWarnings(false);
+            if (audio->getDeviceCount() == 0)
+                continue;
+            RtAudio::StreamParameters output;
+            output.deviceId = audio->getDefaultOutputDevice();
+            output.nChannels = 2;
+            const RtAudio::DeviceInfo info = audio->getDeviceInfo(output.deviceId);
+            // 44.1 kHz needs no adapting; otherwise the device's own rate.
+            const unsigned int rates[] = {44100, info.preferredSampleRate, 48000};
+            for (const unsigned int rate : rates) {
+                if (rate == 0)
+                    continue;
+                g_streamFailed.store(false);
+                unsigned int blockFrames = kPreferredBlockFrames;
+                RtAudio::StreamOptions options;
+                options.streamName = "Quorlen Calculator";
+                try {
+                    m_source = &source;
+                    audio->openStream(&output, nullptr, RTAUDIO_FLOAT32, rate, &blockFrames,
+                                      &RtAudioBackend::onBlock, this, &options, &onStreamError);
+                } catch (...) {
+                }
+                if (!audio->isStreamOpen() || g_streamFailed.load()) {
+                    if (audio->isStreamOpen())
+                        audio->closeStream();
+                    continue;
+                }
+                m_adapter.reset(audio->getStreamSampleRate());
+                m_blockFrames = blockFrames;
+                m_audio = std::move(audio);
+                return true;
+            }
+        } catch (...) {
+        }
+    }
+    m_source = nullptr;
+    return false;
+}
+
+void RtAudioBackend::close() {
+    if (!m_audio)
+        return;
+    try {
+        if (m_audio->isStreamRunning())
+            m_audio->abortStream();
+        if (m_audio->isStreamOpen())
+            m_audio->closeStream();
+    } catch (...) {
+    }
+    m_audio.reset();
+    m_source = nullptr;
+    m_blockFrames = 0;
+}
+
+void RtAudioBackend::pause() {
+    if (!m_audio)
+        return;
+    try {
+        if (m_audio->isStreamRunning())
+            m_audio->stopStream();
+    } catch (...) {
+        close();
+    }
+}
+
+bool RtAudioBackend::isRunning() const {
+    return m_audio && m_audio->isStreamRunning() && !g_streamFailed.load();
+}
+
+unsigned int RtAudioBackend::deviceRateHz() const {
+    return m_audio && m_audio->isStreamOpen() ? m_audio->getStreamSampleRate() : 0;
+}
+
+} // namespace quorlen

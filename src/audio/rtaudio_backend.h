@@ -1,0 +1,42 @@
+#pragma once
+
+#include "audio/audio_backend.h"
+#include "audio/rate_adapter.h"
+
+#include <memory>
+
+class RtAudio;
+
+namespace quorlen {
+
+// The sound card through RtAudio: PulseAudio first (PipeWire serves it
+// too), then ALSA, then JACK; the first that opens a stereo float output
+// wins. It asks for 44.1 kHz and otherwise takes the device's own rate,
+// adapting the source to it.
+class RtAudioBackend final : public AudioBackend {
+public:
+    RtAudioBackend();
+    ~RtAudioBackend() override;
+
+    bool start(RenderSource& source) override;
+    void pause() override;
+    bool isRunning() const override;
+
+    // Rate of the open stream in Hz, 0 when none is open.
+    unsigned int deviceRateHz() const;
+    // Frames per callback of the open stream.
+    unsigned int blockFrames() const { return m_blockFrames; }
+
+private:
+    bool open(RenderSource& source);
+    void close();
+    static int onBlock(void* output, void* input, unsigned int frameCount, double streamTime,
+                       unsigned int status, void* context);
+
+    std::unique_ptr<RtAudio> m_audio;
+    RenderSource* m_source = nullptr;
+    RateAdapter m_adapter;
+    unsigned int m_blockFrames = 0;
+};
+
+} // namespace quorlen
