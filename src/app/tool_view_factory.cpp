@@ -2,6 +2,7 @@
 
 #include "app/calculator_state.h"
 #include "tools/note_frequencies/note_frequency_view.h"
+#include "tools/temperament/temperament_view.h"
 #include "tools/tool_screen.h"
 
 namespace quorlen {
@@ -27,6 +28,8 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
     switch (tool) {
     case CalculatorTool::frequency:
         return new NoteFrequencyView(state, info.tint, parent);
+    case CalculatorTool::temperament:
+        return new TemperamentView(state, info.tint, parent);
     default:
         break;
     }

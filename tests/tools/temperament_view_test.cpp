@@ -1,0 +1,126 @@
+#include "app/calculator_state.h"
+#include "tools/temperament/scale_table.h"
+#include "tools/temperament/step_row.h"
+#include "tools/temperament/temperament_view.h"
+#include "tools/temperament/tuning_lab.h"
+#include "ui/copyable_value.h"
+#include "ui/kit_button.h"
+#include "ui/metric_tile.h"
+#include "ui/premium_input_field.h"
+#include "ui/stepper.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace quorlen {
+namespace {
+
+struct TemperamentScreen {
+    CalculatorState state;
+    TemperamentView view{state, QColor(77, 117, 163)};
+
+    TemperamentScreen() {
+        view.resize(900, 900);
+        view.show();
+        QApplication::setActiveWindow(&view);
+    }
+    PremiumInputField* field() { return view.lab()->referenceField(); }
+    void type(const QString& text) {
+        field()->setFocused(true);
+        field()->lineEdit()->selectAll();
+        QTest::keyClicks(field()->lineEdit(), text);
+    }
+};
+
+TEST(TemperamentView, TwelveToneTableAndMetrics) {
+    TemperamentScreen s;
+    ASSERT_EQ(s.view.table()->rowCount(), 13);
+    const StepRow* octave = s.view.table()->row(12);
+    EXPECT_EQ(octave->frequencyCell()->display(), QStringLiteral("880.00 Hz"));
+    EXPECT_EQ(octave->frequencyCell()->copyText(), QStringLiteral("880.00"));
+    EXPECT_EQ(octave->toolTip(), QStringLiteral("Play 880.00 Hz"));
+    const auto tiles = s.view.header()->tiles();
+    EXPECT_EQ(tiles[0]->metric().value, QStringLiteral("12-TET"));
+    EXPECT_EQ(tiles[0]->copyText(), QStringLiteral("12"));
+    EXPECT_EQ(tiles[1]->metric().value, QStringLiteral("100.0 ¢"));
+    EXPECT_EQ(tiles[1]->copyText(), QStringLiteral("100.0"));
+    EXPECT_EQ(tiles[2]->metric().value, QStringLiteral("×1.05946"));
+    EXPECT_EQ(tiles[2]->copyText(), QStringLiteral("1.05946"));
+
+    s.state.setTetDivisions(53);
+    EXPECT_EQ(s.view.table()->rowCount(), 54);
+    EXPECT_EQ(tiles[1]->metric().value, QStringLiteral("22.6 ¢"));
+}
+
+TEST(TemperamentView, ReferenceFieldCommitsAndTheStepperTakesTypedTextFirst) {
+    TemperamentScreen s;
+    s.type(QStringLiteral("261,63"));
+    QTest::keyClick(s.field()->lineEdit(), Qt::Key_Return);
+    EXPECT_EQ(s.state.tetReference(), 261.63);
+    EXPECT_EQ(s.field()->text(), QStringLiteral("261.63"));
+
+    s.type(QStringLiteral("5000"));
+    s.field()->setFocused(false);
+    EXPECT_EQ(s.state.tetReference(), 2000);
+
+    s.type(QStringLiteral("300.4"));
+    emit s.view.lab()->referenceStepper()->steppedUp();
+    EXPECT_DOUBLE_EQ(s.state.tetReference(), 301.4);
+    EXPECT_EQ(s.state.tetReferenceText(), QStringLiteral("301.40"));
+}
+
+TEST(TemperamentView, ScalePlaysUpToTheOctaveAndStops) {
+    TemperamentScreen s;
+    s.state.setTetDivisions(3);
+    QTest::mouseClick(s.view.lab()->playButton(), Qt::LeftButton);
+    EXPECT_TRUE(s.state.tetPlaying());
+    EXPECT_EQ(s.state.tetStep(), 0);
+    EXPECT_EQ(s.view.lab()->playButton()->text(), QStringLiteral("Stop"));
+    for (int expected = 1; expected <= 3; ++expected) {
+        s.view.advancePlayback();
+        EXPECT_EQ(s.state.tetStep(), expected);
+    }
+    s.view.advancePlayback(); // past the octave
+    EXPECT_FALSE(s.state.tetPlaying());
+    EXPECT_FALSE(s.state.tetStep());
+    EXPECT_FALSE(s.view.isTimerRunning());
+    EXPECT_EQ(s.view.lab()->playButton()->text(), QStringLiteral("Play scale"));
+}
+
+TEST(TemperamentView, NewDivisionsRestartARunningScaleFromTheReference) {
+    TemperamentScreen s;
+    s.view.startPlayback();
+    s.view.advancePlayback();
+    s.view.advancePlayback();
+    emit s.view.lab()->divisionsStepper()->steppedUp();
+    EXPECT_EQ(s.state.tetDivisions(), 13);
+    EXPECT_TRUE(s.state.tetPlaying());
+    EXPECT_EQ(s.state.tetStep(), 0);
+
+    auto* presets = s.view.findChild<KitButton*>(QStringLiteral("presets"));
+    ASSERT_NE(presets, nullptr);
+    presets->menu()->actions().at(2)->trigger(); // "19 — near just thirds"
+    EXPECT_EQ(s.state.tetDivisions(), 19);
+    EXPECT_EQ(s.state.tetStep(), 0);
+
+    s.view.hide(); // leaving the tool stops the player
+    EXPECT_FALSE(s.state.tetPlaying());
+    EXPECT_FALSE(s.view.isTimerRunning());
+}
+
+TEST(TemperamentView, ARowClickAuditionsWithoutMovingTheHighlight) {
+    TemperamentScreen s;
+    StepRow* row = s.view.table()->row(4);
+    QTest::mouseClick(row, Qt::LeftButton, {}, QPoint(20, row->height() / 2));
+    EXPECT_FALSE(s.state.tetStep());
+    QTest::mouseClick(row->frequencyCell(), Qt::LeftButton);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("554.37"));
+}
+
+} // namespace
+} // namespace quorlen
