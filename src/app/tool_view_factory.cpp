@@ -1,6 +1,7 @@
 #include "app/tool_view_factory.h"
 
 #include "app/calculator_state.h"
+#include "tools/harmonics/harmonic_series_view.h"
 #include "tools/note_frequencies/note_frequency_view.h"
 #include "tools/temperament/temperament_view.h"
 #include "tools/tool_screen.h"
@@ -28,6 +29,8 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
     switch (tool) {
     case CalculatorTool::frequency:
         return new NoteFrequencyView(state, info.tint, parent);
+    case CalculatorTool::overtones:
+        return new HarmonicSeriesView(state, info.tint, parent);
     case CalculatorTool::temperament:
         return new TemperamentView(state, info.tint, parent);
     default:

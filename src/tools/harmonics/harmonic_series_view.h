@@ -1,0 +1,48 @@
+#pragma once
+
+#include "tools/tool_screen.h"
+
+#include <QList>
+#include <QTimer>
+
+namespace quorlen {
+
+class CalculatorState;
+class FundamentalPanel;
+class HarmonicBar;
+struct Harmonic;
+
+// The "Overtones" tool: the first sixteen harmonics of a chosen note as a
+// 1/n bar spectrum, with their drift from 12-TET; bars toggle and sound,
+// the sweep plays 1× … 16×, Play sounds the sum of the enabled ones.
+class HarmonicSeriesView : public ToolScreen {
+    Q_OBJECT
+public:
+    static constexpr int kCount = 16;
+    static constexpr int kSweepIntervalMs = 220;
+
+    HarmonicSeriesView(CalculatorState& state, const QColor& accent, QWidget* parent = nullptr);
+    ~HarmonicSeriesView() override;
+
+    FundamentalPanel* fundamentalPanel() const { return m_panel; }
+    HarmonicBar* bar(int number) const { return m_bars.value(number - 1); }
+    bool isTimerRunning() const { return m_sweepTimer.isActive(); }
+
+    double fundamental() const;
+    void startSweep();
+    void advanceSweep();
+    void stopSweep();
+    void playChord();
+    void toggle(const Harmonic& harmonic);
+
+private:
+    void refresh();
+    void refreshBarStates();
+
+    CalculatorState& m_state;
+    FundamentalPanel* m_panel;
+    QList<HarmonicBar*> m_bars;
+    QTimer m_sweepTimer;
+};
+
+} // namespace quorlen

@@ -1,0 +1,118 @@
+#include "app/calculator_state.h"
+#include "tools/harmonics/fundamental_panel.h"
+#include "tools/harmonics/harmonic_bar.h"
+#include "tools/harmonics/harmonic_series_view.h"
+#include "ui/copyable_value.h"
+#include "ui/kit_button.h"
+#include "ui/kit_picker.h"
+#include "ui/metric_tile.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMenu>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace quorlen {
+namespace {
+
+struct OvertoneScreen {
+    CalculatorState state;
+    HarmonicSeriesView view{state, QColor(184, 107, 64)};
+
+    OvertoneScreen() {
+        view.resize(900, 800);
+        view.show();
+    }
+    QAbstractButton* button(const char* name) {
+        return view.findChild<QAbstractButton*>(QString::fromLatin1(name));
+    }
+};
+
+TEST(HarmonicSeriesView, HeaderAndBarsForA1) {
+    OvertoneScreen s;
+    EXPECT_DOUBLE_EQ(s.view.fundamental(), 55.0);
+    const auto tiles = s.view.header()->tiles();
+    EXPECT_EQ(tiles[0]->metric().label, QStringLiteral("f₀ · A1"));
+    EXPECT_EQ(tiles[0]->metric().value, QStringLiteral("55.00 Hz"));
+    EXPECT_EQ(tiles[0]->copyText(), QStringLiteral("55.00"));
+    EXPECT_EQ(tiles[1]->metric().label, QStringLiteral("3× · E3"));
+    EXPECT_EQ(tiles[2]->metric().value, QStringLiteral("275.0 Hz"));
+    EXPECT_EQ(s.view.bar(7)->toolTip(), QStringLiteral("7× = 385.0 Hz · G4 -31¢"));
+    EXPECT_EQ(HarmonicBar::barHeight(1), 200);
+    EXPECT_EQ(HarmonicBar::barHeight(16), 12.5);
+}
+
+TEST(HarmonicSeriesView, PickersMoveTheFundamental) {
+    OvertoneScreen s;
+    KitPicker* pitch = s.view.fundamentalPanel()->pitchPicker();
+    KitPicker* octave = s.view.fundamentalPanel()->octavePicker();
+    pitch->menu()->actions().at(0)->trigger();  // C
+    octave->menu()->actions().at(0)->trigger(); // Octave 0
+    EXPECT_EQ(s.state.overtonePitchClass(), 0);
+    EXPECT_EQ(s.state.overtoneOctave(), 0);
+    EXPECT_EQ(s.view.fundamentalPanel()->fundamentalValue()->display(), QStringLiteral("16.35 Hz"));
+    EXPECT_EQ(octave->text(), QStringLiteral("Octave 0"));
+    s.state.setOvertonePitchClass(11);
+    s.state.setOvertoneOctave(4);
+    EXPECT_EQ(s.view.fundamentalPanel()->fundamentalValue()->copyText(), QStringLiteral("493.88"));
+    EXPECT_EQ(pitch->text(), QStringLiteral("B"));
+}
+
+TEST(HarmonicSeriesView, TogglesAndTheEnabledSet) {
+    OvertoneScreen s;
+    QTest::mouseClick(s.view.bar(3), Qt::LeftButton);
+    EXPECT_FALSE(s.state.overtonesEnabled().contains(3));
+    EXPECT_FALSE(s.view.bar(3)->isHarmonicEnabled());
+    QTest::mouseClick(s.view.bar(3), Qt::LeftButton);
+    EXPECT_TRUE(s.state.overtonesEnabled().contains(3));
+
+    QTest::mouseClick(s.button("majorTriad"), Qt::LeftButton);
+    EXPECT_EQ(s.state.overtonesEnabled(), (std::set<int>{4, 5, 6})) << "replaced, not added";
+    for (int n : {4, 5, 6})
+        QTest::mouseClick(s.view.bar(n), Qt::LeftButton);
+    EXPECT_TRUE(s.state.overtonesEnabled().empty());
+    EXPECT_FALSE(s.view.fundamentalPanel()->playButton()->isEnabled());
+    QTest::mouseClick(s.button("allHarmonics"), Qt::LeftButton);
+    EXPECT_EQ(s.state.overtonesEnabled().size(), 16u);
+    EXPECT_TRUE(s.view.fundamentalPanel()->playButton()->isEnabled());
+}
+
+TEST(HarmonicSeriesView, SweepPlaysSixteenStepsThenEnds) {
+    OvertoneScreen s;
+    QTest::mouseClick(s.view.fundamentalPanel()->sweepButton(), Qt::LeftButton);
+    EXPECT_TRUE(s.state.overtoneSweeping());
+    EXPECT_EQ(s.state.overtoneStep(), 1);
+    EXPECT_TRUE(s.view.bar(1)->isCurrent());
+    EXPECT_EQ(s.view.fundamentalPanel()->sweepButton()->text(), QStringLiteral("Stop"));
+    for (int firing = 1; firing <= 15; ++firing)
+        s.view.advanceSweep();
+    EXPECT_EQ(s.state.overtoneStep(), 16);
+    s.view.advanceSweep(); // the sixteenth firing ends it
+    EXPECT_FALSE(s.state.overtoneSweeping());
+    EXPECT_FALSE(s.state.overtoneStep());
+    EXPECT_FALSE(s.view.isTimerRunning());
+    EXPECT_EQ(s.view.fundamentalPanel()->sweepButton()->text(), QStringLiteral("Sweep"));
+
+    s.view.startSweep();
+    s.view.hide(); // leaving the tool stops the sweep
+    EXPECT_FALSE(s.state.overtoneSweeping());
+}
+
+TEST(HarmonicBar, ContextMenuCopiesHertzAndNoteName) {
+    OvertoneScreen s;
+    std::unique_ptr<QMenu> menu(s.view.bar(7)->createContextMenu(nullptr));
+    ASSERT_EQ(menu->actions().size(), 2);
+    EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Copy 385.00 Hz"));
+    menu->actions()[0]->trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("385.00"));
+    EXPECT_EQ(menu->actions()[1]->text(), QStringLiteral("Copy G4"));
+    menu->actions()[1]->trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("G4"));
+}
+
+} // namespace
+} // namespace quorlen
