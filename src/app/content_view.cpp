@@ -9,6 +9,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QScrollArea>
+#include <QShowEvent>
 
 namespace quorlen {
 namespace {
@@ -85,6 +86,13 @@ void ContentView::showSelectedTool() {
 void ContentView::updateSummary() {
     m_sidebar->setSummary(
         QString::fromStdString(text::sidebarSummary(m_state.a4(), m_state.bpm())));
+}
+
+void ContentView::showEvent(QShowEvent* event) {
+    // Restoring a minimised window is no new appearance.
+    if (!event->spontaneous())
+        emit appeared();
+    QWidget::showEvent(event);
 }
 
 void ContentView::resizeEvent(QResizeEvent* event) {

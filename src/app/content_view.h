@@ -35,11 +35,14 @@ public:
     void selectTool(CalculatorTool tool);
 
 signals:
+    // The window shows this content (at start, and after being reopened).
+    void appeared();
     void selectedToolChanged(const QString& rawValue);
     void toolRowClicked(quorlen::CalculatorTool tool);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void showSelectedTool();

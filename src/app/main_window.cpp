@@ -3,22 +3,29 @@
 #include "app/content_view.h"
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
+#include "stats/stats.h"
 
 #include <QApplication>
 #include <QMenuBar>
 
 namespace quorlen {
 
-MainWindow::MainWindow(AppearanceController& appearance, bool persistSelection, QWidget* parent)
+MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidget* parent)
     : QMainWindow(parent), m_appearance(appearance) {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Quorlen Calculator"));
 
     m_content = new ContentView(Preferences().selectedCalculatorTool(), this);
     setCentralWidget(m_content);
-    if (persistSelection) {
+    if (interactive) {
+        // The selection is stored before the click is reported.
         connect(m_content, &ContentView::selectedToolChanged, this,
                 [](const QString& rawValue) { Preferences().setSelectedCalculatorTool(rawValue); });
+        connect(m_content, &ContentView::appeared, this,
+                [] { Stats::track(QStringLiteral("launch")); });
+        connect(m_content, &ContentView::toolRowClicked, this, [](CalculatorTool tool) {
+            Stats::track(QStringLiteral("tool-") + QLatin1String(toolInfo(tool).rawValue));
+        });
     }
 
     QMenu* menu = menuBar()->addMenu(QStringLiteral("&Calculator"));

@@ -15,9 +15,9 @@ class MainWindow : public QMainWindow {
 public:
     static constexpr QSize kDefaultSize{960, 720};
 
-    // `persistSelection` false leaves the stored selection untouched (used
-    // when rendering screenshots).
-    MainWindow(AppearanceController& appearance, bool persistSelection = true,
+    // A window that is not `interactive` (a screenshot being rendered)
+    // neither stores the tool selection nor reports usage.
+    MainWindow(AppearanceController& appearance, bool interactive = true,
                QWidget* parent = nullptr);
 
     ContentView* content() const { return m_content; }

@@ -1,5 +1,5 @@
 // Entry point of the Qt test suites: an offscreen QApplication, the app's
-// fonts, and preferences written to a throw-away folder.
+// fonts, preferences written to a throw-away folder, and no usage events.
 #include "ui/fonts.h"
 
 #include <QApplication>
@@ -10,6 +10,9 @@
 
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Windows built in tests report usage nowhere unless a test says where.
+    if (!qEnvironmentVariableIsSet("QUORLEN_STATS_URL"))
+        qputenv("QUORLEN_STATS_URL", "off");
     testing::InitGoogleTest(&argc, argv);
     QApplication app(argc, argv);
     QApplication::setFont(quorlen::uiFont(13));

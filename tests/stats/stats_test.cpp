@@ -1,0 +1,135 @@
+#include "app/appearance.h"
+#include "app/content_view.h"
+#include "app/main_window.h"
+#include "app/preferences.h"
+#include "app/sidebar.h"
+#include "app/sidebar_tool_row.h"
+#include "stats/loopback_server.h"
+#include "stats/stats.h"
+#include "support/wait.h"
+
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace quorlen {
+namespace {
+
+using testing::LoopbackServer;
+using testing::ReceivedRequest;
+using testing::waitUntil;
+
+TEST(Stats, EndpointOverrideAcceptsHttpsAndLoopbackHttpOnly) {
+    EXPECT_EQ(Stats::endpointFrom({}), Stats::defaultEndpoint());
+    EXPECT_EQ(Stats::defaultEndpoint().scheme(), QStringLiteral("https"));
+    EXPECT_EQ(Stats::defaultEndpoint().path(), QStringLiteral("/api/send"));
+    for (const char* accepted : {"https://stats.example.org/api/send", "http://127.0.0.1:8080/x",
+                                 "http://localhost:9/api/send", "http://[::1]:80/api/send",
+                                 "http://127.8.9.10/api/send"})
+        EXPECT_TRUE(Stats::endpointFrom(accepted)) << accepted;
+    for (const char* refused : {"off", "http://stats.example.org/api/send",
+                                "http://192.168.1.2/api/send", "ftp://127.0.0.1/x", "http://"})
+        EXPECT_FALSE(Stats::endpointFrom(refused)) << refused;
+}
+
+TEST(Stats, UserAgentEndsInTheVersionOrDev) {
+    EXPECT_EQ(Stats::userAgent(QStringLiteral("1.2.3")),
+              QStringLiteral("Mozilla/5.0 (Macintosh) QuorlenCalculator/1.2.3"));
+    EXPECT_EQ(Stats::userAgent({}), QStringLiteral("Mozilla/5.0 (Macintosh) QuorlenCalculator/dev"));
+}
+
+// Checks one request against the wire format, member by member.
+void expectEvent(const ReceivedRequest& request, const QString& name, const QString& version) {
+    EXPECT_EQ(request.requestLine, "POST /api/send HTTP/1.1");
+    EXPECT_EQ(request.header("content-type"), "application/json");
+    EXPECT_EQ(request.header("user-agent"),
+              ("Mozilla/5.0 (Macintosh) QuorlenCalculator/" + version).toUtf8());
+    EXPECT_TRUE(request.header("cookie").isEmpty());
+    const QJsonObject body = QJsonDocument::fromJson(request.body).object();
+    EXPECT_EQ(body.keys(), (QStringList{QStringLiteral("payload"), QStringLiteral("type")}));
+    EXPECT_EQ(body[QStringLiteral("type")].toString(), QStringLiteral("event"));
+    const QJsonObject payload = body[QStringLiteral("payload")].toObject();
+    const QJsonObject expected{
+        {QStringLiteral("website"), QStringLiteral("3f1a7c52-8e4b-4d09-a6c1-5b2e90d7f318")},
+        {QStringLiteral("hostname"), QStringLiteral("macos-app")},
+        {QStringLiteral("language"), QLocale::system().name()},
+        {QStringLiteral("screen"), QString()},
+        {QStringLiteral("title"), QStringLiteral("macOS")},
+        {QStringLiteral("url"), QStringLiteral("/macos")},
+        {QStringLiteral("name"), name},
+    };
+    EXPECT_EQ(payload, expected);
+}
+
+void click(MainWindow& window, CalculatorTool tool) {
+    QTest::mouseClick(window.content()->sidebar()->row(tool), Qt::LeftButton);
+}
+
+// One server for the whole scenario: the endpoint is read once per process.
+TEST(Stats, EventsReachALoopbackServerUnlessOptedOutAndFailuresStaySilent) {
+    LoopbackServer server;
+    ASSERT_TRUE(server.isListening());
+    qputenv("QUORLEN_STATS_URL", server.url());
+    Preferences().setStatsOptOut(false);
+
+    AppearanceController appearance;
+    MainWindow window(appearance);
+    window.show();
+    ASSERT_TRUE(waitUntil([&] { return server.requests.size() == 1; }));
+    expectEvent(server.requests[0], QStringLiteral("launch"), QStringLiteral("dev"));
+
+    click(window, CalculatorTool::harmony);
+    click(window, CalculatorTool::harmony); // the selected row reports again
+    ASSERT_TRUE(waitUntil([&] { return server.requests.size() == 3; }));
+    expectEvent(server.requests[1], QStringLiteral("tool-harmony"), QStringLiteral("dev"));
+    expectEvent(server.requests[2], QStringLiteral("tool-harmony"), QStringLiteral("dev"));
+
+    // The opt-out is read at each event.
+    Preferences().setStatsOptOut(true);
+    click(window, CalculatorTool::rhythm);
+    QTest::qWait(300);
+    EXPECT_EQ(server.requests.size(), 3);
+    Preferences().setStatsOptOut(false);
+
+    // A server that never answers, then a closed port: the window goes on.
+    server.answer = false;
+    QElapsedTimer clock;
+    clock.start();
+    click(window, CalculatorTool::space);
+    EXPECT_EQ(window.content()->shownTool(), CalculatorTool::space);
+    ASSERT_TRUE(waitUntil([&] { return server.requests.size() == 4; }));
+    server.close();
+    click(window, CalculatorTool::temperament);
+    click(window, CalculatorTool::overtones);
+    EXPECT_EQ(window.content()->shownTool(), CalculatorTool::overtones);
+    EXPECT_LT(clock.elapsed(), 2000) << "a click must never wait for the network";
+    QTest::qWait(200);
+}
+
+TEST(Stats, TheRealAppReportsItsLaunchWithItsVersion) {
+    LoopbackServer server;
+    QTemporaryDir config;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QUORLEN_STATS_URL"), QString::fromLatin1(server.url()));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    QProcess app;
+    app.setProcessEnvironment(environment);
+    app.start(QStringLiteral(QUORLEN_APP_PATH), {QStringLiteral("--startup-probe")});
+    ASSERT_TRUE(app.waitForStarted());
+    ASSERT_TRUE(waitUntil([&] { return !server.requests.isEmpty(); }, 10000));
+    expectEvent(server.requests[0], QStringLiteral("launch"), QStringLiteral(QUORLEN_VERSION));
+    app.waitForFinished(10000);
+    EXPECT_EQ(app.exitCode(), 0);
+    EXPECT_EQ(app.readAllStandardError().count("QuorlenCalculator"), 0);
+    EXPECT_EQ(server.requests.size(), 1);
+}
+
+} // namespace
+} // namespace quorlen
