@@ -1,6 +1,7 @@
 #include "app/tool_view_factory.h"
 
 #include "app/calculator_state.h"
+#include "tools/tempo/tempo_view.h"
 #include "tools/tool_screen.h"
 
 namespace quorlen {
@@ -22,8 +23,13 @@ constexpr Headline kHeadlines[] = {
 } // namespace
 
 QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
-    Q_UNUSED(state);
     const ToolInfo& info = toolInfo(tool);
+    switch (tool) {
+    case CalculatorTool::bpm:
+        return new TempoView(state, info.tint, parent);
+    default:
+        break;
+    }
     const Headline& headline = kHeadlines[static_cast<size_t>(tool)];
     // Tools without their own screen yet show their header alone.
     return new ToolScreen(QString::fromUtf8(headline.eyebrow), QString::fromUtf8(headline.title),
