@@ -1,6 +1,7 @@
 #include "app/tool_view_factory.h"
 
 #include "app/calculator_state.h"
+#include "tools/reverb_delay/reverb_delay_view.h"
 #include "tools/tempo/tempo_view.h"
 #include "tools/tool_screen.h"
 
@@ -27,6 +28,8 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
     switch (tool) {
     case CalculatorTool::bpm:
         return new TempoView(state, info.tint, parent);
+    case CalculatorTool::space:
+        return new ReverbDelayView(state, info.tint, parent);
     default:
         break;
     }

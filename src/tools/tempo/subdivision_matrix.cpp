@@ -5,6 +5,7 @@
 #include "tools/value_cell.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
+#include "ui/hairline.h"
 
 #include <QPainter>
 #include <QVBoxLayout>
@@ -74,16 +75,6 @@ protected:
     }
 };
 
-class Divider : public QWidget {
-public:
-    explicit Divider(QWidget* parent) : QWidget(parent) { setFixedHeight(1); }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter(this).fillRect(rect(), currentColors().border);
-    }
-};
-
 } // namespace
 
 MatrixRow::MatrixRow(tempo::NoteDivision division, int index, const QColor& accent, QWidget* parent)
@@ -145,7 +136,7 @@ SubdivisionMatrix::SubdivisionMatrix(CalculatorState& state,
     column->setSpacing(0);
     column->addWidget(new HeaderRow(this));
     column->addSpacing(6);
-    column->addWidget(new Divider(this));
+    column->addWidget(new Hairline(this));
     column->addSpacing(4);
     for (size_t i = 0; i < divisions.size(); ++i) {
         auto* row = new MatrixRow(divisions[i], static_cast<int>(i), accent, this);
