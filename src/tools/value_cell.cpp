@@ -1,6 +1,7 @@
 #include "tools/value_cell.h"
 
 #include "ui/color_scheme.h"
+#include "ui/fonts.h"
 
 #include <QPainter>
 
@@ -35,12 +36,13 @@ QSize ValueCell::sizeHint() const {
 
 void ValueCell::paintLabel(QPainter& painter, bool copied) {
     const SchemeColors colors = currentColors();
-    painter.setFont(font());
+    const QString shown = copied ? QStringLiteral("Copied") : m_display;
+    // Very slow tempos make long figures; they shrink before they clip.
+    painter.setFont(fittedFont(font(), shown, width()));
     painter.setPen(copied                    ? m_accent
                    : m_tone == Tone::Primary ? colors.primaryText
                                              : colors.secondaryText);
-    painter.drawText(rect(), static_cast<int>(m_alignment),
-                     copied ? QStringLiteral("Copied") : m_display);
+    painter.drawText(rect(), static_cast<int>(m_alignment), shown);
 }
 
 } // namespace quorlen
