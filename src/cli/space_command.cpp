@@ -15,7 +15,7 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr OptionSpec kOptions[] = {
+constexpr KnownOption kOptions[] = {
     {"--total", true}, {"--pre", true}, {"--json", false}, {"--help", false}};
 
 struct SpaceRequest {

@@ -12,7 +12,7 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr OptionSpec kOptions[] = {{"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--json", false}, {"--help", false}};
 
 void printJson(std::ostream& out, double bpm) {
     const tempo::TempoMetrics metrics = tempo::tempoMetrics(bpm);
