@@ -44,7 +44,6 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
 
     m_field = new PremiumInputField(QStringLiteral("BPM"), {}, this);
     m_field->setObjectName(QStringLiteral("bpmField"));
-    m_field->setText(state.bpmText());
     row->addWidget(m_field, 0, Qt::AlignBottom);
 
     m_stepper = new Stepper(this);
@@ -107,6 +106,10 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
     });
     connect(&state, &CalculatorState::bpmTextChanged, this,
             [this] { m_field->setText(m_state.bpmText()); });
+    // The tempo may have changed while this screen was not shown, with no one
+    // to rewrite the text then.
+    syncTextFromValue();
+    m_field->setText(m_state.bpmText());
     syncControls();
 }
 

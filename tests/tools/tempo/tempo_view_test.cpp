@@ -184,5 +184,15 @@ TEST_F(TempoScreen, ValuesCopyWithoutUnit) {
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "8.00");
 }
 
+TEST(TempoTool, ShowsATempoSetWhileItWasNotShown) {
+    ContentView content{QStringLiteral("space")};
+    content.state().setBpm(90);
+    content.selectTool(CalculatorTool::bpm);
+    auto* view = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view->controls()->field()->text(), "90");
+    EXPECT_EQ(content.state().bpmText(), "90");
+}
+
 } // namespace
 } // namespace quorlen
