@@ -58,6 +58,11 @@ ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
     showSelectedTool();
 }
 
+// Child widgets outlive the members; the tool screen, which holds the
+// state by reference and may commit a focused field as it goes, must go
+// while the state still exists.
+ContentView::~ContentView() { delete m_detail->takeWidget(); }
+
 CalculatorTool ContentView::shownTool() const {
     return toolFromRawValue(m_selectedToolID).value_or(CalculatorTool::bpm);
 }

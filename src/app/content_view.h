@@ -23,6 +23,7 @@ public:
     // `restoredToolID` is the stored selection; one that names no tool shows
     // the tempo tool.
     explicit ContentView(const QString& restoredToolID, QWidget* parent = nullptr);
+    ~ContentView() override;
 
     CalculatorState& state() { return m_state; }
     QString selectedToolID() const { return m_selectedToolID; }

@@ -4,6 +4,8 @@
 #include "tools/harmonics/harmonic_series_view.h"
 #include "tools/note_frequencies/note_frequency_view.h"
 #include "tools/temperament/temperament_view.h"
+#include "tools/reverb_delay/reverb_delay_view.h"
+#include "tools/tempo/tempo_view.h"
 #include "tools/tool_screen.h"
 
 namespace quorlen {
@@ -33,6 +35,10 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
         return new HarmonicSeriesView(state, info.tint, parent);
     case CalculatorTool::temperament:
         return new TemperamentView(state, info.tint, parent);
+    case CalculatorTool::bpm:
+        return new TempoView(state, info.tint, parent);
+    case CalculatorTool::space:
+        return new ReverbDelayView(state, info.tint, parent);
     default:
         break;
     }

@@ -31,7 +31,7 @@ std::optional<std::string_view> ParsedArguments::value(std::string_view option) 
 }
 
 std::variant<ParsedArguments, UsageError> parseArguments(std::span<const std::string_view> args,
-                                                         std::span<const OptionSpec> options) {
+                                                         std::span<const KnownOption> options) {
     ParsedArguments parsed;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string_view argument = args[i];
@@ -41,22 +41,22 @@ std::variant<ParsedArguments, UsageError> parseArguments(std::span<const std::st
         }
         const size_t equals = argument.find('=');
         const std::string_view name = argument.substr(0, equals);
-        const auto spec = std::find_if(options.begin(), options.end(),
-                                       [&](const OptionSpec& o) { return o.name == name; });
-        if (spec == options.end())
+        const auto known = std::find_if(options.begin(), options.end(),
+                                        [&](const KnownOption& o) { return o.name == name; });
+        if (known == options.end())
             return UsageError{"unknown option " + quoted(name)};
         if (parsed.has(name) || parsed.values.contains(name))
             return UsageError{"option " + quoted(name) + " given twice"};
-        if (!spec->takesValue) {
+        if (!known->takesValue) {
             if (equals != std::string_view::npos)
                 return UsageError{"option " + quoted(name) + " takes no value"};
-            parsed.flags.insert(spec->name);
+            parsed.flags.insert(known->name);
             continue;
         }
         if (equals != std::string_view::npos) {
-            parsed.values[spec->name] = argument.substr(equals + 1);
+            parsed.values[known->name] = argument.substr(equals + 1);
         } else if (i + 1 < args.size()) {
-            parsed.values[spec->name] = args[++i];
+            parsed.values[known->name] = args[++i];
         } else {
             return UsageError{"option " + quoted(name) + " needs a value"};
         }

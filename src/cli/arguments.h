@@ -15,7 +15,7 @@ namespace quorlen::cli {
 
 // An option a command understands: "--json" alone, or "--total BARS" /
 // "--total=BARS" when it takes a value.
-struct OptionSpec {
+struct KnownOption {
     std::string_view name;
     bool takesValue;
 };
@@ -39,7 +39,7 @@ struct UsageError {
 // of `options`; "-5" is a (negative) number, so a positional. An option
 // given twice is refused rather than guessed at.
 std::variant<ParsedArguments, UsageError> parseArguments(std::span<const std::string_view> args,
-                                                         std::span<const OptionSpec> options);
+                                                         std::span<const KnownOption> options);
 
 // A tempo argument read by the app's commit rule ("98,5" is 98.5), clamped
 // to `range`; letters, blanks and non-finite numbers are refused.

@@ -15,7 +15,7 @@ namespace {
 
 using text::format;
 
-constexpr OptionSpec kOptions[] = {
+constexpr KnownOption kOptions[] = {
     {"--a4", true}, {"--count", true}, {"--json", false}, {"--help", false}};
 
 // The app offers octaves 0 to 4 for the fundamental; 16 harmonics by default.

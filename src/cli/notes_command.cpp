@@ -12,7 +12,7 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr OptionSpec kOptions[] = {{"--a4", true}, {"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--a4", true}, {"--json", false}, {"--help", false}};
 
 void printJson(std::ostream& out, double a4) {
     JsonWriter json(out);

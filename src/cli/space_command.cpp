@@ -15,7 +15,7 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr OptionSpec kOptions[] = {
+constexpr KnownOption kOptions[] = {
     {"--total", true}, {"--pre", true}, {"--json", false}, {"--help", false}};
 
 struct SpaceRequest {
@@ -153,7 +153,7 @@ int runSpaceCommand(std::span<const std::string_view> args, std::ostream& out, s
         return refuse(err, "space", *error);
     const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
     if (arguments.has("--help")) {
-        out << "usage: " << kSpaceSynopsis << '\n' << kSpaceSummary << '\n';
+        out << "usage: " << kSpaceSynopsis << "\n      " << kSpaceSummary << '\n';
         return kExitOk;
     }
     const auto request = readRequest(arguments);

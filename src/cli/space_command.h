@@ -9,8 +9,8 @@ namespace quorlen::cli {
 inline constexpr std::string_view kSpaceSynopsis =
     "quorlen space [BPM] [--total BARS] [--pre N] [--json]";
 inline constexpr std::string_view kSpaceSummary =
-    "Tempo-synced reverb pre-delay, decay and total, and delay times. BARS is one of "
-    "0.25 0.5 1 2 4 8 (default 1), N one of 256 128 64 32 16 (default 64).";
+    "Reverb pre-delay, decay and total, and delay times. BARS: 0.25 0.5 1 2 4 8 (default 1);\n"
+    "      N: 256 128 64 32 16 (default 64, a 1/64 note).";
 
 // `quorlen space`: the reverb and delay tool's figures. The tempo is read
 // like the app's tempo field, then clamped to 20 to 400 as the tool does.

@@ -12,7 +12,7 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr OptionSpec kOptions[] = {{"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--json", false}, {"--help", false}};
 
 void printJson(std::ostream& out, double bpm) {
     const tempo::TempoMetrics metrics = tempo::tempoMetrics(bpm);
@@ -70,7 +70,7 @@ int runTempoCommand(std::span<const std::string_view> args, std::ostream& out, s
         return refuse(err, "tempo", *error);
     const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
     if (arguments.has("--help")) {
-        out << "usage: " << kTempoSynopsis << '\n' << kTempoSummary << '\n';
+        out << "usage: " << kTempoSynopsis << "\n      " << kTempoSummary << '\n';
         return kExitOk;
     }
     if (arguments.positionals.size() > 1)

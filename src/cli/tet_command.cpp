@@ -15,7 +15,7 @@ namespace {
 
 using text::format;
 
-constexpr OptionSpec kOptions[] = {
+constexpr KnownOption kOptions[] = {
     {"--ref", true}, {"--a4", true}, {"--json", false}, {"--help", false}};
 
 struct TetRequest {

@@ -17,6 +17,10 @@ std::optional<double> liveBpm(std::string_view text) {
     return std::clamp(*parsed, kTypedBpmRange.min, kTypedBpmRange.max);
 }
 
+double steppedBpm(double bpm, int direction) {
+    return std::clamp(bpm + direction, kControlBpmRange.min, kControlBpmRange.max);
+}
+
 std::string bpmFieldText(double bpm) {
     return text::format(bpm == text::roundHalfAway(bpm) ? "%.0f" : "%.2f", bpm);
 }

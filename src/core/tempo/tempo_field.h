@@ -22,6 +22,10 @@ double commitBpmText(std::string_view text, double currentBpm);
 // each keystroke; nothing for text that is not (yet) a number.
 std::optional<double> liveBpm(std::string_view text);
 
+// One press of the stepper: `direction` (+1 or -1) BPM, kept within
+// 20...400, so a typed 10 steps up to 20 and a typed 600 down to 400.
+double steppedBpm(double bpm, int direction);
+
 // The field's text for a tempo: "128" for whole tempos, "98.50" otherwise.
 std::string bpmFieldText(double bpm);
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <optional>
+#include <tuple>
 
 namespace quorlen::tempo {
 namespace {
@@ -37,6 +38,18 @@ TEST(TempoField, LiveEditFollowsEachKeystrokeAndSkipsHalfNumbers) {
     for (const auto& [text, expected] : steps) {
         SCOPED_TRACE(text);
         EXPECT_EQ(liveBpm(text), expected);
+    }
+}
+
+TEST(TempoField, StepperStaysWithinTheControlRange) {
+    // +-1 BPM, but never outside 20...400, even from a typed 10 or 600.
+    const std::tuple<double, int, double> cases[] = {
+        {120, +1, 121}, {120, -1, 119}, {98.5, +1, 99.5}, {20, -1, 20},
+        {400, +1, 400}, {10, +1, 20},   {600, -1, 400},   {399.5, +1, 400},
+    };
+    for (const auto& [bpm, direction, expected] : cases) {
+        SCOPED_TRACE(bpm);
+        EXPECT_EQ(steppedBpm(bpm, direction), expected);
     }
 }
 

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "tempo/note_division.h"
+
+#include <QList>
+#include <QWidget>
+#include <span>
+
+namespace quorlen {
+
+class CalculatorState;
+class ValueCell;
+class MatrixRow;
+
+// The tempo table: a header row, a faint divider, then one row per note
+// division with copyable straight, dotted and triplet lengths and the rate
+// in Hz. It follows `bpm` on its own.
+class SubdivisionMatrix : public QWidget {
+    Q_OBJECT
+public:
+    SubdivisionMatrix(CalculatorState& state, std::span<const tempo::NoteDivision> divisions,
+                      const QColor& accent, QWidget* parent = nullptr);
+
+    // The row of `id` ("1/4"), or null.
+    MatrixRow* row(const QString& id) const;
+
+private:
+    void refresh();
+
+    CalculatorState& m_state;
+    QList<MatrixRow*> m_rows;
+};
+
+// One division: the coloured bar and name, then four copy cells.
+class MatrixRow : public QWidget {
+    Q_OBJECT
+public:
+    MatrixRow(tempo::NoteDivision division, int index, const QColor& accent,
+              QWidget* parent = nullptr);
+
+    tempo::NoteDivision division() const { return m_division; }
+    void setLengths(const tempo::NoteLengths& lengths);
+
+    ValueCell* straightCell() const { return m_straight; }
+    ValueCell* dottedCell() const { return m_dotted; }
+    ValueCell* tripletCell() const { return m_triplet; }
+    ValueCell* hzCell() const { return m_hz; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    tempo::NoteDivision m_division;
+    int m_index;
+    QColor m_accent;
+    QString m_id;
+    ValueCell* m_straight;
+    ValueCell* m_dotted;
+    ValueCell* m_triplet;
+    ValueCell* m_hz;
+};
+
+} // namespace quorlen

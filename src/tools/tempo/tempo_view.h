@@ -1,0 +1,30 @@
+#pragma once
+
+#include "tools/tool_screen.h"
+
+namespace quorlen {
+
+class CalculatorState;
+class SubdivisionMatrix;
+class TempoControls;
+
+// The tempo tool: header figures, the tempo controls, then the table of
+// note lengths from 32 bars to 1/128 and the formula. Everything follows
+// the shared `bpm`, whoever writes it.
+class TempoView : public ToolScreen {
+    Q_OBJECT
+public:
+    TempoView(CalculatorState& state, const QColor& accent, QWidget* parent = nullptr);
+
+    TempoControls* controls() const { return m_controls; }
+    SubdivisionMatrix* matrix() const { return m_matrix; }
+
+private:
+    void refreshMetrics();
+
+    CalculatorState& m_state;
+    TempoControls* m_controls;
+    SubdivisionMatrix* m_matrix;
+};
+
+} // namespace quorlen
