@@ -9,6 +9,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QShowEvent>
 
 namespace quorlen {
@@ -51,6 +52,9 @@ ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
     row->addWidget(m_detail, 1);
     m_backdrop->lower();
 
+    styleScrollBar();
+    connect(&ColorSchemeHub::instance(), &ColorSchemeHub::schemeChanged, this,
+            &ContentView::styleScrollBar);
     connect(m_sidebar, &Sidebar::toolClicked, this, &ContentView::selectTool);
     connect(&m_state, &CalculatorState::bpmChanged, this, &ContentView::updateSummary);
     connect(&m_state, &CalculatorState::a4Changed, this, &ContentView::updateSummary);
@@ -86,6 +90,21 @@ void ContentView::showSelectedTool() {
         old->deleteLater();
     m_toolView = createToolView(tool, m_state);
     m_detail->setWidget(m_toolView);
+}
+
+// A thin, scheme-coloured handle on a clear track: the platform's own bar
+// would stay light on the dark backdrop.
+void ContentView::styleScrollBar() {
+    const QColor handle = withOpacity(currentColors().primaryText, 0.28);
+    m_detail->verticalScrollBar()->setStyleSheet(
+        QStringLiteral("QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }"
+                       "QScrollBar::handle:vertical { background: %1; border-radius: 3px;"
+                       " min-height: 40px; }"
+                       "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical"
+                       " { height: 0; }"
+                       "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical"
+                       " { background: none; }")
+            .arg(handle.name(QColor::HexArgb)));
 }
 
 void ContentView::updateSummary() {

@@ -48,6 +48,7 @@ protected:
 private:
     void showSelectedTool();
     void updateSummary();
+    void styleScrollBar();
 
     CalculatorState m_state;
     QString m_selectedToolID;
