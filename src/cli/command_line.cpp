@@ -1,5 +1,7 @@
 #include "cli/command_line.h"
 
+#include "cli/detect_command.h"
+
 #include "quorlen/version.h"
 
 #include <ostream>
@@ -18,7 +20,11 @@ struct Command {
 
 // Calculators register here as they gain a command, each with its own
 // source file in this folder.
-const std::vector<Command> kCommands = {};
+const std::vector<Command> kCommands = {
+    {"detect", "detect [--json] [-j N] PATH...",
+     "tempo, beat offset, downbeat and confidence of audio files or folders of them",
+     detectCommand},
+};
 
 void printUsage(std::ostream& stream) {
     stream << "usage: quorlen <command> [arguments]\n"

@@ -95,11 +95,9 @@ std::vector<double> autocorrelationCandidates(std::span<const double> envelope, 
 }
 
 std::vector<double> expandOctaves(std::span<const double> tempos) {
-    static constexpr std::array<double, 7> kRatios = {1.0,       0.5, 2.0, 2.0 / 3.0,
-                                                      3.0 / 2.0, 1.0 / 3.0, 3.0};
     std::vector<double> out;
     for (const double tempo : tempos) {
-        for (const double ratio : kRatios) {
+        for (const double ratio : kTempoRatios) {
             const double v = tempo * ratio;
             if (!inTempoRange(v))
                 continue;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -11,6 +12,10 @@ inline constexpr double kMinBpm = 40.0;
 inline constexpr double kMaxBpm = 250.0;
 
 inline bool inTempoRange(double bpm) { return bpm >= kMinBpm && bpm <= kMaxBpm; }
+
+// Octave and triplet relatives of a tempo, in the order they are tried.
+inline constexpr std::array<double, 7> kTempoRatios = {1.0,       0.5, 2.0, 2.0 / 3.0,
+                                                       3.0 / 2.0, 1.0 / 3.0, 3.0};
 
 // Autocorrelation with the magnitude spectrum compressed to |X|^0.5, one
 // zero-padded transform of the next power of two >= 2n; lag l is divided by

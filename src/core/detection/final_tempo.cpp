@@ -20,9 +20,7 @@ constexpr double kCloseLoop = 0.025;
 constexpr double kRoundingAcceptance = 0.9;
 
 bool nearRelative(double loopBpm, double detectedBpm) {
-    static constexpr std::array<double, 7> kRatios = {1.0,       0.5, 2.0, 2.0 / 3.0,
-                                                      3.0 / 2.0, 1.0 / 3.0, 3.0};
-    return std::any_of(kRatios.begin(), kRatios.end(), [&](double ratio) {
+    return std::any_of(kTempoRatios.begin(), kTempoRatios.end(), [&](double ratio) {
         const double t = detectedBpm * ratio;
         return inTempoRange(t) && std::abs(loopBpm - t) / t <= kCloseLoop;
     });
