@@ -8,6 +8,7 @@ namespace quorlen::detection {
 
 // Answers whether the running analysis should stop. Long steps poll it at
 // fixed strides so that a cancelled job ends within a fraction of a second.
+// An analysis given several threads may call it from all of them at once.
 using CancelCheck = std::function<bool()>;
 
 enum class FailureKind { unreadable, tooShort, noRhythm, cancelled };

@@ -12,11 +12,16 @@ struct GridFit {
     double alt = 1.0;   // min/max of even- and odd-beat means, 0 ... 1
 };
 
-// Linear interpolation of the envelope at fractional frame t (t < n - 1).
-inline double envelopeAt(std::span<const double> envelope, double t) {
-    const auto k = static_cast<size_t>(t);
+// Linear interpolation of the envelope at fractional frame t (0 <= t < n - 1).
+// The signed conversion is one instruction on x86-64, the unsigned one a
+// branchy sequence; for t >= 0 both truncate alike.
+inline double envelopeAt(const double* envelope, double t) {
+    const auto k = static_cast<long long>(t);
     const double f = t - static_cast<double>(k);
     return (1.0 - f) * envelope[k] + f * envelope[k + 1];
+}
+inline double envelopeAt(std::span<const double> envelope, double t) {
+    return envelopeAt(envelope.data(), t);
 }
 
 // Log-normal tempo prior centred on 125 BPM with a width of 0.9 octaves:
@@ -36,7 +41,8 @@ double candidateValue(double bpm, const GridFit& fit);
 GridFit gridScore(std::span<const double> envelope, double fps, double bpm,
                   std::optional<double> segmentSeconds);
 
-// The plain form of `gridScore`, one comb at a time; kept to check the fast one.
+// The plain form of `gridScore`, one comb after the other; kept to check
+// the fast one, which steps four combs together.
 GridFit gridScoreReference(std::span<const double> envelope, double fps, double bpm,
                            std::optional<double> segmentSeconds);
 

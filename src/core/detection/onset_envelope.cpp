@@ -2,6 +2,7 @@
 
 #include "detection/complex_fft.h"
 #include "detection/filterbank.h"
+#include "detection/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,112 +22,140 @@ std::vector<float> hannWindow() {
     return window;
 }
 
-// Band state of one analysis: the bands, the previous and current log
-// energies, and the envelopes being filled.
-class FluxAccumulator {
-public:
-    FluxAccumulator(size_t frames)
-        : bands_(logFilterbank(12.0, 30.0, 10925.0)), prev_(bands_.size()), cur_(bands_.size()) {
-        const auto firstHigh = std::find_if(bands_.begin(), bands_.end(), [](const Band& b) {
-            return b.centerHz >= kLowBandLimitHz;
-        });
-        lowCount_ = static_cast<size_t>(firstHigh - bands_.begin());
-        result_.full.assign(frames, 0.0);
-        result_.low.assign(frames, 0.0);
-    }
+// The filterbank and the number of its bands that feed the low envelope.
+struct Filterbank {
+    std::vector<Band> bands = logFilterbank(12.0, 30.0, 10925.0);
+    size_t lowCount = static_cast<size_t>(
+        std::find_if(bands.begin(), bands.end(),
+                     [](const Band& b) { return b.centerHz >= kLowBandLimitHz; }) -
+        bands.begin());
 
-    bool usable() const { return bands_.size() >= 3; }
-
-    // `magnitude` holds the 513 bin magnitudes of frame i.
-    void addFrame(size_t i, const float* magnitude) {
-        for (size_t b = 0; b < bands_.size(); ++b) {
-            const Band& band = bands_[b];
+    // ln(1 + 15 e) per band, e the single-precision weighted sum of magnitudes.
+    void logEnergies(const float* magnitude, double* out) const {
+        for (size_t b = 0; b < bands.size(); ++b) {
+            const Band& band = bands[b];
             float energy = 0.0f;
             for (size_t j = 0; j < band.weights.size(); ++j)
                 energy += band.weights[j] * magnitude[band.start + j];
-            cur_[b] = std::log(1.0 + kCompressionGain * double(energy));
+            out[b] = std::log(1.0 + kCompressionGain * double(energy));
         }
-        if (i > 0) {
-            const size_t last = bands_.size() - 1;
-            for (size_t b = 0; b <= last; ++b) {
-                const double ref =
-                    std::max({prev_[b == 0 ? 0 : b - 1], prev_[b], prev_[std::min(b + 1, last)]});
-                const double rise = cur_[b] - ref;
-                if (rise > 0.0) {
-                    result_.full[i] += rise;
-                    if (b < lowCount_)
-                        result_.low[i] += rise;
-                }
-            }
-        }
-        std::swap(prev_, cur_);
     }
 
-    Envelope take() { return std::move(result_); }
+    // Rise of each band above the loudest of its three neighbours in the
+    // previous frame, summed over all bands and over the low bands.
+    void addFlux(const std::vector<double>& prev, const std::vector<double>& cur, double& full,
+                 double& low) const {
+        const size_t last = bands.size() - 1;
+        for (size_t b = 0; b <= last; ++b) {
+            const double ref =
+                std::max({prev[b == 0 ? 0 : b - 1], prev[b], prev[std::min(b + 1, last)]});
+            const double rise = cur[b] - ref;
+            if (rise > 0.0) {
+                full += rise;
+                if (b < lowCount)
+                    low += rise;
+            }
+        }
+    }
+};
+
+// Magnitudes of windowed frames through the real-input transform.
+class RealSpectrum {
+public:
+    explicit RealSpectrum(const std::vector<float>& window) : window_(window) {}
+    void magnitudes(const float* in, float* magnitude) {
+        for (size_t k = 0; k < kFrameLength; ++k)
+            frame_[k] = in[k] * window_[k];
+        fft_.forward(frame_, real_, imag_);
+        for (size_t k = 0; k < kMagnitudeBins; ++k)
+            magnitude[k] = std::sqrt(real_[k] * real_[k] + imag_[k] * imag_[k]);
+    }
 
 private:
-    std::vector<Band> bands_;
-    std::vector<double> prev_;
-    std::vector<double> cur_;
-    size_t lowCount_ = 0;
-    Envelope result_;
+    const std::vector<float>& window_;
+    RealFFT fft_{kFrameLength};
+    std::vector<float> frame_ = std::vector<float>(kFrameLength);
+    std::vector<float> real_ = std::vector<float>(kMagnitudeBins);
+    std::vector<float> imag_ = std::vector<float>(kMagnitudeBins);
+};
+
+// The same magnitudes the plain way, through the full complex transform.
+class ComplexSpectrum {
+public:
+    explicit ComplexSpectrum(const std::vector<float>& window) : window_(window) {}
+    void magnitudes(const float* in, float* magnitude) {
+        for (size_t k = 0; k < kFrameLength; ++k)
+            real_[k] = in[k] * window_[k];
+        std::fill(imag_.begin(), imag_.end(), 0.0f);
+        fft_.forward(real_, imag_);
+        for (size_t k = 0; k < kMagnitudeBins; ++k)
+            magnitude[k] = std::sqrt(real_[k] * real_[k] + imag_[k] * imag_[k]);
+    }
+
+private:
+    const std::vector<float>& window_;
+    ComplexFFT fft_{kFrameLength};
+    std::vector<float> real_ = std::vector<float>(kFrameLength);
+    std::vector<float> imag_ = std::vector<float>(kFrameLength);
 };
 
 size_t frameCount(size_t samples) { return (samples - kFrameLength) / kHopSamples + 1; }
 
-bool cancelledAt(size_t frame, const CancelCheck& isCancelled) {
-    return frame % kEnvelopeCancelStride == 0 && isCancelled && isCancelled();
+// Fills frames [first, last) of `out`. A range that does not start at 0
+// first computes the frame before it, so its flux is the same as if one
+// pass had run from frame 0. Returns false when cancelled.
+template <typename Spectrum>
+bool envelopeRange(std::span<const float> samples, const Filterbank& bank,
+                   const std::vector<float>& window, size_t first, size_t last,
+                   const CancelCheck& isCancelled, Envelope& out) {
+    Spectrum spectrum(window);
+    std::vector<float> magnitude(kMagnitudeBins);
+    std::vector<double> prev(bank.bands.size()), cur(bank.bands.size());
+    if (first > 0) {
+        spectrum.magnitudes(samples.data() + (first - 1) * kHopSamples, magnitude.data());
+        bank.logEnergies(magnitude.data(), prev.data());
+    }
+    for (size_t i = first; i < last; ++i) {
+        if (i % kEnvelopeCancelStride == 0 && isCancelled && isCancelled())
+            return false;
+        spectrum.magnitudes(samples.data() + i * kHopSamples, magnitude.data());
+        bank.logEnergies(magnitude.data(), cur.data());
+        if (i > 0)
+            bank.addFlux(prev, cur, out.full[i], out.low[i]);
+        std::swap(prev, cur);
+    }
+    return true;
+}
+
+template <typename Spectrum>
+Envelope envelopeWith(std::span<const float> samples, const CancelCheck& isCancelled,
+                      int threads) {
+    const Filterbank bank;
+    if (bank.bands.size() < 3 || samples.size() < kFrameLength + 1)
+        return {};
+    const size_t frames = frameCount(samples.size());
+    const std::vector<float> window = hannWindow();
+    Envelope out{std::vector<double>(frames, 0.0), std::vector<double>(frames, 0.0)};
+    const size_t ranges = std::min<size_t>(static_cast<size_t>(std::max(threads, 1)), frames);
+    std::vector<char> finished(ranges, 0);
+    parallelFor(ranges, threads, [&](size_t r) {
+        finished[r] = envelopeRange<Spectrum>(samples, bank, window, frames * r / ranges,
+                                              frames * (r + 1) / ranges, isCancelled, out);
+    });
+    if (std::count(finished.begin(), finished.end(), 0) > 0)
+        return {};
+    return out;
 }
 
 } // namespace
 
-Envelope onsetEnvelope(std::span<const float> samples, const CancelCheck& isCancelled) {
-    if (samples.size() < kFrameLength + 1)
-        return {};
-    const size_t frames = frameCount(samples.size());
-    FluxAccumulator flux(frames);
-    if (!flux.usable())
-        return {};
-    const std::vector<float> window = hannWindow();
-    RealFFT fft(kFrameLength);
-    std::vector<float> frame(kFrameLength), real(kMagnitudeBins), imag(kMagnitudeBins);
-    std::vector<float> magnitude(kMagnitudeBins);
-    for (size_t i = 0; i < frames; ++i) {
-        if (cancelledAt(i, isCancelled))
-            return {};
-        const float* in = samples.data() + i * kHopSamples;
-        for (size_t k = 0; k < kFrameLength; ++k)
-            frame[k] = in[k] * window[k];
-        fft.forward(frame, real, imag);
-        for (size_t k = 0; k < kMagnitudeBins; ++k)
-            magnitude[k] = std::sqrt(real[k] * real[k] + imag[k] * imag[k]);
-        flux.addFrame(i, magnitude.data());
-    }
-    return flux.take();
+Envelope onsetEnvelope(std::span<const float> samples, const CancelCheck& isCancelled,
+                       int threads) {
+    return envelopeWith<RealSpectrum>(samples, isCancelled, threads);
 }
 
 Envelope onsetEnvelopeReference(std::span<const float> samples, const CancelCheck& isCancelled) {
-    if (samples.size() < kFrameLength + 1)
-        return {};
-    const size_t frames = frameCount(samples.size());
-    FluxAccumulator flux(frames);
-    if (!flux.usable())
-        return {};
-    const std::vector<float> window = hannWindow();
-    ComplexFFT fft(kFrameLength);
-    std::vector<float> real(kFrameLength), imag(kFrameLength), magnitude(kMagnitudeBins);
-    for (size_t i = 0; i < frames; ++i) {
-        if (cancelledAt(i, isCancelled))
-            return {};
-        for (size_t k = 0; k < kFrameLength; ++k)
-            real[k] = samples[i * kHopSamples + k] * window[k];
-        std::fill(imag.begin(), imag.end(), 0.0f);
-        fft.forward(real, imag);
-        for (size_t k = 0; k < kMagnitudeBins; ++k)
-            magnitude[k] = std::sqrt(real[k] * real[k] + imag[k] * imag[k]);
-        flux.addFrame(i, magnitude.data());
-    }
-    return flux.take();
+    return envelopeWith<ComplexSpectrum>(samples, isCancelled, 1);
 }
 
 std::vector<double> normalize(std::span<const double> envelope, double fps) {

@@ -23,8 +23,10 @@ struct Envelope {
 
 // Log-compressed spectral flux, ln(1 + 15 e) per band with a maximum filter
 // over the three neighbouring bands of the previous frame. Frame 0 is 0.
-// Empty when fewer than 1025 samples are given or when cancelled.
-Envelope onsetEnvelope(std::span<const float> samples, const CancelCheck& isCancelled);
+// Empty when fewer than 1025 samples are given or when cancelled. Frames
+// are split over `threads` threads; the result does not depend on it.
+Envelope onsetEnvelope(std::span<const float> samples, const CancelCheck& isCancelled,
+                       int threads = 1);
 
 // The same envelope computed the plain way, with a full complex transform
 // per frame; kept to check the real-input transform of `onsetEnvelope`.

@@ -63,7 +63,7 @@ double confidence(double raw, double envelopeMean, double secondRaw) {
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                  const CancelCheck& isCancelled, const AnalysisOptions& options) {
     const size_t cropStart = condition(samples, sampleRateHz, isCancelled);
-    Envelope envelope = onsetEnvelope(samples, isCancelled);
+    Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
     samples = {};
     const double fps = kEnvelopeFps;
