@@ -1,5 +1,6 @@
 #include "cli/command_line.h"
 
+#include "cli/detect_command.h"
 #include "cli/euclid_command.h"
 #include "cli/harmonics_command.h"
 #include "cli/notes_command.h"
@@ -32,6 +33,9 @@ const std::vector<Command> kCommands = {
     {"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, runHarmonicsCommand},
     {"euclid", "quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]",
      "K hits spread over N steps: the pattern, its hits, step and cycle in ms", runEuclid},
+    {"detect", "quorlen detect [--json] [-j N] PATH...",
+     "tempo, beat offset, downbeat and confidence of audio files or folders of them",
+     detectCommand},
 };
 
 void printUsage(std::ostream& stream) {

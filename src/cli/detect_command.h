@@ -1,0 +1,27 @@
+#pragma once
+
+#include <atomic>
+#include <iosfwd>
+#include <span>
+#include <string_view>
+
+namespace quorlen::cli {
+
+// What `quorlen detect` needs from its surroundings, so tests can supply it.
+struct DetectEnvironment {
+    const std::atomic<bool>* interrupted = nullptr; // raised by Ctrl+C
+    bool stderrIsTerminal = false;                  // progress line only on a terminal
+    int defaultThreads = 1;
+};
+
+// `quorlen detect [--json] [-j N] PATH...`: tempo of every file, one line
+// each in input order, analysed on N threads. Exit 0 when all were
+// analysed, 1 when any failed, 2 for bad arguments, 130 when interrupted.
+int runDetect(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
+              const DetectEnvironment& environment);
+
+// The command-table entry: Ctrl+C handling, the terminal check and the
+// machine's core count around `runDetect`.
+int detectCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
+
+} // namespace quorlen::cli

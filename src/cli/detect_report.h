@@ -1,0 +1,24 @@
+#pragma once
+
+#include "detection/tempo_detector.h"
+
+#include <string>
+
+namespace quorlen::cli {
+
+// One line (with its newline) per analysed file, for people:
+//   loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars
+//   · also plausible: 60, 240 BPM · 8.0 s
+std::string textLine(const std::string& file, const detection::Estimate& estimate);
+// ... and for a file that could not be analysed: "notes.wav: Format not recognised."
+std::string textFailureLine(const std::string& file, const std::string& message);
+
+// The same as JSON Lines, numbers unrounded (shortest text that reads back
+// as the same double).
+std::string jsonLine(const std::string& file, const detection::Estimate& estimate);
+std::string jsonFailureLine(const std::string& file, const std::string& message);
+
+// A JSON string literal, quotes included.
+std::string jsonString(const std::string& text);
+
+} // namespace quorlen::cli

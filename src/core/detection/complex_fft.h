@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+
+namespace quorlen::detection {
+
+struct FftPlans;
+
+// Split-complex radix-2 transform of `size` points (a power of two).
+// forward: X[k] = sum x[n] e^(-2 pi i kn/N), unscaled.
+// inverse: x[n] = (1/N) sum X[k] e^(+2 pi i kn/N), so inverse(forward(x)) = x.
+// Plans are made once per size for the whole process, under a lock (FFTW's
+// planner is not thread-safe; its new-array execution is). Each object owns
+// an aligned work buffer, so one object serves one thread at a time.
+class ComplexFFT {
+public:
+    explicit ComplexFFT(size_t size);
+    ~ComplexFFT();
+    ComplexFFT(const ComplexFFT&) = delete;
+    ComplexFFT& operator=(const ComplexFFT&) = delete;
+
+    size_t size() const { return size_; }
+    unsigned log2n() const { return log2n_; }
+
+    // Both spans hold `size` values; transformed in place.
+    void forward(std::span<float> real, std::span<float> imag);
+    void inverse(std::span<float> real, std::span<float> imag);
+
+private:
+    void run(bool backward, std::span<float> real, std::span<float> imag);
+
+    size_t size_;
+    unsigned log2n_;
+    const FftPlans* plans_;
+    float* buffer_; // `size` interleaved complex values
+};
+
+// Transform of a real input of `size` points: bins 0 ... size/2 of the
+// same unscaled forward transform, about half the work of the complex one.
+class RealFFT {
+public:
+    explicit RealFFT(size_t size);
+    ~RealFFT();
+    RealFFT(const RealFFT&) = delete;
+    RealFFT& operator=(const RealFFT&) = delete;
+
+    size_t size() const { return size_; }
+
+    // `input` holds `size` values; `real` and `imag` receive size/2 + 1 bins.
+    void forward(std::span<const float> input, std::span<float> real, std::span<float> imag);
+
+private:
+    size_t size_;
+    const FftPlans* plans_;
+    float* input_;  // `size` values
+    float* output_; // size/2 + 1 interleaved complex values
+};
+
+} // namespace quorlen::detection

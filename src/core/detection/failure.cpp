@@ -1,0 +1,36 @@
+#include "detection/failure.h"
+
+#include <utility>
+
+namespace quorlen::detection {
+namespace {
+
+std::string messageFor(FailureKind kind, std::string unreadableMessage) {
+    switch (kind) {
+    case FailureKind::unreadable:
+        return unreadableMessage;
+    case FailureKind::tooShort:
+        return "File is too short to detect a tempo";
+    case FailureKind::noRhythm:
+        return "No rhythmic content found in this file";
+    case FailureKind::cancelled:
+        return "Analysis cancelled";
+    }
+    return unreadableMessage;
+}
+
+} // namespace
+
+Failure::Failure(FailureKind kind, std::string unreadableMessage)
+    : kind_(kind), message_(messageFor(kind, std::move(unreadableMessage))) {}
+
+Failure Failure::unreadable(std::string message) {
+    return Failure(FailureKind::unreadable, std::move(message));
+}
+
+void throwIfCancelled(const CancelCheck& isCancelled) {
+    if (isCancelled && isCancelled())
+        throw Failure::cancelled();
+}
+
+} // namespace quorlen::detection

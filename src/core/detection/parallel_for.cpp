@@ -1,0 +1,44 @@
+#include "detection/parallel_for.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace quorlen::detection {
+
+void parallelFor(size_t count, int threads, const std::function<void(size_t)>& body) {
+    const size_t workers = std::min(count, static_cast<size_t>(std::max(threads, 1)));
+    if (workers <= 1) {
+        for (size_t i = 0; i < count; ++i)
+            body(i);
+        return;
+    }
+    // Items are handed out one at a time: grid scores at low tempos cost
+    // more than at high ones, so fixed slices would leave a thread idle.
+    std::atomic<size_t> next{0};
+    std::exception_ptr failure;
+    std::mutex failureMutex;
+    const auto work = [&] {
+        try {
+            for (size_t i = next++; i < count; i = next++)
+                body(i);
+        } catch (...) {
+            const std::lock_guard lock(failureMutex);
+            if (!failure)
+                failure = std::current_exception();
+            next = count;
+        }
+    };
+    std::vector<std::jthread> pool;
+    for (size_t w = 1; w < workers; ++w)
+        pool.emplace_back(work);
+    work();
+    pool.clear();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+} // namespace quorlen::detection

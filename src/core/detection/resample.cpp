@@ -1,0 +1,126 @@
+#include "detection/resample.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace quorlen::detection {
+namespace {
+
+constexpr size_t kBlockSamples = 22050;
+
+struct Plan {
+    double ratio = 1.0;
+    size_t outputLength = 0;
+    long long half = 0; // box half-width in input samples; 0 means interpolate
+};
+
+bool passesThrough(size_t inputLength, double fromHz, double toHz) {
+    return std::abs(fromHz - toHz) < 1.0 || fromHz <= 0.0 || inputLength == 0;
+}
+
+Plan makePlan(size_t inputLength, double fromHz, double toHz) {
+    Plan plan;
+    plan.ratio = fromHz / toHz;
+    plan.outputLength = static_cast<size_t>(static_cast<double>(inputLength) / plan.ratio);
+    if (plan.ratio > 1.5)
+        plan.half = static_cast<long long>(plan.ratio * 0.5);
+    return plan;
+}
+
+// Output sample i; reads x only at indices >= i when ratio > 1 (see header).
+float outputSample(const float* x, size_t n, size_t i, const Plan& plan) {
+    const double position = plan.ratio * static_cast<double>(i);
+    if (plan.half > 0) {
+        const long long centre = std::llround(position);
+        const long long last = static_cast<long long>(n) - 1;
+        float sum = 0.0f;
+        int count = 0;
+        for (long long k = centre - plan.half; k <= centre + plan.half; ++k) {
+            if (k < 0 || k > last)
+                continue;
+            sum += x[k];
+            ++count;
+        }
+        return count > 0 ? sum / static_cast<float>(count) : 0.0f;
+    }
+    const auto k = static_cast<size_t>(position);
+    const float a = x[k];
+    const float b = k + 1 < n ? x[k + 1] : a;
+    return a + (b - a) * static_cast<float>(position - static_cast<double>(k));
+}
+
+bool cancelledAt(size_t i, const CancelCheck& isCancelled) {
+    return i % kResampleCancelStride == 0 && isCancelled && isCancelled();
+}
+
+} // namespace
+
+std::vector<float> resample(std::span<const float> samples, double fromHz, double toHz,
+                            const CancelCheck& isCancelled) {
+    if (passesThrough(samples.size(), fromHz, toHz))
+        return {samples.begin(), samples.end()};
+    const Plan plan = makePlan(samples.size(), fromHz, toHz);
+    std::vector<float> out(plan.outputLength);
+    for (size_t i = 0; i < plan.outputLength; ++i) {
+        if (cancelledAt(i, isCancelled))
+            return {};
+        out[i] = outputSample(samples.data(), samples.size(), i, plan);
+    }
+    return out;
+}
+
+bool resampleInPlace(std::vector<float>& samples, double fromHz, double toHz,
+                     const CancelCheck& isCancelled) {
+    if (passesThrough(samples.size(), fromHz, toHz))
+        return true;
+    if (fromHz / toHz <= 1.0) {
+        // Upsampling a non-empty input always yields samples, so empty means cancelled.
+        std::vector<float> out = resample(samples, fromHz, toHz, isCancelled);
+        if (out.empty())
+            return false;
+        samples = std::move(out);
+        return true;
+    }
+    const Plan plan = makePlan(samples.size(), fromHz, toHz);
+    const size_t n = samples.size();
+    for (size_t i = 0; i < plan.outputLength; ++i) {
+        if (cancelledAt(i, isCancelled))
+            return false;
+        samples[i] = outputSample(samples.data(), n, i, plan);
+    }
+    samples.resize(plan.outputLength);
+    return true;
+}
+
+size_t loudestWindowStart(std::span<const float> samples, size_t windowLength) {
+    const size_t blocks = samples.size() / kBlockSamples;
+    if (blocks == 0)
+        return 0;
+    const size_t windowBlocks = std::min(windowLength / kBlockSamples, blocks);
+    if (windowBlocks < 1 || windowLength / kBlockSamples >= blocks)
+        return 0;
+
+    std::vector<double> energy(blocks);
+    for (size_t b = 0; b < blocks; ++b) {
+        float sum = 0.0f;
+        for (size_t k = b * kBlockSamples; k < (b + 1) * kBlockSamples; ++k)
+            sum += samples[k] * samples[k];
+        energy[b] = sum;
+    }
+    double running = 0.0;
+    for (size_t b = 0; b < windowBlocks; ++b)
+        running += energy[b];
+    double best = running;
+    size_t bestStart = 0;
+    for (size_t j = windowBlocks; j < blocks; ++j) {
+        running = running + energy[j] - energy[j - windowBlocks];
+        if (running > best) {
+            best = running;
+            bestStart = j - windowBlocks + 1;
+        }
+    }
+    return bestStart * kBlockSamples;
+}
+
+} // namespace quorlen::detection

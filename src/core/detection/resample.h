@@ -1,0 +1,35 @@
+#pragma once
+
+#include "detection/failure.h"
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace quorlen::detection {
+
+inline constexpr double kAnalysisRateHz = 22050.0;
+// How often (in output samples) the resampler polls for cancellation.
+inline constexpr size_t kResampleCancelStride = 65536;
+
+// Converts `samples` from `fromHz` to `toHz`. Rates closer than 1 Hz, a
+// non-positive source rate or an empty input return the input unchanged.
+// Ratios from/to above 1.5 decimate with a box filter of 2*trunc(ratio/2)+1
+// taps centred on round(ratio*i); others interpolate linearly. Returns an
+// empty vector when cancelled (the caller reports it).
+std::vector<float> resample(std::span<const float> samples, double fromHz, double toHz,
+                            const CancelCheck& isCancelled);
+
+// Same result as `resample`, computed over the caller's buffer: for every
+// ratio above 1 output i only reads inputs at or after i, so it overwrites
+// the input as it goes and never holds two copies of a long file. Returns
+// false when cancelled (the buffer content is then unspecified).
+bool resampleInPlace(std::vector<float>& samples, double fromHz, double toHz,
+                     const CancelCheck& isCancelled);
+
+// Start (in samples, a multiple of 22050) of the window of `windowLength`
+// samples with the most energy, searched on whole one-second blocks of the
+// 22050 Hz signal; ties keep the earlier window.
+size_t loudestWindowStart(std::span<const float> samples, size_t windowLength);
+
+} // namespace quorlen::detection

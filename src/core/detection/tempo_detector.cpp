@@ -1,0 +1,111 @@
+#include "detection/tempo_detector.h"
+
+#include "detection/audio_loader.h"
+#include "detection/autocorrelation.h"
+#include "detection/downbeat.h"
+#include "detection/final_tempo.h"
+#include "detection/onset_envelope.h"
+#include "detection/resample.h"
+#include "detection/tempo_search.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+namespace quorlen::detection {
+namespace {
+
+constexpr size_t kMinimumSamples = 26460;   // 1.2 s at 22050 Hz
+constexpr size_t kAnalysisWindow = 6615000; // 300 s at 22050 Hz
+// The flux peaks about three hops after the onset that causes it.
+constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
+constexpr double kAlternativeDistance = 0.02;
+constexpr size_t kMaxAlternatives = 3;
+
+// Conditioned signal: 22050 Hz, at most 300 s; returns the crop start.
+size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelCheck& isCancelled) {
+    const bool finished = resampleInPlace(samples, sampleRateHz, kAnalysisRateHz, isCancelled);
+    throwIfCancelled(isCancelled);
+    if (!finished)
+        throw Failure::cancelled();
+    if (samples.size() < kMinimumSamples)
+        throw Failure::tooShort();
+    if (samples.size() <= kAnalysisWindow)
+        return 0;
+    const size_t start = loudestWindowStart(samples, kAnalysisWindow);
+    samples.resize(std::min(start + kAnalysisWindow, samples.size()));
+    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(start));
+    return start;
+}
+
+std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined) {
+    std::vector<double> alternatives;
+    for (const Candidate& c : refined) {
+        if (alternatives.size() == kMaxAlternatives)
+            break;
+        if (std::abs(c.bpm - finalBpm) > kAlternativeDistance * finalBpm)
+            alternatives.push_back(std::round(c.bpm * 100.0) / 100.0);
+    }
+    return alternatives;
+}
+
+double clipUnit(double v) { return v <= 0.0 ? 0.0 : std::min(v, 1.0); }
+
+} // namespace
+
+double confidence(double raw, double envelopeMean, double secondRaw) {
+    const double x = (raw / envelopeMean - 1.25) / 1.75;
+    const double y = secondRaw > 0.0 ? (raw / secondRaw - 1.0) / 0.8 : 1.25;
+    return std::clamp(0.5 * clipUnit(x) + 0.5 * clipUnit(y), 0.0, 1.0);
+}
+
+Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
+                 const CancelCheck& isCancelled, const AnalysisOptions& options) {
+    const size_t cropStart = condition(samples, sampleRateHz, isCancelled);
+    Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
+    throwIfCancelled(isCancelled);
+    samples = {};
+    const double fps = kEnvelopeFps;
+    const std::vector<double> full = normalize(envelope.full, fps);
+    const std::vector<double> low = normalize(envelope.low, fps);
+    if (full.empty())
+        throw Failure::noRhythm();
+    const double mean = std::accumulate(full.begin(), full.end(), 0.0) / double(full.size());
+    if (!(mean > 0.0) || !std::isfinite(mean))
+        throw Failure::noRhythm();
+
+    const std::vector<double> tempos = expandOctaves(autocorrelationCandidates(full, fps));
+    if (tempos.empty())
+        throw Failure::noRhythm();
+    const std::vector<Candidate> coarse = coarseRanking(full, fps, tempos, options.threads);
+    const TempoCandidates candidates =
+        refineCandidates(full, fps, coarse, isCancelled, options.threads);
+    const Candidate& best = candidates.refined.front();
+
+    const std::optional<FinalTempo> snapped = snapToLoop(full, fps, durationSeconds, best);
+    const FinalTempo chosen = snapped ? *snapped : roundTempo(full, fps, best);
+    Estimate estimate;
+    estimate.bpm = chosen.bpm;
+    estimate.beatOffsetSeconds =
+        double(cropStart) / kAnalysisRateHz + chosen.phase / fps + kGridLatencySeconds;
+    estimate.downbeat = downbeat(low, fps, chosen.bpm, chosen.phase);
+    estimate.confidence = confidence(chosen.raw, mean, candidates.secondRaw);
+    estimate.snappedBars = chosen.snappedBars;
+    estimate.alternatives = alternativesTo(chosen.bpm, candidates.refined);
+    estimate.durationSeconds = durationSeconds;
+    return estimate;
+}
+
+Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
+                     const AnalysisOptions& options) {
+    DecodedAudio audio = loadMono(path, isCancelled);
+    Analysis analysis;
+    analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
+    const double duration = audio.durationSeconds();
+    analysis.estimate =
+        analyze(std::move(audio.samples), audio.sampleRate, duration, isCancelled, options);
+    return analysis;
+}
+
+} // namespace quorlen::detection

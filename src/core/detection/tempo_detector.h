@@ -1,0 +1,55 @@
+#pragma once
+
+#include "detection/failure.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorlen::detection {
+
+// The outcome of one analysis.
+struct Estimate {
+    double bpm = 0.0;
+    double beatOffsetSeconds = 0.0; // from the start of the file to the first grid beat
+    int downbeat = 0;               // grid beats (0 ... 3) from the first beat to the first bar line
+    double confidence = 0.0;        // 0 ... 1
+    std::optional<int> snappedBars; // 4-beat bars the file spans, when snapped to its length
+    std::vector<double> alternatives; // up to 3 other tempos, two decimals, best first
+    double durationSeconds = 0.0;     // decoded duration, before resampling or cropping
+
+    bool operator==(const Estimate&) const = default;
+};
+
+// What a finished job hands on: the estimate and a peak waveform to draw.
+struct Analysis {
+    Estimate estimate;
+    std::vector<float> waveform;
+};
+
+// Knobs that change only how fast the answer comes, never the answer.
+struct AnalysisOptions {
+    int threads = 1; // threads for scoring independent tempo candidates
+};
+
+inline constexpr int kWaveformColumns = 1600;
+
+// Tempo, beat grid, downbeat and confidence of mono `samples` at
+// `sampleRateHz`. Resamples to 22050 Hz, crops to the loudest 300 s,
+// builds the onset envelope, ranks and refines tempo candidates, then snaps
+// loops of up to 90 s to whole bars or prefers a round tempo.
+// Throws Failure: tooShort (under 1.2 s), noRhythm, cancelled.
+Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
+                 const CancelCheck& isCancelled, const AnalysisOptions& options = {});
+
+// Decodes the file at `path` and analyses it; the waveform has 1600 columns
+// of the decoded signal. Throws Failure (unreadable with the decoder's
+// message, and everything `analyze` throws).
+Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
+                     const AnalysisOptions& options = {});
+
+// 0.5 clip((raw / mean - 1.25) / 1.75) + 0.5 clip((raw / secondRaw - 1) / 0.8),
+// where the second part is 1.25 before clipping when there is no second tempo.
+double confidence(double raw, double envelopeMean, double secondRaw);
+
+} // namespace quorlen::detection

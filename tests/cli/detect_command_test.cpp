@@ -1,0 +1,126 @@
+#include "cli/command_line.h"
+#include "cli/detect_command.h"
+
+#include "test_signals.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <sstream>
+
+namespace quorlen::cli {
+namespace {
+
+using detection::testing::TempDir;
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Outcome detect(std::vector<std::string> args, const std::atomic<bool>* interrupted = nullptr) {
+    const std::vector<std::string_view> views(args.begin(), args.end());
+    std::ostringstream out, err;
+    const int status = runDetect(views, out, err, {interrupted, false, 2});
+    return {status, out.str(), err.str()};
+}
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        result.push_back(line);
+    return result;
+}
+
+// A sample library: two loops, a text file posing as audio, a non-audio file.
+struct Library {
+    TempDir dir;
+    Library() {
+        namespace t = detection::testing;
+        const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
+        const auto slow = t::clickTrain({.bpm = 95, .seconds = 16 * 60 / 95.0, .rateHz = 48000});
+        std::filesystem::create_directories(dir.file("drums"));
+        EXPECT_TRUE(t::writeSound(dir.file("drums/loop.wav"), loop, 1, 44100,
+                                  SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        EXPECT_TRUE(t::writeSound(dir.file("drums/Slow.FLAC"), slow, 1, 48000,
+                                  SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+        t::writeBytes(dir.file("drums/notes.wav"), "not audio\n");
+        t::writeBytes(dir.file("readme.txt"), "skipped: not an audio name\n");
+    }
+    std::string path(const std::string& name) const { return dir.file(name).string(); }
+};
+
+TEST(DetectCommand, RefusesBadArgumentsWithStatusTwo) {
+    const std::vector<std::vector<std::string>> refused = {
+        {}, {"--json"}, {"--frob", "x.wav"}, {"-j"}, {"-j", "0", "x.wav"}, {"-j", "two", "x.wav"},
+        {"--jobs=-1", "x.wav"}};
+    for (const auto& args : refused) {
+        const Outcome result = detect(args);
+        EXPECT_EQ(result.status, kExitUsage) << (args.empty() ? "" : args[0]);
+        EXPECT_TRUE(result.out.empty());
+        EXPECT_EQ(result.err.rfind("quorlen detect: ", 0), 0u) << result.err;
+        EXPECT_NE(result.err.find("usage: quorlen detect"), std::string::npos);
+    }
+}
+
+TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
+    const Library library;
+    const Outcome result = detect({library.dir.path().string()});
+    EXPECT_EQ(result.status, kExitFailed);
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 3u) << result.out;
+    // Sorted by path: "Slow.FLAC" < "loop.wav" < "notes.wav" (upper case first).
+    EXPECT_EQ(printed[0].rfind(library.path("drums/Slow.FLAC") + ": 95 BPM · ", 0), 0u) << printed[0];
+    EXPECT_NE(printed[0].find(" · 4 bars · "), std::string::npos);
+    EXPECT_NE(printed[0].find(" · 10.1 s"), std::string::npos);
+    EXPECT_EQ(printed[1].rfind(library.path("drums/loop.wav") + ": 120 BPM · ", 0), 0u) << printed[1];
+    EXPECT_NE(printed[1].find(" · 4 bars · "), std::string::npos);
+    EXPECT_NE(printed[1].find(" · 8.0 s"), std::string::npos);
+    EXPECT_EQ(printed[2], library.path("drums/notes.wav") + ": Format not recognised.");
+    EXPECT_TRUE(result.err.empty());
+}
+
+TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
+    const Library library;
+    const std::vector<std::string> inputs = {library.path("drums/loop.wav"), library.path("missing.mp3"),
+                                             library.path("drums")};
+    std::vector<std::string> args = {"--json", "-j", "1"};
+    args.insert(args.end(), inputs.begin(), inputs.end());
+    const Outcome one = detect(args);
+    args[2] = "3";
+    EXPECT_EQ(detect(args).out, one.out);
+    EXPECT_EQ(one.status, kExitFailed);
+    const auto printed = lines(one.out);
+    ASSERT_EQ(printed.size(), 5u);
+    EXPECT_EQ(printed[0].rfind("{\"file\":\"" + inputs[0] + "\",\"bpm\":120,\"beatOffset\":", 0), 0u)
+        << printed[0];
+    EXPECT_NE(printed[0].find(",\"snappedBars\":4,\"alternatives\":["), std::string::npos);
+    EXPECT_NE(printed[0].find(",\"duration\":8}"), std::string::npos);
+    EXPECT_EQ(printed[1], "{\"file\":\"" + inputs[1] +
+                              "\",\"error\":\"System error : No such file or directory.\"}");
+    EXPECT_EQ(printed[3], printed[0]); // the same loop again, found in the folder
+}
+
+TEST(DetectCommand, InterruptedRunPrintsNothingAndSaysSo) {
+    const Library library;
+    const std::atomic<bool> interrupted{true};
+    const Outcome result = detect({library.dir.path().string()}, &interrupted);
+    EXPECT_EQ(result.status, kExitInterrupted);
+    EXPECT_TRUE(result.out.empty());
+}
+
+TEST(DetectCommand, IsListedInTheCommandTable) {
+    std::ostringstream out, err;
+    const std::vector<std::string_view> help = {"--help"};
+    EXPECT_EQ(runCommandLine(help, out, err), kExitOk);
+    EXPECT_NE(out.str().find("detect [--json] [-j N] PATH..."), std::string::npos);
+    const std::vector<std::string_view> detectHelp = {"detect", "--help"};
+    std::ostringstream out2;
+    EXPECT_EQ(runCommandLine(detectHelp, out2, err), kExitOk);
+    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] PATH...\n");
+}
+
+} // namespace
+} // namespace quorlen::cli

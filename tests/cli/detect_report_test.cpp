@@ -1,0 +1,43 @@
+#include "cli/detect_report.h"
+
+#include <gtest/gtest.h>
+
+namespace quorlen::cli {
+namespace {
+
+TEST(DetectReport, TextLinesReadLikeThePanel) {
+    struct Case {
+        detection::Estimate estimate;
+        std::string line;
+    };
+    // Tempo: two decimals unless whole; alternatives: whole or "%.1f";
+    // confidence: label and rounded percentage; duration "%.1f s".
+    const std::vector<Case> cases = {
+        {{120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0},
+         "loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars · "
+         "also plausible: 60, 240 BPM · 8.0 s\n"},
+        {{127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26},
+         "loop.wav: 127.93 BPM · Low · 45% · first beat 12.500 s · downbeat 0 · "
+         "also plausible: 64.0, 191.9 BPM · 181.3 s\n"},
+        {{95.0, 0.1, 3, 0.45, 1, {}, 2.53}, 
+         "loop.wav: 95 BPM · Medium · 45% · first beat 0.100 s · downbeat 3 · 1 bar · 2.5 s\n"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(textLine("loop.wav", c.estimate), c.line);
+    EXPECT_EQ(textFailureLine("a.wav", "File is too short to detect a tempo"),
+              "a.wav: File is too short to detect a tempo\n");
+}
+
+TEST(DetectReport, JsonKeepsNumbersExactAndEscapesNames) {
+    // Shortest text that reads back as the same double: 0.1 + 0.2 is not 0.3.
+    const detection::Estimate e{127.934, 0.1 + 0.2, 2, 0.5, std::nullopt, {64.0}, 181.25};
+    EXPECT_EQ(jsonLine("a.wav", e),
+              "{\"file\":\"a.wav\",\"bpm\":127.934,\"beatOffset\":0.30000000000000004,\"downbeat\":2,"
+              "\"confidence\":0.5,\"snappedBars\":null,\"alternatives\":[64],\"duration\":181.25}\n");
+    EXPECT_EQ(jsonString("say \"hi\"\\\n\x01"), "\"say \\\"hi\\\"\\\\\\n\\u0001\"");
+    EXPECT_EQ(jsonFailureLine("b.wav", "Format not recognised."),
+              "{\"file\":\"b.wav\",\"error\":\"Format not recognised.\"}\n");
+}
+
+} // namespace
+} // namespace quorlen::cli

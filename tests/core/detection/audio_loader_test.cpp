@@ -1,0 +1,157 @@
+#include "detection/audio_loader.h"
+#include "detection/tempo_detector.h"
+
+#include "test_signals.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <cmath>
+#include <limits>
+
+namespace quorlen::detection {
+namespace {
+
+using testing::TempDir;
+using testing::writeSound;
+
+std::string failureMessage(const std::string& path) {
+    try {
+        analyzeFile(path, {});
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+    return "(analysed)";
+}
+
+std::string validWavBytes(const TempDir& dir) {
+    const auto path = dir.file("valid.wav");
+    const std::vector<float> x = testing::sine(440, 0.5, 22050);
+    EXPECT_TRUE(writeSound(path, x, 1, 22050, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    return testing::readBytes(path);
+}
+
+TEST(AudioLoader, BadFilesGiveOneClearMessage) {
+    TempDir dir;
+    const std::string wav = validWavBytes(dir);
+    testing::writeBytes(dir.file("notes.wav"), "These are not the samples you are looking for.\n");
+    testing::writeBytes(dir.file("empty.wav"), "");
+    testing::writeBytes(dir.file("header-only.wav"), wav.substr(0, 36));
+    std::filesystem::create_directory(dir.file("folder.wav"));
+    ASSERT_TRUE(writeSound(dir.file("no-frames.wav"), {}, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(writeSound(dir.file("one-frame.wav"), std::vector<float>{0.5f}, 1, 44100,
+                           SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    struct Case {
+        const char* name;
+        const char* message;
+    };
+    // Messages of libsndfile 1.2 as seen on Debian 12, and the detector's own.
+    const std::vector<Case> cases = {
+        {"missing.wav", "System error : No such file or directory."},
+        {"notes.wav", "Format not recognised."},
+        {"empty.wav", "Format not recognised."},
+        {"header-only.wav", "Error in WAV file. No 'data' chunk marker."},
+        {"folder.wav", "Format not recognised."},
+        {"no-frames.wav", "File is too short to detect a tempo"},
+        {"one-frame.wav", "File is too short to detect a tempo"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(failureMessage(dir.file(c.name)), c.message) << c.name;
+}
+
+TEST(AudioLoader, ReadsEverySampleFormatToTheSameSignal) {
+    TempDir dir;
+    const std::vector<float> x = testing::sine(440, 0.25, 44100, 0.8f);
+    struct Case {
+        const char* name;
+        int format;
+        double tolerance; // one quantisation step, or the codec's error
+    };
+    const std::vector<Case> cases = {
+        {"u8.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1.0 / 128},
+        {"s16.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1.0 / 32768},
+        {"s24.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 1e-6},
+        {"s32.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_32, 1e-7},
+        {"f32.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 0.0},
+        {"f64.wav", SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 0.0},
+        {"s16.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16, 1.0 / 32768},
+        {"f32.caf", SF_FORMAT_CAF | SF_FORMAT_FLOAT, 0.0},
+        {"s16.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 1.0 / 32768},
+    };
+    for (const Case& c : cases) {
+        ASSERT_TRUE(writeSound(dir.file(c.name), x, 1, 44100, c.format)) << c.name;
+        const DecodedAudio audio = loadMono(dir.file(c.name), {});
+        EXPECT_EQ(audio.sampleRate, 44100.0) << c.name;
+        ASSERT_EQ(audio.samples.size(), x.size()) << c.name;
+        for (size_t i = 0; i < x.size(); i += 7)
+            ASSERT_NEAR(audio.samples[i], x[i], c.tolerance) << c.name << " sample " << i;
+    }
+}
+
+TEST(AudioLoader, MixesAnyChannelCountToTheMeanWithNonFiniteAsSilence) {
+    TempDir dir;
+    for (int channels = 1; channels <= 8; ++channels) {
+        // Channel c holds (c + 1) / 10, so the mean is (channels + 1) / 20.
+        std::vector<float> frames;
+        for (int frame = 0; frame < 100; ++frame)
+            for (int c = 0; c < channels; ++c)
+                frames.push_back(float(c + 1) / 10.0f);
+        const auto path = dir.file("ch" + std::to_string(channels) + ".wav");
+        ASSERT_TRUE(writeSound(path, frames, channels, 48000, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+        const DecodedAudio audio = loadMono(path, {});
+        ASSERT_EQ(audio.samples.size(), 100u);
+        EXPECT_NEAR(audio.samples[50], float(channels + 1) / 20.0f, 1e-6) << channels;
+    }
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float inf = std::numeric_limits<float>::infinity();
+    std::vector<float> mono;
+    appendMonoMix(std::vector<float>{nan, 0.5f, inf, -inf, 0.25f, 0.25f}.data(), 3, 2, mono);
+    EXPECT_EQ(mono, (std::vector<float>{0.25f, 0.0f, 0.25f}));
+}
+
+TEST(AudioLoader, OppositeChannelsMixToSilenceAndAreNotRhythm) {
+    TempDir dir;
+    const std::vector<float> clicks = testing::clickTrain({.bpm = 120, .seconds = 4, .rateHz = 44100});
+    std::vector<float> frames;
+    for (const float v : clicks) {
+        frames.push_back(v);
+        frames.push_back(-v);
+    }
+    ASSERT_TRUE(writeSound(dir.file("opposite.wav"), frames, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    EXPECT_EQ(failureMessage(dir.file("opposite.wav")), "No rhythmic content found in this file");
+}
+
+TEST(AudioLoader, AnalysesClicksFrom8To192KHz) {
+    TempDir dir;
+    for (const int rate : {8000, 11025, 22050, 44100, 96000, 192000}) {
+        const auto path = dir.file("clicks" + std::to_string(rate) + ".wav");
+        const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = double(rate)});
+        ASSERT_TRUE(writeSound(path, x, 1, rate, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        const Analysis analysis = analyzeFile(path, {}, {2});
+        EXPECT_EQ(analysis.estimate.bpm, 120.0) << rate;
+        EXPECT_EQ(analysis.estimate.snappedBars, 4) << rate;
+        EXPECT_DOUBLE_EQ(analysis.estimate.durationSeconds, 8.0) << rate;
+        EXPECT_EQ(analysis.waveform.size(), 1600u) << rate;
+    }
+}
+
+TEST(AudioLoader, TruncatedDataKeepsWhatWasReadAndCancellationStopsReading) {
+    TempDir dir;
+    const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
+    ASSERT_TRUE(writeSound(dir.file("full.wav"), x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    const std::string bytes = testing::readBytes(dir.file("full.wav"));
+    testing::writeBytes(dir.file("cut.wav"), bytes.substr(0, 44 + 2 * 200000 + 1));
+    const DecodedAudio cut = loadMono(dir.file("cut.wav"), {});
+    EXPECT_EQ(cut.samples.size(), 200000u); // the odd trailing byte is no sample
+    EXPECT_NEAR(cut.samples[1000], x[1000], 1.0 / 32768);
+    try {
+        loadMono(dir.file("full.wav"), [] { return true; });
+        ADD_FAILURE() << "not cancelled";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.kind(), FailureKind::cancelled);
+        EXPECT_STREQ(failure.what(), "Analysis cancelled");
+    }
+}
+
+} // namespace
+} // namespace quorlen::detection

@@ -1,0 +1,102 @@
+#include "test_signals.h"
+
+#include <sndfile.h>
+
+#include <cmath>
+#include <fstream>
+#include <numbers>
+#include <random>
+#include <sstream>
+
+namespace quorlen::detection::testing {
+
+std::vector<float> clickTrain(const ClickTrain& spec) {
+    const auto n = static_cast<size_t>(std::llround(spec.seconds * spec.rateHz));
+    std::vector<float> out(n, 0.0f);
+    const auto clickLength = static_cast<size_t>(0.01 * spec.rateHz);
+    const double period = 60.0 / spec.bpm;
+    int index = 0;
+    for (double t = spec.firstClickSeconds; t < spec.seconds; t = spec.firstClickSeconds + period * ++index) {
+        const bool accent = spec.accentEvery > 0 && index >= spec.accentFirst &&
+                            (index - spec.accentFirst) % spec.accentEvery == 0;
+        const float gain = accent ? spec.accentGain : spec.gain;
+        const auto start = static_cast<size_t>(std::llround(t * spec.rateHz));
+        for (size_t k = 0; k < clickLength && start + k < n; ++k) {
+            const double s = double(k) / spec.rateHz;
+            out[start + k] = gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * 1000.0 * s) *
+                                                       std::exp(-s / 0.002));
+        }
+        const auto kickLength = static_cast<size_t>(0.15 * spec.rateHz);
+        for (size_t k = 0; accent && spec.kickHz > 0.0 && k < kickLength && start + k < n; ++k) {
+            const double s = double(k) / spec.rateHz;
+            out[start + k] += gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * spec.kickHz * s) *
+                                                        std::exp(-s / 0.04));
+        }
+    }
+    return out;
+}
+
+std::vector<float> sine(double hz, double seconds, double rateHz, float gain) {
+    std::vector<float> out(static_cast<size_t>(std::llround(seconds * rateHz)));
+    for (size_t i = 0; i < out.size(); ++i)
+        out[i] = gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * hz * double(i) / rateHz));
+    return out;
+}
+
+std::vector<float> hopPeriodicTone(int cyclesPerHop, double seconds, float gain) {
+    std::vector<float> out(static_cast<size_t>(std::llround(seconds * 22050.0)));
+    for (size_t i = 0; i < out.size(); ++i)
+        out[i] = gain * static_cast<float>(
+                            std::sin(2.0 * std::numbers::pi * cyclesPerHop * double(i % 256) / 256.0));
+    return out;
+}
+
+std::vector<double> pulseEnvelope(size_t frames, double periodFrames, double firstFrame) {
+    std::vector<double> out(frames, 0.0);
+    for (double t = firstFrame; t < double(frames); t += periodFrames) {
+        const auto k = static_cast<size_t>(std::llround(t));
+        if (k < frames)
+            out[k] = 1.0;
+    }
+    return out;
+}
+
+TempDir::TempDir() {
+    std::random_device seed;
+    std::ostringstream name;
+    name << "quorlen-test-" << std::hex << seed() << seed();
+    path_ = std::filesystem::temp_directory_path() / name.str();
+    std::filesystem::create_directories(path_);
+}
+
+TempDir::~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+bool writeSound(const std::filesystem::path& path, std::span<const float> interleaved,
+                int channels, int rateHz, int format) {
+    SF_INFO info{};
+    info.channels = channels;
+    info.samplerate = rateHz;
+    info.format = format;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    if (!file)
+        return false;
+    // Float data beyond +-1 must reach integer files clipped, not wrapped.
+    sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    const auto frames = static_cast<sf_count_t>(interleaved.size() / size_t(channels));
+    const bool complete = sf_writef_float(file, interleaved.data(), frames) == frames;
+    return sf_close(file) == 0 && complete;
+}
+
+void writeBytes(const std::filesystem::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string readBytes(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+} // namespace quorlen::detection::testing
