@@ -7,6 +7,7 @@
 #include "ui/fonts.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QImage>
 #include <QTextStream>
 
@@ -52,6 +53,9 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("quorlen"));
     QApplication::setApplicationName(QStringLiteral("calculator"));
     QApplication::setApplicationVersion(QString::fromLatin1(kVersion));
+    // Ties the windows to the installed desktop entry and its icon.
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.quorlen.Calculator"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/app/app.quorlen.Calculator.svg")));
     QApplication::setFont(uiFont(13));
 
     const auto parsed = parseLaunchOptions(QApplication::arguments().mid(1));
