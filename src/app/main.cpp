@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QImage>
+#include <QLoggingCategory>
 #include <QTextStream>
 
 #include <cstdio>
@@ -46,8 +47,12 @@ bool wantsScreenshot(int argc, char** argv) {
 int main(int argc, char** argv) {
     const long long mainStartNs = monotonicNowNs();
     // A screenshot needs no display; without one Qt would abort.
-    if (wantsScreenshot(argc, argv))
+    if (wantsScreenshot(argc, argv)) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        // The offscreen platform warns about window features it lacks; a
+        // screenshot needs none of them, and its own failures are reported.
+        QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
+    }
 
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("quorlen"));

@@ -65,10 +65,7 @@ std::variant<ParsedArguments, UsageError> parseArguments(std::span<const std::st
 }
 
 std::variant<double, UsageError> bpmArgument(std::string_view text, text::NumberRange range) {
-    const auto parsed = text::parseTypedNumber(text);
-    if (!parsed)
-        return UsageError{quoted(text) + " is not a tempo in BPM"};
-    return std::clamp(*parsed, range.min, range.max);
+    return numberArgument(text, range, "a tempo in BPM");
 }
 
 int refuse(std::ostream& err, std::string_view command, const UsageError& error) {

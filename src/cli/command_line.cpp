@@ -32,9 +32,9 @@ const std::vector<Command> kCommands = {
     {"tet", kTetSynopsis, kTetSummary, runTetCommand},
     {"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, runHarmonicsCommand},
     {"euclid", "quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]",
-     "K hits spread over N steps: the pattern, its hits, step and cycle in ms", runEuclid},
+     "K hits spread over N steps: the pattern, its hits, step and cycle in ms.", runEuclid},
     {"detect", "quorlen detect [--json] [-j N] PATH...",
-     "tempo, beat offset, downbeat and confidence of audio files or folders of them",
+     "Tempo, beat offset, downbeat and confidence of audio files, or of folders of them.",
      detectCommand},
 };
 
