@@ -1,6 +1,6 @@
 #include "tools/harmonics/harmonic_bar.h"
 
-#include "pitch/note_names.h"
+#include "tools/cents_color.h"
 #include "text/number_format.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
@@ -17,18 +17,6 @@ namespace quorlen {
 namespace {
 
 constexpr int kLabelArea = 52;
-
-QColor centsColor(double cents) {
-    switch (centsBand(cents)) {
-    case CentsBand::inTune:
-        return QuorlenTheme::fern();
-    case CentsBand::noticeable:
-        return QuorlenTheme::saffron();
-    case CentsBand::farOff:
-        break;
-    }
-    return QuorlenTheme::lacquer();
-}
 
 void copyText(const QString& text) {
     QClipboard* clipboard = QGuiApplication::clipboard();

@@ -1,6 +1,6 @@
 #include "tools/temperament/step_row.h"
 
-#include "pitch/note_names.h"
+#include "tools/cents_color.h"
 #include "text/number_format.h"
 #include "ui/color_scheme.h"
 #include "ui/copyable_value.h"
@@ -14,18 +14,6 @@ namespace {
 
 QString formatted(const char* pattern, double value) {
     return QString::fromStdString(text::format(pattern, value));
-}
-
-QColor centsColor(double cents) {
-    switch (centsBand(cents)) {
-    case CentsBand::inTune:
-        return QuorlenTheme::fern();
-    case CentsBand::noticeable:
-        return QuorlenTheme::saffron();
-    case CentsBand::farOff:
-        break;
-    }
-    return QuorlenTheme::lacquer();
 }
 
 } // namespace
