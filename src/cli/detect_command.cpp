@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -166,15 +167,20 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         pool.emplace_back([&] { work(job, next, board); });
 
     bool anyFailed = false;
+    size_t shown = SIZE_MAX; // count on the progress line, redrawn only when it changes
     for (size_t i = 0; i < files.size() && !interrupted;) {
-        if (progress)
-            showProgress(err, board.finished(), files.size());
+        if (progress && board.finished() != shown) {
+            shown = board.finished();
+            showProgress(err, shown, files.size());
+        }
         bool failed = false;
         const std::optional<std::string> line = board.take(i, std::chrono::milliseconds(50), failed);
         if (!line || interrupted)
             continue;
-        if (progress)
+        if (progress) {
             clearProgress(err);
+            shown = SIZE_MAX;
+        }
         out << *line << std::flush;
         anyFailed = anyFailed || failed;
         ++i;
