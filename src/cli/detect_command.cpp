@@ -153,6 +153,8 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     const std::atomic<bool>& interrupted =
         environment.interrupted ? *environment.interrupted : kNever;
     const std::vector<std::string> files = expandAudioPaths(options.paths);
+    if (files.empty())
+        err << "quorlen detect: no audio files found\n"; // folders without any; not a failure
     const int threads = options.threads > 0 ? options.threads : std::max(environment.defaultThreads, 1);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
