@@ -93,8 +93,12 @@ struct Phases {
 Phases phasesFor(double period, int steps) {
     Phases phases;
     phases.steps = steps;
-    for (int k = 0; k < steps; ++k)
-        phases.values[size_t(k)] = std::fmod(period * double(k) / double(steps), period);
+    for (int k = 0; k < steps; ++k) {
+        // P k / steps is below P for k < steps, where fmod returns it
+        // unchanged; the call is kept for any value rounding up to P.
+        const double phase = period * double(k) / double(steps);
+        phases.values[size_t(k)] = phase < period ? phase : std::fmod(phase, period);
+    }
     return phases;
 }
 
