@@ -12,6 +12,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -59,6 +60,20 @@ const std::vector<Candidate>& coarseList() {
         expandOctaves(autocorrelationCandidates(normalizedEnvelope(), kEnvelopeFps)), 1);
     return list;
 }
+
+// Decoding and mixing a real file: QUORLEN_BENCH_FILE names it (the
+// benchmark script sets it to its generated WAV and MP3).
+void BM_LoadMono(benchmark::State& state, const char* variable) {
+    const char* path = std::getenv(variable);
+    if (!path) {
+        state.SkipWithError("set the environment variable to a file to decode");
+        return;
+    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(loadMono(path, {}));
+}
+BENCHMARK_CAPTURE(BM_LoadMono, wav, "QUORLEN_BENCH_WAV")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_LoadMono, mp3, "QUORLEN_BENCH_MP3")->Unit(benchmark::kMillisecond);
 
 void BM_Resample(benchmark::State& state) {
     for (auto _ : state)

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -152,6 +153,8 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     const std::atomic<bool>& interrupted =
         environment.interrupted ? *environment.interrupted : kNever;
     const std::vector<std::string> files = expandAudioPaths(options.paths);
+    if (files.empty())
+        err << "quorlen detect: no audio files found\n"; // folders without any; not a failure
     const int threads = options.threads > 0 ? options.threads : std::max(environment.defaultThreads, 1);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
@@ -166,15 +169,20 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         pool.emplace_back([&] { work(job, next, board); });
 
     bool anyFailed = false;
+    size_t shown = SIZE_MAX; // count on the progress line, redrawn only when it changes
     for (size_t i = 0; i < files.size() && !interrupted;) {
-        if (progress)
-            showProgress(err, board.finished(), files.size());
+        if (progress && board.finished() != shown) {
+            shown = board.finished();
+            showProgress(err, shown, files.size());
+        }
         bool failed = false;
         const std::optional<std::string> line = board.take(i, std::chrono::milliseconds(50), failed);
         if (!line || interrupted)
             continue;
-        if (progress)
+        if (progress) {
             clearProgress(err);
+            shown = SIZE_MAX;
+        }
         out << *line << std::flush;
         anyFailed = anyFailed || failed;
         ++i;

@@ -103,6 +103,15 @@ TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
     EXPECT_EQ(printed[3], printed[0]); // the same loop again, found in the folder
 }
 
+TEST(DetectCommand, EmptyFolderSucceedsWithANote) {
+    const TempDir dir;
+    detection::testing::writeBytes(dir.file("readme.txt"), "no audio here\n");
+    const Outcome result = detect({dir.path().string()});
+    EXPECT_EQ(result.status, kExitOk);
+    EXPECT_TRUE(result.out.empty());
+    EXPECT_EQ(result.err, "quorlen detect: no audio files found\n");
+}
+
 TEST(DetectCommand, InterruptedRunPrintsNothingAndSaysSo) {
     const Library library;
     const std::atomic<bool> interrupted{true};

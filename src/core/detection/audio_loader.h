@@ -2,6 +2,8 @@
 
 #include "detection/failure.h"
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,14 +22,20 @@ struct DecodedAudio {
 
 // Frames per read; the one read buffer holds this many frames of every channel.
 inline constexpr long long kReadChunkFrames = 262144;
+// Lowest file rate accepted (telephone audio is 8000 Hz).
+inline constexpr int kMinimumSampleRateHz = 1000;
 
 // Decodes any format the installed libsndfile reads (WAV, AIFF, CAF, MP3,
 // FLAC, Ogg, ...) and mixes all channels to mono with equal weights.
 // Non-finite samples count as silence. A read error after some audio was
 // collected keeps what was read (a damaged tail does not fail the file).
-// Throws Failure: unreadable with libsndfile's message, tooShort for an empty
-// file, cancelled when `isCancelled` answers true (polled once per chunk).
+// Throws Failure: unreadable with libsndfile's message (or "Unsupported
+// sample rate" below 1000 Hz), tooShort for an empty file, cancelled when
+// `isCancelled` answers true (polled once per chunk).
 DecodedAudio loadMono(const std::string& path, const CancelCheck& isCancelled);
+
+// The same for a file held in memory.
+DecodedAudio loadMonoFromMemory(std::span<const std::byte> bytes, const CancelCheck& isCancelled);
 
 // Adds one interleaved chunk of `channels` channels to `mono` as the mean of
 // the channels (sum in channel order, then scaled by 1/channels in single

@@ -32,7 +32,11 @@ Plan makePlan(size_t inputLength, double fromHz, double toHz) {
 float outputSample(const float* x, size_t n, size_t i, const Plan& plan) {
     const double position = plan.ratio * static_cast<double>(i);
     if (plan.half > 0) {
-        const long long centre = std::llround(position);
+        // Half away from zero, as llround, without the library call: the
+        // position is >= 0 and position - trunc(position) is exact.
+        auto centre = static_cast<long long>(position);
+        if (position - static_cast<double>(centre) >= 0.5)
+            ++centre;
         const long long last = static_cast<long long>(n) - 1;
         float sum = 0.0f;
         int count = 0;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <numeric>
 #include <utility>
 
@@ -98,7 +99,7 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 }
 
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
-                     const AnalysisOptions& options) {
+                     const AnalysisOptions& options) try {
     DecodedAudio audio = loadMono(path, isCancelled);
     Analysis analysis;
     analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
@@ -106,6 +107,9 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
     analysis.estimate =
         analyze(std::move(audio.samples), audio.sampleRate, duration, isCancelled, options);
     return analysis;
+} catch (const std::bad_alloc&) {
+    // A file longer than memory allows is one more file that cannot be read.
+    throw Failure::unreadable("Not enough memory to analyse this file");
 }
 
 } // namespace quorlen::detection

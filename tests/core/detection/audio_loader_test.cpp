@@ -41,6 +41,9 @@ TEST(AudioLoader, BadFilesGiveOneClearMessage) {
     ASSERT_TRUE(writeSound(dir.file("no-frames.wav"), {}, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     ASSERT_TRUE(writeSound(dir.file("one-frame.wav"), std::vector<float>{0.5f}, 1, 44100,
                            SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    // 500 Hz would be upsampled 44-fold; such rates only come from damaged headers.
+    ASSERT_TRUE(writeSound(dir.file("500hz.wav"), std::vector<float>(1000, 0.1f), 1, 500,
+                           SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     struct Case {
         const char* name;
         const char* message;
@@ -54,9 +57,21 @@ TEST(AudioLoader, BadFilesGiveOneClearMessage) {
         {"folder.wav", "Format not recognised."},
         {"no-frames.wav", "File is too short to detect a tempo"},
         {"one-frame.wav", "File is too short to detect a tempo"},
+        {"500hz.wav", "Unsupported sample rate"},
     };
     for (const Case& c : cases)
         EXPECT_EQ(failureMessage(dir.file(c.name)), c.message) << c.name;
+}
+
+TEST(AudioLoader, MemoryAndFileGiveTheSameSignal) {
+    TempDir dir;
+    const std::string wav = validWavBytes(dir);
+    const DecodedAudio fromFile = loadMono(dir.file("valid.wav"), {});
+    const DecodedAudio fromMemory = loadMonoFromMemory(std::as_bytes(std::span(wav)), {});
+    EXPECT_EQ(fromMemory.samples, fromFile.samples);
+    EXPECT_EQ(fromMemory.sampleRate, 22050.0);
+    const std::string cut = wav.substr(0, 36);
+    EXPECT_THROW(loadMonoFromMemory(std::as_bytes(std::span(cut)), {}), Failure);
 }
 
 TEST(AudioLoader, ReadsEverySampleFormatToTheSameSignal) {
