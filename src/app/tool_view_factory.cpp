@@ -1,6 +1,8 @@
 #include "app/tool_view_factory.h"
 
 #include "app/calculator_state.h"
+#include "audio/chord_player.h"
+#include "tools/euclidean/euclidean_rhythm_view.h"
 #include "tools/tool_screen.h"
 
 namespace quorlen {
@@ -22,8 +24,9 @@ constexpr Headline kHeadlines[] = {
 } // namespace
 
 QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
-    Q_UNUSED(state);
     const ToolInfo& info = toolInfo(tool);
+    if (tool == CalculatorTool::rhythm)
+        return new EuclideanRhythmView(state, info.tint, ChordPlayer::shared(), parent);
     const Headline& headline = kHeadlines[static_cast<size_t>(tool)];
     // Tools without their own screen yet show their header alone.
     return new ToolScreen(QString::fromUtf8(headline.eyebrow), QString::fromUtf8(headline.title),
