@@ -6,6 +6,8 @@
 #include "tools/temperament/temperament_view.h"
 #include "tools/reverb_delay/reverb_delay_view.h"
 #include "tools/tempo/tempo_view.h"
+#include "audio/chord_player.h"
+#include "tools/euclidean/euclidean_rhythm_view.h"
 #include "tools/tool_screen.h"
 
 namespace quorlen {
@@ -39,6 +41,8 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
         return new TempoView(state, info.tint, parent);
     case CalculatorTool::space:
         return new ReverbDelayView(state, info.tint, parent);
+    case CalculatorTool::rhythm:
+        return new EuclideanRhythmView(state, info.tint, ChordPlayer::shared(), parent);
     default:
         break;
     }

@@ -21,12 +21,22 @@ namespace quorlen {
 // that a newer one replaces is kept until the ring's receipt shows that the
 // audio thread has taken the replacing command, and is then released on
 // the main thread, so the audio thread never frees memory.
+//
+// Lateness: an output that stalls (a device starting up, a busy server)
+// would otherwise start its whole backlog in one block, four clicks of a
+// click track at once. A sound taken more than 100 ms after its request
+// therefore starts where it would be by now, so the output resumes in
+// time; the ordinary wait for the next block (about 12 ms) is far below.
 class VoiceMixer final : public RenderSource {
 public:
     static constexpr int kVoiceCount = 16;
+    static constexpr std::int64_t kLateToleranceNs = 100'000'000;
     using Samples = std::shared_ptr<const std::vector<float>>;
+    // Monotonic nanoseconds; read on both threads, so it must not lock.
+    using Clock = std::int64_t (*)();
 
-    explicit VoiceMixer(float outputVolume);
+    explicit VoiceMixer(float outputVolume, Clock clock = &steadyNowNs);
+    static std::int64_t steadyNowNs();
 
     // Main thread. Stops what `voice` (0...15) plays and plays `samples`
     // from the start of the next block. False, with nothing changed, when
@@ -41,6 +51,7 @@ private:
         int voice = 0;
         const float* samples = nullptr;
         int frameCount = 0;
+        std::int64_t requestedNs = 0;
     };
     struct Voice {
         const float* samples = nullptr;
@@ -55,6 +66,7 @@ private:
     void releaseTakenBuffers();
 
     const float m_volume;
+    const Clock m_clock;
     SpscRing<Command, 64> m_commands;
     std::array<Voice, kVoiceCount> m_voices{};      // audio thread only
     std::array<Samples, kVoiceCount> m_owned;       // main thread only

@@ -4,6 +4,8 @@
 #include "app/preferences.h"
 #include "app/sidebar.h"
 #include "app/sidebar_tool_row.h"
+#include "tools/euclidean/euclid_playback.h"
+#include "tools/euclidean/euclidean_rhythm_view.h"
 #include "ui/formula_strip.h"
 #include "ui/tool_header.h"
 
@@ -92,6 +94,23 @@ TEST(ContentView, SummaryFollowsTempoAndPitch) {
     view.state().setA4(432);
     EXPECT_EQ(view.sidebar()->summaryStrip()->text(),
               QStringLiteral("A4 = 432 Hz\n98.5 BPM = 609.1 ms"));
+}
+
+TEST(ContentView, SelectingAnotherToolStopsTheRhythmPlayer) {
+    // The player sounds through the real output; with no sound device the
+    // clicks are dropped silently and the steps still advance.
+    ContentView view(QStringLiteral("rhythm"));
+    view.show();
+    auto* rhythm = qobject_cast<EuclideanRhythmView*>(view.toolView());
+    ASSERT_NE(rhythm, nullptr);
+    rhythm->playback().start();
+    ASSERT_TRUE(view.state().euclidPlaying());
+
+    view.selectTool(CalculatorTool::space);
+    EXPECT_FALSE(view.state().euclidPlaying());
+    EXPECT_EQ(view.state().euclidStep(), std::nullopt);
+    QTest::qWait(300); // longer than two steps: no stale timer writes the step
+    EXPECT_EQ(view.state().euclidStep(), std::nullopt);
 }
 
 TEST(MainWindow, KeepsTheSelectionForTheNextLaunch) {

@@ -127,12 +127,5 @@ TEST(ChordPlayer, PausesAfterTheIdleDelayCountedFromTheLastSound) {
     ASSERT_TRUE(testing::waitUntil([&] { return rig.backend->pauses == 2; }, 5000));
 }
 
-TEST(ChordPlayer, TheDefaultIdleDelayIsTenSeconds) {
-    Rig rig;
-    rig.player->playTick(1760, 0.55f);
-    EXPECT_TRUE(rig.player->isIdlePausePending());
-    EXPECT_EQ(ChordPlayer::kIdleDelay, 10s);
-}
-
 } // namespace
 } // namespace quorlen

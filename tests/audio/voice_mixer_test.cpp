@@ -68,6 +68,32 @@ TEST(VoiceMixer, RefusesCommandsWhenTheAudioSideFallsBehind) {
     EXPECT_FALSE(mixer.play(VoiceMixer::kVoiceCount, samples({1})));
 }
 
+std::int64_t g_fakeNowNs = 0;
+std::int64_t fakeNow() { return g_fakeNowNs; }
+
+TEST(VoiceMixer, ASoundTakenLateStartsWhereItWouldBeByNow) {
+    // 0.4 s of frames counting up, so the first frame played tells where
+    // the voice started. Up to 100 ms late it starts at its beginning; at
+    // 300 ms late it starts 0.3 × 44100 = 13230 frames in; past its end it
+    // stays silent.
+    std::vector<float> ramp(4410 * 4);
+    for (size_t i = 0; i < ramp.size(); ++i)
+        ramp[i] = static_cast<float>(i);
+    struct Case {
+        std::int64_t lateNs;
+        float firstFrame;
+    };
+    const Case cases[] = {{0, 0}, {60'000'000, 0}, {100'000'000, 0}, {300'000'000, 13230},
+                          {500'000'000, 0 /* past the end: silence */}};
+    for (const Case& c : cases) {
+        VoiceMixer mixer(1.0f, &fakeNow);
+        g_fakeNowNs = 1'000'000'000;
+        mixer.play(0, samples(ramp));
+        g_fakeNowNs += c.lateNs;
+        EXPECT_EQ(render(mixer, 2)[0], c.firstFrame) << c.lateNs;
+    }
+}
+
 // A 44.1 kHz sine, continuous across blocks.
 class SineSource final : public RenderSource {
 public:

@@ -1,0 +1,217 @@
+// Proves that sound leaves the app: a PulseAudio server of the test's own
+// with a null sink, the real ChordPlayer over the real RtAudio backend, and
+// parecord on the sink's monitor. The recording's strongest frequencies
+// must be those of the click and of the triad that were played.
+#include "audio/chord_player.h"
+#include "audio/rtaudio_backend.h"
+#include "support/wait.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+#include <span>
+
+namespace quorlen {
+namespace {
+
+constexpr double kRateHz = 44100;
+constexpr int kSecond = 44100;
+constexpr float kSilence = 1e-3f; // above the 16-bit sink's quantisation
+
+// Power of one frequency in a Hann-windowed stretch (a single DFT bin, by
+// Goertzel's recurrence).
+double powerAt(std::span<const float> samples, double frequencyHz) {
+    const double coefficient = 2 * std::cos(2 * std::numbers::pi * frequencyHz / kRateHz);
+    double previous = 0;
+    double beforePrevious = 0;
+    const double last = static_cast<double>(samples.size() - 1);
+    for (size_t n = 0; n < samples.size(); ++n) {
+        const double window = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * n / last);
+        const double current = samples[n] * window + coefficient * previous - beforePrevious;
+        beforePrevious = previous;
+        previous = current;
+    }
+    return previous * previous + beforePrevious * beforePrevious -
+           coefficient * previous * beforePrevious;
+}
+
+// The `count` strongest local maxima of the spectrum between `fromHz` and
+// `toHz`, scanned every `stepHz`, in ascending frequency.
+std::vector<double> strongestPeaks(std::span<const float> samples, double fromHz, double toHz,
+                                   double stepHz, size_t count) {
+    std::vector<std::pair<double, double>> spectrum; // (Hz, power)
+    for (double hz = fromHz; hz <= toHz; hz += stepHz)
+        spectrum.emplace_back(hz, powerAt(samples, hz));
+    std::vector<std::pair<double, double>> peaks; // (power, Hz)
+    for (size_t i = 1; i + 1 < spectrum.size(); ++i) {
+        if (spectrum[i].second > spectrum[i - 1].second &&
+            spectrum[i].second >= spectrum[i + 1].second)
+            peaks.emplace_back(spectrum[i].second, spectrum[i].first);
+    }
+    std::sort(peaks.rbegin(), peaks.rend());
+    std::vector<double> result;
+    for (size_t i = 0; i < std::min(count, peaks.size()); ++i)
+        result.push_back(peaks[i].second);
+    std::sort(result.begin(), result.end());
+    return result;
+}
+
+// A throw-away PulseAudio server with one null sink, and a recorder on its
+// monitor. Both processes end with this object.
+class SoundServer {
+public:
+    ~SoundServer() {
+        for (QProcess* process : {&m_recorder, &m_server}) {
+            process->kill();
+            process->waitForFinished(3000);
+        }
+    }
+
+    // Empty when the server runs; otherwise why it does not.
+    QString start() {
+        const QString pulseaudio = QStandardPaths::findExecutable(QStringLiteral("pulseaudio"));
+        const QString parecord = QStandardPaths::findExecutable(QStringLiteral("parecord"));
+        if (pulseaudio.isEmpty() || parecord.isEmpty())
+            return QStringLiteral("pulseaudio or parecord is not installed (scripts/setup)");
+        if (!m_dir.isValid())
+            return QStringLiteral("no temporary directory");
+        const QString runtime = m_dir.filePath(QStringLiteral("runtime"));
+        QDir().mkpath(runtime);
+        m_socket = m_dir.filePath(QStringLiteral("native"));
+
+        // Its own runtime dir and home keep it apart from any desktop
+        // server and from other tests; running as root needs --system=false.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+        environment.insert(QStringLiteral("HOME"), m_dir.path());
+        environment.remove(QStringLiteral("PULSE_SERVER"));
+        m_server.setProcessEnvironment(environment);
+        m_server.setProcessChannelMode(QProcess::MergedChannels);
+        m_server.start(pulseaudio,
+                       {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+                        QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
+                        QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
+                        QStringLiteral("module-null-sink sink_name=quorlen_test"),
+                        QStringLiteral("-L"),
+                        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") +
+                            m_socket});
+        const bool up = testing::waitUntil(
+            [&] {
+                return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning;
+            },
+            10000);
+        if (!up || m_server.state() == QProcess::NotRunning)
+            return QStringLiteral("the PulseAudio server did not start: ") +
+                   QString::fromLocal8Bit(m_server.readAll()).simplified().right(300);
+
+        m_recorder.setProcessEnvironment(environment);
+        m_recorder.start(parecord, {QStringLiteral("--server=unix:") + m_socket,
+                                    QStringLiteral("--device=quorlen_test.monitor"),
+                                    QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
+                                    QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
+                                    QStringLiteral("--latency-msec=10")});
+        QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput, [this] {
+            m_bytes += m_recorder.readAllStandardOutput();
+        });
+        return {};
+    }
+
+    QString serverAddress() const { return QStringLiteral("unix:") + m_socket; }
+
+    // Stereo frames recorded so far.
+    int frameCount() const { return static_cast<int>(m_bytes.size() / (2 * sizeof(float))); }
+    float sample(int frame, int channel) const {
+        float value = 0;
+        std::memcpy(&value, m_bytes.constData() + (2 * frame + channel) * sizeof(float),
+                    sizeof value);
+        return value;
+    }
+    std::vector<float> left(int from, int count) const {
+        std::vector<float> samples;
+        for (int frame = from; frame < from + count; ++frame)
+            samples.push_back(sample(frame, 0));
+        return samples;
+    }
+
+    // First frame at or after `from` that is not silent, waiting for it.
+    std::optional<int> waitForSound(int from, int timeoutMs) {
+        std::optional<int> found;
+        testing::waitUntil(
+            [&] {
+                for (int frame = from; frame < frameCount(); ++frame) {
+                    if (std::abs(sample(frame, 0)) > kSilence) {
+                        found = frame;
+                        return true;
+                    }
+                }
+                from = std::max(from, frameCount());
+                return false;
+            },
+            timeoutMs);
+        return found;
+    }
+
+    bool waitForFrames(int count, int timeoutMs) {
+        return testing::waitUntil([&] { return frameCount() >= count; }, timeoutMs);
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QString m_socket;
+    QProcess m_server;
+    QProcess m_recorder;
+    QByteArray m_bytes;
+};
+
+TEST(SoundOutput, AClickAndATriadReachTheSoundServer) {
+    SoundServer server;
+    if (const QString reason = server.start(); !reason.isEmpty())
+        GTEST_SKIP() << reason.toStdString();
+    ASSERT_TRUE(server.waitForFrames(kSecond / 10, 10000)) << "parecord records nothing";
+
+    qputenv("PULSE_SERVER", server.serverAddress().toLocal8Bit());
+    ChordPlayer player(std::make_unique<RtAudioBackend>());
+
+    // The click of a hit: 1760 Hz, with 0.35 of its octave.
+    int start = server.frameCount();
+    player.playTick(1760, 0.55f);
+    const auto click = server.waitForSound(start, 5000);
+    ASSERT_TRUE(click) << "the click never reached the sink";
+    ASSERT_TRUE(server.waitForFrames(*click + kSecond / 5, 5000));
+    const auto clickSamples = server.left(*click, 3087);
+    float clickPeak = 0;
+    for (int frame = *click; frame < *click + 3087; ++frame) {
+        ASSERT_EQ(server.sample(frame, 0), server.sample(frame, 1)) << frame;
+        clickPeak = std::max(clickPeak, std::abs(server.sample(frame, 0)));
+    }
+    // 0.55 × 0.9 of a waveform that peaks near 1.1 after its 1.5 ms attack.
+    EXPECT_GT(clickPeak, 0.2f);
+    EXPECT_LT(clickPeak, 0.8f);
+    const auto clickPeaks = strongestPeaks(clickSamples, 300, 5000, 5, 1);
+    ASSERT_EQ(clickPeaks.size(), 1u);
+    EXPECT_NEAR(clickPeaks[0], 1760, 40); // a 70 ms window resolves about ±15 Hz
+
+    // A major triad on A4: 440, 554.37 and 659.26 Hz, the notes 45 ms apart.
+    start = *click + 3087 + kSecond / 10;
+    player.playTriad(440, synth::TriadQuality::major);
+    const auto triad = server.waitForSound(start, 5000);
+    ASSERT_TRUE(triad) << "the triad never reached the sink";
+    ASSERT_TRUE(server.waitForFrames(*triad + 55125, 8000));
+    const auto notes = strongestPeaks(server.left(*triad, 55125), 300, 800, 0.5, 3);
+    ASSERT_EQ(notes.size(), 3u);
+    EXPECT_NEAR(notes[0], 440.00, 1.5);
+    EXPECT_NEAR(notes[1], 554.37, 1.5);
+    EXPECT_NEAR(notes[2], 659.26, 1.5);
+}
+
+} // namespace
+} // namespace quorlen

@@ -1,0 +1,221 @@
+#include "tools/euclidean/euclidean_rhythm_view.h"
+
+#include "app/calculator_state.h"
+#include "audio/chord_player.h"
+#include "audio/fake_audio_backend.h"
+#include "support/wait.h"
+#include "tools/euclidean/euclid_playback.h"
+#include "tools/euclidean/euclid_wheel.h"
+#include "ui/integer_stepper.h"
+#include "ui/menu_button.h"
+#include "ui/prominent_button.h"
+#include "ui/segmented_picker.h"
+#include "ui/theme.h"
+#include "ui/tool_header.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMenu>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace quorlen {
+namespace {
+
+// A rhythm screen on its own state, sounding into a fake output.
+struct Screen {
+    Screen() {
+        auto backend = std::make_unique<testing::FakeAudioBackend>();
+        output = backend.get();
+        player = std::make_unique<ChordPlayer>(std::move(backend));
+        view = std::make_unique<EuclideanRhythmView>(state, QuorlenTheme::fern(), *player);
+        view->resize(760, 640);
+        view->show();
+    }
+    template <typename T>
+    T* find(const char* name) const {
+        T* widget = view->findChild<T*>(QString::fromLatin1(name));
+        EXPECT_NE(widget, nullptr) << name;
+        return widget;
+    }
+    QString label(const char* name) const { return find<QLabel>(name)->text(); }
+    void step(const char* stepper, const char* button, int times) {
+        auto* target = find<IntegerStepper>(stepper)->findChild<QToolButton*>(
+            QString::fromLatin1(button));
+        for (int i = 0; i < times; ++i)
+            QTest::mouseClick(target, Qt::LeftButton);
+    }
+    void pickNote(int segment) {
+        auto* picker = find<SegmentedPicker>("euclidNotePicker");
+        QTest::mouseClick(picker, Qt::LeftButton, {}, picker->segmentRect(segment).center());
+    }
+    QList<Metric> metrics() const {
+        QList<Metric> result;
+        for (MetricTile* tile : view->header()->tiles())
+            result << tile->metric();
+        return result;
+    }
+    // Sounds requested so far (each takes the next of 16 voices).
+    int soundsModulo16() const { return player->nextPlayer(); }
+
+    CalculatorState state;
+    testing::FakeAudioBackend* output;
+    std::unique_ptr<ChordPlayer> player;
+    std::unique_ptr<EuclideanRhythmView> view;
+};
+
+TEST(EuclideanRhythmView, HeaderAndWheelFollowPatternTempoAndNote) {
+    Screen screen;
+    // 120 BPM in sixteenths: 125 ms a step, 8 steps 1000 ms.
+    auto metrics = screen.metrics();
+    ASSERT_EQ(metrics.size(), 3);
+    EXPECT_EQ(metrics[0].value, QStringLiteral("E(3,8)"));
+    EXPECT_FALSE(metrics[0].copy.has_value());
+    EXPECT_EQ(metrics[1].label, QStringLiteral("Step 1/16"));
+    EXPECT_EQ(metrics[1].value, QStringLiteral("125 ms"));
+    EXPECT_EQ(*metrics[1].copy, QStringLiteral("125.0"));
+    EXPECT_EQ(metrics[2].value, QStringLiteral("1000 ms"));
+    EXPECT_EQ(*metrics[2].copy, QStringLiteral("1000"));
+    auto* wheel = screen.find<EuclidWheel>("euclidWheel");
+    EXPECT_EQ(wheel->title(), QStringLiteral("E(3,8)"));
+    EXPECT_EQ(wheel->subtitle(), QStringLiteral("1/16 · 125.0 ms"));
+
+    QTest::mouseClick(screen.view->header()->tiles()[1], Qt::LeftButton);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("125.0"));
+
+    // 1/4 at 120 BPM is a 500 ms step; 10 BPM counts as 3000 ms a beat;
+    // 98.7 BPM reads as 98 in the tempo note.
+    screen.pickNote(0);
+    EXPECT_EQ(screen.state.euclidNote(), 4);
+    EXPECT_EQ(screen.metrics()[1].label, QStringLiteral("Step 1/4"));
+    EXPECT_EQ(screen.metrics()[1].value, QStringLiteral("500 ms"));
+    screen.state.setBpm(10);
+    EXPECT_EQ(screen.metrics()[2].value, QStringLiteral("24000 ms"));
+    screen.state.setBpm(98.7);
+    EXPECT_EQ(screen.label("euclidTempoSource"), QStringLiteral("98 BPM from the Tempo tab"));
+}
+
+TEST(EuclideanRhythmView, CountersKeepPulsesAndRotationWithinTheSteps) {
+    Screen screen;
+    screen.state.setEuclidSteps(12);
+    screen.state.setEuclidPulses(7);
+    screen.state.setEuclidRotation(9);
+    screen.step("euclidStepsStepper", "decrement", 7); // 12 → 5
+    EXPECT_EQ(screen.state.euclidSteps(), 5);
+    EXPECT_EQ(screen.state.euclidPulses(), 5);
+    EXPECT_EQ(screen.state.euclidRotation(), 4);
+    EXPECT_EQ(screen.label("euclidPulsesValue"), QStringLiteral("5"));
+    EXPECT_EQ(screen.label("euclidRotationValue"), QStringLiteral("4"));
+
+    // The counters stop at their ends: n in 1...16, k in 0...n.
+    screen.step("euclidStepsStepper", "increment", 20);
+    EXPECT_EQ(screen.state.euclidSteps(), 16);
+    screen.step("euclidPulsesStepper", "increment", 20);
+    EXPECT_EQ(screen.state.euclidPulses(), 16);
+    screen.step("euclidStepsStepper", "decrement", 20);
+    EXPECT_EQ(screen.state.euclidSteps(), 1);
+    EXPECT_EQ(screen.state.euclidRotation(), 0);
+    EXPECT_EQ(screen.label("euclidStepsValue"), QStringLiteral("1"));
+}
+
+TEST(EuclideanRhythmView, PresetsSetThePatternAndNoPulsesDisablePlay) {
+    Screen screen;
+    screen.state.setEuclidRotation(2);
+    const auto actions = screen.find<MenuButton>("euclidPresets")->menu()->actions();
+    ASSERT_EQ(actions.size(), 4);
+    EXPECT_EQ(actions[2]->text(), QStringLiteral("Bembé · E(7,12)"));
+    actions[2]->trigger();
+    EXPECT_EQ(screen.state.euclidPulses(), 7);
+    EXPECT_EQ(screen.state.euclidSteps(), 12);
+    EXPECT_EQ(screen.state.euclidRotation(), 0);
+    EXPECT_EQ(screen.find<EuclidWheel>("euclidWheel")->title(), QStringLiteral("E(7,12)"));
+
+    auto* play = screen.find<ProminentButton>("euclidPlayButton");
+    EXPECT_TRUE(play->isEnabled());
+    screen.state.setEuclidPulses(0);
+    EXPECT_FALSE(play->isEnabled());
+}
+
+TEST(EuclideanRhythmView, PlaysFromStepZeroAndWrapsAroundTheCycle) {
+    Screen screen;
+    screen.state.setBpm(400); // 37.5 ms sixteenths, a 300 ms cycle
+    auto* play = screen.find<ProminentButton>("euclidPlayButton");
+    QTest::mouseClick(play, Qt::LeftButton);
+    // Step 0 sounds at once, before any timer fires.
+    EXPECT_TRUE(screen.state.euclidPlaying());
+    EXPECT_EQ(screen.state.euclidStep(), 0);
+    EXPECT_EQ(screen.soundsModulo16(), 1);
+    EXPECT_EQ(play->text(), QStringLiteral("Stop"));
+    EXPECT_EQ(play->symbol(), QStringLiteral("stop.fill"));
+
+    auto* wheel = screen.find<EuclidWheel>("euclidWheel");
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() == 7; }));
+    EXPECT_EQ(wheel->currentStep(), 7);
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() == 0; }));
+    EXPECT_EQ(wheel->currentStep(), 0);
+    EXPECT_GE(screen.output->starts, 1);
+
+    QTest::mouseClick(play, Qt::LeftButton);
+    EXPECT_FALSE(screen.state.euclidPlaying());
+    EXPECT_EQ(screen.state.euclidStep(), std::nullopt);
+    EXPECT_EQ(wheel->currentStep(), std::nullopt);
+    EXPECT_EQ(play->text(), QStringLiteral("Play"));
+}
+
+TEST(EuclideanRhythmView, ANewNoteValueRestartsButAPresetKeepsPlaying) {
+    Screen screen;
+    screen.state.setBpm(400);
+    screen.view->playback().start();
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() >= 3; }));
+
+    screen.find<MenuButton>("euclidPresets")->menu()->actions()[3]->trigger(); // E(5,16)
+    EXPECT_TRUE(screen.state.euclidPlaying());
+    EXPECT_GE(screen.state.euclidStep().value_or(-1), 3);
+
+    screen.pickNote(1);
+    EXPECT_TRUE(screen.state.euclidPlaying());
+    EXPECT_EQ(screen.state.euclidStep(), 0);
+    EXPECT_TRUE(screen.view->playback().isRunning());
+}
+
+TEST(EuclideanRhythmView, LeavingTheToolStopsPlayback) {
+    Screen screen;
+    screen.view->playback().start();
+    ASSERT_TRUE(screen.state.euclidPlaying());
+    screen.view->hide();
+    EXPECT_FALSE(screen.state.euclidPlaying());
+    EXPECT_FALSE(screen.view->playback().isRunning());
+
+    screen.view->show();
+    screen.view->playback().start();
+    screen.view.reset();
+    EXPECT_FALSE(screen.state.euclidPlaying());
+    EXPECT_EQ(screen.state.euclidStep(), std::nullopt);
+}
+
+TEST(EuclidPlayback, HitsAndRestsSoundDifferentlyAndStepsBeyondThePatternAreSilent) {
+    // Tick k of E(1,2) = "x.": step 0 plays the hit click, step 1 the rest
+    // click; a step past the end plays nothing.
+    Screen screen;
+    screen.state.setEuclidSteps(2);
+    screen.state.setEuclidPulses(1);
+    EuclidPlayback& playback = screen.view->playback();
+    playback.tick(0);
+    playback.tick(1);
+    playback.tick(2);
+    EXPECT_EQ(screen.soundsModulo16(), 2);
+    const auto block = screen.output->pull(200);
+    // At frame 100 the hit (1760 Hz, 0.55) and the rest (1175 Hz, 0.16)
+    // are both sounding; their sum × 0.9 is what the output holds.
+    const float expected = 0.9f * (synth::makeTickBuffer(1760, 0.55f)[100] +
+                                   synth::makeTickBuffer(1175, 0.16f)[100]);
+    EXPECT_NEAR(block[200], expected, 1e-6f);
+}
+
+} // namespace
+} // namespace quorlen
