@@ -1,6 +1,8 @@
 #include "app/tool_view_factory.h"
 
 #include "app/calculator_state.h"
+#include "app/preferences.h"
+#include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/harmonics/harmonic_series_view.h"
 #include "tools/note_frequencies/note_frequency_view.h"
 #include "tools/temperament/temperament_view.h"
@@ -22,6 +24,21 @@ constexpr Headline kHeadlines[] = {
     {"Harmony", "Circle of Fifths"},
 };
 
+// The harmony screen is rebuilt on every visit; the key it shows is kept
+// with the window's other restored state, read here and written on change.
+QWidget* createHarmonyView(CalculatorState& state, const QColor& tint, QWidget* parent) {
+    const Preferences stored;
+    auto* view = new CircleOfFifthsView(
+        state, tint, KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},
+        parent);
+    QObject::connect(view, &CircleOfFifthsView::selectionChanged, view, [](int index, bool minor) {
+        Preferences preferences;
+        preferences.setFifthsSelectedIndex(index);
+        preferences.setFifthsMinorSelected(minor);
+    });
+    return view;
+}
+
 } // namespace
 
 QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
@@ -33,6 +50,8 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
         return new HarmonicSeriesView(state, info.tint, parent);
     case CalculatorTool::temperament:
         return new TemperamentView(state, info.tint, parent);
+    case CalculatorTool::harmony:
+        return createHarmonyView(state, info.tint, parent);
     default:
         break;
     }
