@@ -42,8 +42,12 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
     auto* rowLayout = new QHBoxLayout(row);
     rowLayout->setContentsMargins(0, 0, 0, 0);
     rowLayout->setSpacing(14);
+    // The wheel's card shrinks with narrow windows and never grows past the
+    // wheel, so wide windows leave the room after the details.
+    wheelPanel->setMaximumWidth(FifthsWheel::kSide + 32);
     rowLayout->addWidget(wheelPanel, 1, Qt::AlignTop);
     rowLayout->addWidget(m_details, 0, Qt::AlignTop);
+    rowLayout->addStretch(0);
     addSection(row);
 
     m_progression = new ProgressionPanel(accent, this);

@@ -41,7 +41,6 @@ FifthsWheel::FifthsWheel(const QColor& accent, QWidget* parent)
     : QWidget(parent), m_accent(accent) {
     setObjectName(QStringLiteral("fifthsWheel"));
     setMouseTracking(true);
-    setCursor(Qt::PointingHandCursor);
     setMinimumSize(kMinimumSide, kMinimumSide);
     setMaximumSize(kSide, kSide);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
@@ -246,6 +245,7 @@ void FifthsWheel::paintBadge(QPainter& painter) const {
 void FifthsWheel::mouseMoveEvent(QMouseEvent* event) {
     const QPointF at = event->position();
     setHovered(wheel::segmentAt(at.x(), at.y(), width(), height()));
+    setCursor(m_hovered ? Qt::PointingHandCursor : Qt::ArrowCursor);
 }
 
 void FifthsWheel::mousePressEvent(QMouseEvent* event) {

@@ -8,6 +8,8 @@
 #include "ui/scheme_label.h"
 
 #include <QHBoxLayout>
+#include <QScrollBar>
+#include <QWheelEvent>
 #include <QMenu>
 #include <QScrollArea>
 
@@ -64,6 +66,7 @@ ProgressionPanel::ProgressionPanel(const QColor& accent, QWidget* parent)
     m_chipScroller->setFixedHeight(ChordTile::kChipLook.height);
     m_chipScroller->setStyleSheet(QStringLiteral("QScrollArea, QScrollArea > QWidget > QWidget "
                                                  "{ background: transparent; }"));
+    m_chipScroller->viewport()->installEventFilter(this);
     sequenceRow->addWidget(m_chipScroller, 1);
 
     m_tempoNote = new SchemeLabel({}, uiFont(11), SchemeLabel::Role::Secondary, this);
@@ -112,6 +115,8 @@ void ProgressionPanel::setProgression(const std::vector<int>& degrees,
         rebuildChips();
     for (int k = 0; k < m_chips.size(); ++k)
         m_chips[k]->setHighlighted(playingStep == k);
+    if (playingStep && *playingStep >= 0 && *playingStep < m_chips.size())
+        m_chipScroller->ensureWidgetVisible(m_chips[*playingStep], 6, 0);
     const bool empty = degrees.empty();
     m_empty->setVisible(empty);
     m_chipScroller->setVisible(!empty);
@@ -131,6 +136,19 @@ QString ProgressionPanel::emptyText() const {
 }
 
 QString ProgressionPanel::tempoNote() const { return m_tempoNote->text(); }
+
+// The chip row scrolls sideways only; an ordinary mouse wheel moves it too.
+bool ProgressionPanel::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_chipScroller->viewport() && event->type() == QEvent::Wheel) {
+        const auto* wheel = static_cast<QWheelEvent*>(event);
+        const QPoint delta = wheel->angleDelta();
+        const int steps = delta.x() != 0 ? delta.x() : delta.y();
+        QScrollBar* bar = m_chipScroller->horizontalScrollBar();
+        bar->setValue(bar->value() - steps / 2);
+        return true;
+    }
+    return PremiumPanel::eventFilter(watched, event);
+}
 
 // One chip per step, rebuilt when the loop or the key changes; old chips go
 // later, since one of them may be the chip whose click is being handled.

@@ -42,6 +42,9 @@ public:
     KitButton* clearButton() const { return m_clear; }
     KitButton* playButton() const { return m_play; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 signals:
     void degreeTapped(int degree);
     void stepRemoved(int step);
