@@ -2,6 +2,7 @@
 
 #include "tools/fifths/chord_tile.h"
 #include "tools/fifths/note_chip.h"
+#include "ui/faint_divider.h"
 #include "ui/fonts.h"
 #include "ui/scheme_label.h"
 

@@ -44,16 +44,4 @@ void NoteChip::paintLabel(QPainter& painter, bool copied) {
     painter.drawText(rect(), Qt::AlignCenter, m_note);
 }
 
-FaintDivider::FaintDivider(double opacity, QWidget* parent)
-    : QWidget(parent), m_opacity(opacity) {
-    setFixedHeight(1);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-}
-
-void FaintDivider::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.fillRect(rect(), withOpacity(currentColors().border,
-                                         currentColors().border.alphaF() * m_opacity));
-}
-
 } // namespace quorlen

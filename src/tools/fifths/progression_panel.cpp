@@ -2,7 +2,7 @@
 
 #include "harmony/progression.h"
 #include "tools/fifths/chord_tile.h"
-#include "tools/fifths/note_chip.h"
+#include "ui/faint_divider.h"
 #include "ui/fonts.h"
 #include "ui/kit_button.h"
 #include "ui/scheme_label.h"
