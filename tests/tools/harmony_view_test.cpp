@@ -16,16 +16,28 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace quorlen {
 namespace {
 
 using Degrees = std::vector<int>;
 
+struct Triad {
+    double rootHz;
+    TriadQuality quality;
+};
+
 struct HarmonyScreen {
     CalculatorState state;
     CircleOfFifthsView view;
 
+    std::vector<Triad> played;
+
     explicit HarmonyScreen(KeySelection key = {}) : view(state, QColor(178, 34, 34), key) {
+        view.setTriadSink([this](double rootHz, TriadQuality quality) {
+            played.push_back({rootHz, quality});
+        });
         view.resize(960, 1100);
         view.show();
         QApplication::setActiveWindow(&view);
@@ -51,7 +63,10 @@ TEST(HarmonyView, ClickingASegmentAndAChordGrowsTheProgression) {
     EXPECT_EQ(s.view.details()->signatureNotes(), QStringLiteral("no accidentals"));
 
     QSignalSpy selected(&s.view, &CircleOfFifthsView::selectionChanged);
-    s.clickSegment(3, false); // A major
+    s.clickSegment(3, false); // A major: A3 = 220 Hz
+    ASSERT_EQ(s.played.size(), 1u);
+    EXPECT_EQ(s.played[0].rootHz, 220.0);
+    EXPECT_EQ(s.played[0].quality, TriadQuality::major);
     EXPECT_EQ(s.view.selection(), (KeySelection{3, false}));
     ASSERT_EQ(selected.count(), 1);
     EXPECT_EQ(s.metric(0), QStringLiteral("A"));
@@ -60,8 +75,15 @@ TEST(HarmonyView, ClickingASegmentAndAChordGrowsTheProgression) {
     EXPECT_EQ(s.view.details()->signatureNotes(), QStringLiteral("F♯  C♯  G♯"));
     EXPECT_EQ(s.view.details()->relatedKey(1), QStringLiteral("E"));
 
+    s.played.clear();
     QTest::mouseClick(s.view.details()->chordTile(4), Qt::LeftButton); // E
     QTest::mouseClick(s.view.progressionPanel()->degreeButton(5), Qt::LeftButton); // F♯m
+    // Roots wrap into C3…B3: E3 = 440 × 2^(−17/12), F♯3 = 440 × 2^(−15/12).
+    ASSERT_EQ(s.played.size(), 2u);
+    EXPECT_NEAR(s.played[0].rootHz, 164.814, 1e-3);
+    EXPECT_EQ(s.played[0].quality, TriadQuality::major);
+    EXPECT_NEAR(s.played[1].rootHz, 184.997, 1e-3);
+    EXPECT_EQ(s.played[1].quality, TriadQuality::minor);
     EXPECT_EQ(s.state.progression(), (Degrees{4, 5}));
     EXPECT_EQ(s.chipNames(), (QStringList{QStringLiteral("E"), QStringLiteral("F♯m")}));
     EXPECT_TRUE(s.view.progressionPanel()->emptyText().isEmpty());
@@ -71,9 +93,21 @@ TEST(HarmonyView, ClickingASegmentAndAChordGrowsTheProgression) {
     s.clickSegment(0, true); // Am
     EXPECT_EQ(s.view.selection(), (KeySelection{0, true}));
     EXPECT_EQ(s.chipNames(), (QStringList{QStringLiteral("Em"), QStringLiteral("F")}));
-    // Clicking the selected segment again plays it but changes nothing.
+    // Clicking the selected segment again plays it but changes nothing;
+    // the margin between two segments is no click target.
+    s.played.clear();
     s.clickSegment(0, true);
     EXPECT_EQ(selected.count(), 2);
+    ASSERT_EQ(s.played.size(), 1u);
+    EXPECT_EQ(s.played[0].quality, TriadQuality::minor);
+    const QPointF c(s.view.wheel()->width() / 2.0, s.view.wheel()->height() / 2.0);
+    const QPointF between = (s.view.wheel()->segmentCentre(0, false) +
+                             s.view.wheel()->segmentCentre(1, false)) / 2 - c;
+    const QPointF onRing = c + between * (0.85 * s.view.wheel()->width() / 2 /
+                                          std::hypot(between.x(), between.y()));
+    QTest::mouseClick(s.view.wheel(), Qt::LeftButton, {}, onRing.toPoint());
+    EXPECT_EQ(s.view.selection(), (KeySelection{0, true}));
+    EXPECT_EQ(s.played.size(), 1u);
 }
 
 TEST(HarmonyView, WheelFillsFollowTheSelection) {
@@ -109,8 +143,10 @@ TEST(HarmonyView, ClipboardTextIsSpelledInAscii) {
     ASSERT_TRUE(menu);
     ASSERT_EQ(menu->actions().size(), 1);
     EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Copy E#°"));
+    s.played.clear();
     menu->actions()[0]->trigger();
     EXPECT_EQ(clipboard->text(), QStringLiteral("E#°"));
+    EXPECT_TRUE(s.played.empty()) << "copying sounds nothing";
     EXPECT_TRUE(s.state.progression().empty()) << "copying adds nothing";
     EXPECT_FALSE(s.view.progressionPanel()->chips().value(0));
 }
@@ -154,6 +190,30 @@ TEST(HarmonyView, PlaybackLoopsAndFollowsEditsWhilePlaying) {
     EXPECT_FALSE(s.state.playingStep());
     EXPECT_FALSE(s.view.isTimerRunning());
     EXPECT_EQ(s.state.progression(), (Degrees{1, 4, 0})) << "the loop outlives the screen";
+}
+
+TEST(HarmonyView, EachStepSoundsInTheKeySelectedWhenItSounds) {
+    HarmonyScreen s;
+    s.clickSegment(0, false); // C: 440 × 2^(−21/12) = 130.81 Hz
+    ASSERT_EQ(s.played.size(), 1u);
+    EXPECT_NEAR(s.played[0].rootHz, 130.813, 1e-3);
+
+    s.state.setProgression({0, 6});
+    s.view.startPlayback();
+    s.view.advancePlayback(); // B°: B3 = 246.94 Hz
+    ASSERT_EQ(s.played.size(), 3u);
+    EXPECT_NEAR(s.played[1].rootHz, 130.813, 1e-3);
+    EXPECT_NEAR(s.played[2].rootHz, 246.942, 1e-3);
+    EXPECT_EQ(s.played[2].quality, TriadQuality::diminished);
+
+    s.clickSegment(0, true); // Am mid-loop: the tonic sounds, degree 0 is now Am
+    s.state.setA4(432);
+    s.view.advancePlayback();
+    ASSERT_EQ(s.played.size(), 5u);
+    EXPECT_EQ(s.played[3].rootHz, 220.0);
+    EXPECT_EQ(s.played[4].rootHz, 216.0); // A3 at A4 = 432
+    EXPECT_EQ(s.played[4].quality, TriadQuality::minor);
+    EXPECT_EQ(s.state.playingStep(), 0);
 }
 
 TEST(HarmonyView, StoppingRules) {

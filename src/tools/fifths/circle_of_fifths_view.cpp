@@ -30,7 +30,10 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
     : ToolScreen(QStringLiteral("Harmony"), QStringLiteral("Circle of Fifths"),
                  QStringLiteral("smallcircle.filled.circle"), accent, parent),
       m_state(state),
-      m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor} {
+      m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor},
+      m_playTriad([](double rootHz, TriadQuality quality) {
+          ChordPlayer::shared().playTriad(rootHz, quality);
+      }) {
     setMinimumWidth(640);
 
     auto* wheelPanel = new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"),
@@ -107,15 +110,14 @@ void CircleOfFifthsView::selectKey(int index, bool minor) {
 
 void CircleOfFifthsView::playTonic(int index, bool minor) {
     const KeySelection key{CircleOfFifths::wrappedIndex(index), minor};
-    ChordPlayer::shared().playTriad(key.rootFrequency(0, m_state.a4()),
-                                    minor ? TriadQuality::minor : TriadQuality::major);
+    m_playTriad(key.rootFrequency(0, m_state.a4()),
+                minor ? TriadQuality::minor : TriadQuality::major);
 }
 
 // The root comes from the key selected now, so a key change mid-loop
 // sounds from the next chord on.
 void CircleOfFifthsView::playDegree(int degree) {
-    ChordPlayer::shared().playTriad(m_selection.rootFrequency(degree, m_state.a4()),
-                                    m_selection.triadQuality(degree));
+    m_playTriad(m_selection.rootFrequency(degree, m_state.a4()), m_selection.triadQuality(degree));
 }
 
 void CircleOfFifthsView::tapDegree(int degree) {

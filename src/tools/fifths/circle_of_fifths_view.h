@@ -5,6 +5,8 @@
 
 #include <QTimer>
 
+#include <functional>
+
 namespace quorlen {
 
 class CalculatorState;
@@ -24,6 +26,11 @@ public:
     CircleOfFifthsView(CalculatorState& state, const QColor& accent, KeySelection selection,
                        QWidget* parent = nullptr);
     ~CircleOfFifthsView() override;
+
+    // Where triads go: the shared synthesiser unless replaced (tests listen
+    // here, since a machine without a sound card plays nothing).
+    using TriadSink = std::function<void(double rootHz, TriadQuality quality)>;
+    void setTriadSink(TriadSink sink) { m_playTriad = std::move(sink); }
 
     KeySelection selection() const { return m_selection; }
     FifthsWheel* wheel() const { return m_wheel; }
@@ -61,6 +68,7 @@ private:
     KeyDetailPanel* m_details;
     ProgressionPanel* m_progression;
     QTimer m_playTimer;
+    TriadSink m_playTriad;
 };
 
 } // namespace quorlen
