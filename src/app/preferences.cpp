@@ -1,9 +1,13 @@
 #include "app/preferences.h"
 
+#include "harmony/circle_of_fifths.h"
+
 namespace quorlen {
 namespace {
 const QString kStatsOptOut = QStringLiteral("statsOptOut");
 const QString kSelectedTool = QStringLiteral("MainWindow/selectedCalculatorTool");
+const QString kFifthsIndex = QStringLiteral("MainWindow/fifthsSelectedIndex");
+const QString kFifthsMinor = QStringLiteral("MainWindow/fifthsMinorSelected");
 const QString kAppearance = QStringLiteral("appearance");
 } // namespace
 
@@ -24,6 +28,24 @@ QString Preferences::selectedCalculatorTool() const {
 
 void Preferences::setSelectedCalculatorTool(const QString& rawValue) {
     m_settings.setValue(kSelectedTool, rawValue);
+    m_settings.sync();
+}
+
+int Preferences::fifthsSelectedIndex() const {
+    return CircleOfFifths::wrappedIndex(m_settings.value(kFifthsIndex, 0).toInt());
+}
+
+void Preferences::setFifthsSelectedIndex(int index) {
+    m_settings.setValue(kFifthsIndex, index);
+    m_settings.sync();
+}
+
+bool Preferences::fifthsMinorSelected() const {
+    return m_settings.value(kFifthsMinor, false).toBool();
+}
+
+void Preferences::setFifthsMinorSelected(bool minor) {
+    m_settings.setValue(kFifthsMinor, minor);
     m_settings.sync();
 }
 

@@ -22,6 +22,14 @@ public:
     QString selectedCalculatorTool() const;
     void setSelectedCalculatorTool(const QString& rawValue);
 
+    // The key selected on the harmony tool's circle of fifths: a position
+    // 0…11 (a stored value outside that range is wrapped into it) and
+    // whether the inner, minor ring holds the selection.
+    int fifthsSelectedIndex() const;
+    void setFifthsSelectedIndex(int index);
+    bool fifthsMinorSelected() const;
+    void setFifthsMinorSelected(bool minor);
+
     AppearanceChoice appearance() const;
     void setAppearance(AppearanceChoice choice);
 

@@ -1,55 +1,55 @@
 #include "app/tool_view_factory.h"
 
 #include "app/calculator_state.h"
+#include "app/preferences.h"
+#include "audio/chord_player.h"
+#include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/harmonics/harmonic_series_view.h"
 #include "tools/note_frequencies/note_frequency_view.h"
-#include "tools/temperament/temperament_view.h"
-#include "tools/reverb_delay/reverb_delay_view.h"
-#include "tools/tempo/tempo_view.h"
-#include "audio/chord_player.h"
 #include "tools/euclidean/euclidean_rhythm_view.h"
-#include "tools/tool_screen.h"
+#include "tools/reverb_delay/reverb_delay_view.h"
+#include "tools/temperament/temperament_view.h"
+#include "tools/tempo/tempo_view.h"
 
 namespace quorlen {
 namespace {
 
-struct Headline {
-    const char* eyebrow;
-    const char* title;
-};
-
-// Indexed by CalculatorTool.
-constexpr Headline kHeadlines[] = {
-    {"Tempo", "BPM to Milliseconds"},      {"Rhythm", "Euclidean Rhythms"},
-    {"Space", "Reverb & Delay Times"},     {"Pitch", "Note Frequencies"},
-    {"Temperament", "Octave Divisions"},   {"Overtones", "Harmonic Series"},
-    {"Harmony", "Circle of Fifths"},
-};
+// The harmony screen is rebuilt on every visit; the key it shows is kept
+// with the window's other restored state, read here and written on change.
+QWidget* createHarmonyView(CalculatorState& state, const QColor& tint, QWidget* parent) {
+    const Preferences stored;
+    auto* view = new CircleOfFifthsView(
+        state, tint, KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},
+        parent);
+    QObject::connect(view, &CircleOfFifthsView::selectionChanged, view, [](int index, bool minor) {
+        Preferences preferences;
+        preferences.setFifthsSelectedIndex(index);
+        preferences.setFifthsMinorSelected(minor);
+    });
+    return view;
+}
 
 } // namespace
 
 QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
-    const ToolInfo& info = toolInfo(tool);
+    const QColor tint = toolInfo(tool).tint;
     switch (tool) {
-    case CalculatorTool::frequency:
-        return new NoteFrequencyView(state, info.tint, parent);
-    case CalculatorTool::overtones:
-        return new HarmonicSeriesView(state, info.tint, parent);
-    case CalculatorTool::temperament:
-        return new TemperamentView(state, info.tint, parent);
     case CalculatorTool::bpm:
-        return new TempoView(state, info.tint, parent);
-    case CalculatorTool::space:
-        return new ReverbDelayView(state, info.tint, parent);
+        return new TempoView(state, tint, parent);
     case CalculatorTool::rhythm:
-        return new EuclideanRhythmView(state, info.tint, ChordPlayer::shared(), parent);
-    default:
+        return new EuclideanRhythmView(state, tint, ChordPlayer::shared(), parent);
+    case CalculatorTool::space:
+        return new ReverbDelayView(state, tint, parent);
+    case CalculatorTool::frequency:
+        return new NoteFrequencyView(state, tint, parent);
+    case CalculatorTool::temperament:
+        return new TemperamentView(state, tint, parent);
+    case CalculatorTool::overtones:
+        return new HarmonicSeriesView(state, tint, parent);
+    case CalculatorTool::harmony:
         break;
     }
-    const Headline& headline = kHeadlines[static_cast<size_t>(tool)];
-    // Tools without their own screen yet show their header alone.
-    return new ToolScreen(QString::fromUtf8(headline.eyebrow), QString::fromUtf8(headline.title),
-                          QString::fromUtf8(info.symbol), info.tint, parent);
+    return createHarmonyView(state, tint, parent);
 }
 
 } // namespace quorlen

@@ -3,6 +3,7 @@
 #include "cli/detect_command.h"
 #include "cli/euclid_command.h"
 #include "cli/harmonics_command.h"
+#include "cli/key_command.h"
 #include "cli/notes_command.h"
 #include "cli/space_command.h"
 #include "cli/tet_command.h"
@@ -31,6 +32,7 @@ const std::vector<Command> kCommands = {
     {"notes", kNotesSynopsis, kNotesSummary, runNotesCommand},
     {"tet", kTetSynopsis, kTetSummary, runTetCommand},
     {"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, runHarmonicsCommand},
+    {"key", kKeySynopsis, kKeySummary, runKeyCommand},
     {"euclid", "quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]",
      "K hits spread over N steps: the pattern, its hits, step and cycle in ms.", runEuclid},
     {"detect", "quorlen detect [--json] [-j N] PATH...",

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "harmony/key_selection.h"
+#include "tools/tool_screen.h"
+
+#include <QTimer>
+
+#include <functional>
+
+namespace quorlen {
+
+class CalculatorState;
+class FifthsWheel;
+class KeyDetailPanel;
+class ProgressionPanel;
+
+// The "Harmony" tool: the circle-of-fifths wheel to pick a key and hear its
+// tonic triad, the key's details, and a loop of its diatonic chords played
+// at two beats per chord from the shared tempo. The loop is kept as scale
+// degrees in the shared state, so a new key transposes it; the timer lives
+// with the screen and stops when the screen leaves.
+class CircleOfFifthsView : public ToolScreen {
+    Q_OBJECT
+public:
+    // `selection` is the key the window had selected when it was last shown.
+    CircleOfFifthsView(CalculatorState& state, const QColor& accent, KeySelection selection,
+                       QWidget* parent = nullptr);
+    ~CircleOfFifthsView() override;
+
+    // Where triads go: the shared synthesiser unless replaced (tests listen
+    // here, since a machine without a sound card plays nothing).
+    using TriadSink = std::function<void(double rootHz, TriadQuality quality)>;
+    void setTriadSink(TriadSink sink) { m_playTriad = std::move(sink); }
+
+    KeySelection selection() const { return m_selection; }
+    FifthsWheel* wheel() const { return m_wheel; }
+    KeyDetailPanel* details() const { return m_details; }
+    ProgressionPanel* progressionPanel() const { return m_progression; }
+    bool isTimerRunning() const { return m_playTimer.isActive(); }
+    int timerIntervalMs() const { return m_playTimer.interval(); }
+
+    // A segment click: select the key (index wrapped into 0…11) and sound
+    // its tonic triad, also when it was selected already.
+    void selectKey(int index, bool minor);
+    void playTonic(int index, bool minor);
+    void playDegree(int degree);
+    // A chord or degree click: append it to the loop, then sound it.
+    void tapDegree(int degree);
+
+    void startPlayback();
+    void advancePlayback();
+    void stopPlayback();
+    void removeStep(int step);
+    void togglePlayback();
+    void clearProgression();
+
+signals:
+    // The selection changed and should be remembered with the window.
+    void selectionChanged(int index, bool minor);
+
+private:
+    void showSelection();
+    void showProgression();
+
+    CalculatorState& m_state;
+    KeySelection m_selection;
+    FifthsWheel* m_wheel;
+    KeyDetailPanel* m_details;
+    ProgressionPanel* m_progression;
+    QTimer m_playTimer;
+    TriadSink m_playTriad;
+};
+
+} // namespace quorlen

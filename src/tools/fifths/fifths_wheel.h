@@ -1,0 +1,90 @@
+#pragma once
+
+#include "harmony/key_selection.h"
+#include "harmony/wheel_geometry.h"
+
+#include <QColor>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QWidget>
+
+#include <array>
+#include <optional>
+
+namespace quorlen {
+
+// The circle of fifths as two rings of twelve segments: major keys outside,
+// their relative minors inside, the selected key in a badge in the middle.
+// Fills follow the selection and the pointer, easing out over 0.16 s and
+// 0.12 s. A click on a segment's drawn shape emits segmentClicked; what
+// that selects and sounds is the screen's business.
+class FifthsWheel : public QWidget {
+    Q_OBJECT
+public:
+    static constexpr int kSide = 430; // px, the largest square drawn
+    static constexpr int kMinimumSide = 300;
+    static constexpr int kBadgeDiameter = 122;
+    static constexpr int kHoverEaseMs = 120;
+    static constexpr int kSelectionEaseMs = 160;
+
+    FifthsWheel(const QColor& accent, QWidget* parent = nullptr);
+
+    void setSelection(KeySelection selection);
+    KeySelection selection() const { return m_selection; }
+    std::optional<QString> hoveredSegment() const;
+
+    // The identifier ("maj-0", "min-3") of the segment whose 30-degree
+    // sector holds `at`, in a wheel of `size`; nothing in the gaps.
+    static std::optional<QString> segmentID(QPointF at, QSizeF size);
+    // A segment's target fill for the current scheme (without easing).
+    QColor fillColor(int index, bool isMinorRing,
+                     std::optional<wheel::SegmentID> hover) const;
+    // Where a click on segment `index` of a ring lands, in widget
+    // coordinates: the middle of its drawn shape.
+    QPointF segmentCentre(int index, bool isMinorRing) const;
+
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+    QSize sizeHint() const override { return {kSide, kSide}; }
+    QSize minimumSizeHint() const override { return {kMinimumSide, kMinimumSide}; }
+
+signals:
+    void segmentClicked(int index, bool minor);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    // Per segment: the colour it eases from, the fill it eases to, and when.
+    // Only the target is kept as a fill, so a scheme switch recolours at once.
+    struct Transition {
+        QColor from; // as shown when the transition began
+        wheel::SegmentFill to = wheel::SegmentFill::neutral;
+        qint64 startMs = 0;
+        int durationMs = 0;
+    };
+
+    static size_t slotOf(wheel::SegmentID segment);
+    void setHovered(std::optional<wheel::SegmentID> hovered);
+    void retarget(int durationMs);
+    QColor fillFor(wheel::SegmentFill fill) const;
+    QColor easedFill(const Transition& transition, qint64 nowMs) const;
+    void paintSegment(QPainter& painter, wheel::SegmentID segment, QColor fill) const;
+    void paintLabel(QPainter& painter, wheel::SegmentID segment) const;
+    void paintBadge(QPainter& painter) const;
+    double radius() const { return std::min(width(), height()) / 2.0; }
+
+    QColor m_accent;
+    KeySelection m_selection;
+    std::optional<wheel::SegmentID> m_hovered;
+    std::optional<wheel::SegmentID> m_pressed;
+    std::array<Transition, 24> m_transitions{};
+    QElapsedTimer m_clock;
+    QTimer m_frame;
+};
+
+} // namespace quorlen

@@ -1,0 +1,58 @@
+#include "app/content_view.h"
+#include "app/preferences.h"
+#include "tools/fifths/circle_of_fifths_view.h"
+#include "tools/fifths/fifths_wheel.h"
+
+#include <QSettings>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace quorlen {
+namespace {
+
+CircleOfFifthsView* harmonyScreen(const ContentView& view) {
+    return qobject_cast<CircleOfFifthsView*>(view.toolView());
+}
+
+TEST(HarmonySelection, IsRememberedBesideTheWindowStateAcrossToolSwitches) {
+    Preferences().setFifthsSelectedIndex(0);
+    Preferences().setFifthsMinorSelected(false);
+    ContentView view(QStringLiteral("harmony"));
+    view.resize(960, 1100);
+    view.show();
+    ASSERT_TRUE(harmonyScreen(view));
+    FifthsWheel* wheel = harmonyScreen(view)->wheel();
+    QTest::mouseClick(wheel, Qt::LeftButton, {}, wheel->segmentCentre(4, true).toPoint()); // C♯m
+
+    QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
+                    QStringLiteral("calculator"));
+    EXPECT_EQ(store.value(QStringLiteral("MainWindow/fifthsSelectedIndex")).toInt(), 4);
+    EXPECT_TRUE(store.value(QStringLiteral("MainWindow/fifthsMinorSelected")).toBool());
+
+    // The screen is rebuilt on every visit and comes back on the same key.
+    view.selectTool(CalculatorTool::frequency);
+    view.selectTool(CalculatorTool::harmony);
+    ASSERT_TRUE(harmonyScreen(view));
+    EXPECT_EQ(harmonyScreen(view)->selection(), (KeySelection{4, true}));
+}
+
+TEST(HarmonySelection, AStoredIndexOutOfRangeIsWrapped) {
+    const struct {
+        int stored;
+        int shown;
+    } cases[] = {{14, 2}, {-1, 11}, {12, 0}, {7, 7}};
+    for (const auto& c : cases) {
+        QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
+                        QStringLiteral("calculator"));
+        store.setValue(QStringLiteral("MainWindow/fifthsSelectedIndex"), c.stored);
+        store.sync();
+        EXPECT_EQ(Preferences().fifthsSelectedIndex(), c.shown) << c.stored;
+        ContentView view(QStringLiteral("harmony"));
+        ASSERT_TRUE(harmonyScreen(view));
+        EXPECT_EQ(harmonyScreen(view)->selection().index, c.shown) << c.stored;
+    }
+}
+
+} // namespace
+} // namespace quorlen

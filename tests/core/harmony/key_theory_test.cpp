@@ -1,0 +1,218 @@
+#include "harmony/circle_of_fifths.h"
+#include "harmony/key_selection.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace quorlen {
+namespace {
+
+using Notes = std::vector<std::string>;
+
+template <typename Range> Notes asStrings(const Range& range) {
+    return Notes(range.begin(), range.end());
+}
+
+Notes words(const std::string& spaced) {
+    Notes result;
+    size_t start = 0;
+    while (start < spaced.size()) {
+        const size_t end = spaced.find(' ', start);
+        result.push_back(spaced.substr(start, end - start));
+        if (end == std::string::npos)
+            break;
+        start = end + 1;
+    }
+    return result;
+}
+
+// Each slot's major scale must start on its tonic, climb in whole and half
+// steps W W H W W W H, and its signature must list exactly the altered
+// notes: an independent check of the whole table against music theory.
+TEST(CircleOfFifths, EverySlotIsAConsistentMajorKey) {
+    static constexpr int kLetterPitch[] = {9, 11, 0, 2, 4, 5, 7};
+    const auto pitchOf = [](std::string_view note) {
+        int pc = kLetterPitch[note[0] - 'A'];
+        if (note.ends_with("♯"))
+            ++pc;
+        if (note.ends_with("♭"))
+            --pc;
+        return (pc + 12) % 12;
+    };
+    const int steps[] = {2, 2, 1, 2, 2, 2, 1};
+    for (int i = 0; i < 12; ++i) {
+        const KeySlot& slot = CircleOfFifths::slots[static_cast<size_t>(i)];
+        SCOPED_TRACE(std::string(slot.major));
+        EXPECT_EQ(slot.majorScale[0], slot.major);
+        EXPECT_EQ(pitchOf(slot.major), KeySelection({i, false}).tonicPitchClass());
+        int altered = 0;
+        for (size_t n = 0; n < 7; ++n) {
+            const auto note = slot.majorScale[n];
+            const auto next = slot.majorScale[(n + 1) % 7];
+            EXPECT_EQ((pitchOf(next) - pitchOf(note) + 12) % 12, steps[n]);
+            // Seven different letters: each letter once.
+            EXPECT_EQ((next[0] - 'A' + 7) % 7, (note[0] - 'A' + 1) % 7);
+            altered += note.size() > 1 ? 1 : 0;
+        }
+        EXPECT_EQ(altered, std::abs(slot.accidentals));
+        EXPECT_EQ(std::string(slot.minor), std::string(slot.majorScale[5]) + "m");
+    }
+}
+
+TEST(CircleOfFifths, SignatureTextAndNotes) {
+    // Worked examples: the sign picks the accidental, the order is fixed.
+    const struct {
+        int accidentals;
+        const char* text;
+        const char* notes;
+    } cases[] = {
+        {0, "0", ""},
+        {3, "3♯", "F♯ C♯ G♯"},
+        {6, "6♯", "F♯ C♯ G♯ D♯ A♯ E♯"},
+        {-2, "2♭", "B♭ E♭"},
+        {-5, "5♭", "B♭ E♭ A♭ D♭ G♭"},
+        {9, "9♯", "F♯ C♯ G♯ D♯ A♯ E♯ B♯"},   // beyond seven: all seven
+        {-8, "8♭", "B♭ E♭ A♭ D♭ G♭ C♭ F♭"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.accidentals);
+        EXPECT_EQ(CircleOfFifths::signatureText(c.accidentals), c.text);
+        EXPECT_EQ(asStrings(CircleOfFifths::signatureNotes(c.accidentals)), words(c.notes));
+    }
+}
+
+TEST(KeySelection, NamesScalesAndChordsAtTheEdgesOfTheCircle) {
+    // Expected rows written out by hand from the key tables; index 6 is the
+    // last sharp key, index 7 the first flat one.
+    const struct {
+        KeySelection key;
+        const char* longName;
+        const char* scale;
+        const char* chords;
+    } cases[] = {
+        {{0, false}, "C major", "C D E F G A B", "C Dm Em F G Am B°"},
+        {{0, true}, "A minor", "A B C D E F G", "Am B° C Dm Em F G"},
+        {{6, false}, "F♯ major", "F♯ G♯ A♯ B C♯ D♯ E♯", "F♯ G♯m A♯m B C♯ D♯m E♯°"},
+        {{6, true}, "D♯ minor", "D♯ E♯ F♯ G♯ A♯ B C♯", "D♯m E♯° F♯ G♯m A♯m B C♯"},
+        {{7, false}, "D♭ major", "D♭ E♭ F G♭ A♭ B♭ C", "D♭ E♭m Fm G♭ A♭ B♭m C°"},
+        {{7, true}, "B♭ minor", "B♭ C D♭ E♭ F G♭ A♭", "B♭m C° D♭ E♭m Fm G♭ A♭"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.longName);
+        EXPECT_EQ(c.key.longName(), c.longName);
+        EXPECT_EQ(asStrings(c.key.scale()), words(c.scale));
+        EXPECT_EQ(asStrings(c.key.chords()), words(c.chords));
+    }
+    EXPECT_EQ(asStrings(KeySelection{3, false}.romanNumerals()),
+              words("I ii iii IV V vi vii°"));
+    EXPECT_EQ(asStrings(KeySelection{3, true}.romanNumerals()), words("i ii° III iv v VI VII"));
+    EXPECT_EQ(KeySelection({6, true}).shortName(), "D♯m");
+}
+
+TEST(KeySelection, TriadQualitiesFollowTheMode) {
+    using Q = TriadQuality;
+    const Q major[] = {Q::major, Q::minor, Q::minor, Q::major, Q::major, Q::minor, Q::diminished};
+    const Q minor[] = {Q::minor, Q::diminished, Q::major, Q::minor, Q::minor, Q::major, Q::major};
+    for (int degree = 0; degree < 7; ++degree) {
+        EXPECT_EQ(KeySelection({9, false}).triadQuality(degree), major[degree]) << degree;
+        EXPECT_EQ(KeySelection({9, true}).triadQuality(degree), minor[degree]) << degree;
+    }
+}
+
+TEST(KeySelection, TonicPitchClassAndRootFrequencies) {
+    EXPECT_EQ(KeySelection({3, false}).tonicPitchClass(), 9); // A
+    EXPECT_EQ(KeySelection({0, true}).tonicPitchClass(), 9);  // A minor
+    EXPECT_EQ(KeySelection({7, false}).tonicPitchClass(), 1); // D♭
+    EXPECT_EQ(KeySelection({6, true}).tonicPitchClass(), 3);  // D♯ minor
+
+    // 440 × 2^((k − 21)/12): C3 = 130.81, A3 = 220 exactly, B3 = 246.94.
+    EXPECT_EQ(KeySelection({0, true}).rootFrequency(0, 440), 220.0);
+    EXPECT_NEAR(KeySelection({0, false}).rootFrequency(0, 440), 130.8128, 1e-4);
+    EXPECT_NEAR(KeySelection({0, false}).rootFrequency(6, 440), 246.9417, 1e-4);
+
+    // The wrap is on the root alone: in G major IV…vii° (C D E F♯) sound
+    // below the tonic G3 = 196.00 Hz; in E major vi and vii° below E3.
+    const KeySelection g{1, false};
+    const double gHz = g.rootFrequency(0, 440);
+    EXPECT_NEAR(gHz, 195.9977, 1e-4);
+    EXPECT_GT(g.rootFrequency(2, 440), gHz); // B3
+    for (int degree = 3; degree < 7; ++degree)
+        EXPECT_LT(g.rootFrequency(degree, 440), gHz) << degree;
+    const KeySelection e{4, false};
+    EXPECT_NEAR(e.rootFrequency(0, 440), 164.8138, 1e-4);
+    EXPECT_NEAR(e.rootFrequency(5, 440), 138.5913, 1e-4); // C♯3
+    EXPECT_NEAR(e.rootFrequency(6, 440), 155.5635, 1e-4); // D♯3
+
+    // Every root of every key lies in C3…B3 and scales with A4.
+    for (int index = 0; index < 12; ++index) {
+        for (const bool minor : {false, true}) {
+            for (int degree = 0; degree < 7; ++degree) {
+                const KeySelection key{index, minor};
+                const double hz = key.rootFrequency(degree, 440);
+                EXPECT_GE(hz, 130.81);
+                EXPECT_LE(hz, 246.95);
+                EXPECT_NEAR(key.rootFrequency(degree, 432), hz * 432 / 440, 1e-9);
+            }
+        }
+    }
+}
+
+TEST(KeySelection, RelatedKeys) {
+    const struct {
+        KeySelection key, relative, dominant, subdominant;
+    } cases[] = {
+        {{0, false}, {0, true}, {1, false}, {11, false}},
+        {{0, true}, {0, false}, {1, true}, {11, true}},   // Am: C, Em, Dm
+        {{11, false}, {11, true}, {0, false}, {10, false}}, // F: dominant C
+        {{5, false}, {5, true}, {6, false}, {4, false}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.key.index);
+        EXPECT_EQ(c.key.relative(), c.relative);
+        EXPECT_EQ(c.key.dominant(), c.dominant);
+        EXPECT_EQ(c.key.subdominant(), c.subdominant);
+    }
+    EXPECT_EQ(KeySelection({5, false}).relative().shortName(), "G♯m");
+    EXPECT_EQ(KeySelection({0, true}).dominant().shortName(), "Em");
+}
+
+TEST(ClipboardSpelling, OnlyAccidentalsChange) {
+    EXPECT_EQ(clipboardSpelling("F♯m"), "F#m");
+    EXPECT_EQ(clipboardSpelling("B♭"), "Bb");
+    EXPECT_EQ(clipboardSpelling("B°"), "B°");
+    EXPECT_EQ(clipboardSpelling("E♯°"), "E#°");
+    EXPECT_EQ(clipboardSpelling("D♭ E♭ F♯ ♯♭"), "Db Eb F# #b");
+    EXPECT_EQ(clipboardSpelling(""), "");
+}
+
+TEST(ParseKeyName, SpellingsMapToTheSlotWithTheSamePitch) {
+    const struct {
+        const char* text;
+        KeySelection key;
+    } cases[] = {
+        {"C", {0, false}},   {"G", {1, false}},   {"F#", {6, false}}, {"F♯", {6, false}},
+        {"Gb", {6, false}},  {"Db", {7, false}},  {"C#", {7, false}}, {"D♭", {7, false}},
+        {"Cb", {5, false}},  {"B", {5, false}},   {"bb", {10, false}}, {"Am", {0, true}},
+        {"F#m", {3, true}},  {"Bbm", {7, true}},  {"A#m", {7, true}}, {"D#m", {6, true}},
+        {"Ebm", {6, true}},  {"e♭m", {6, true}},  {"Dm", {11, true}}, {"bm", {2, true}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const auto parsed = parseKeyName(c.text);
+        ASSERT_TRUE(parsed);
+        EXPECT_EQ(*parsed, c.key);
+    }
+    for (const char* bad : {"", "H", "C##", "Cmaj", "Am7", " C", "C ", "m", "#", "Cbb"})
+        EXPECT_FALSE(parseKeyName(bad)) << bad;
+}
+
+TEST(CircleOfFifths, WrappedIndex) {
+    EXPECT_EQ(CircleOfFifths::wrappedIndex(0), 0);
+    EXPECT_EQ(CircleOfFifths::wrappedIndex(13), 1);
+    EXPECT_EQ(CircleOfFifths::wrappedIndex(-1), 11);
+    EXPECT_EQ(CircleOfFifths::wrappedIndex(-25), 11);
+}
+
+} // namespace
+} // namespace quorlen

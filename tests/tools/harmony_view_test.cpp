@@ -1,0 +1,261 @@
+#include "app/calculator_state.h"
+#include "tools/fifths/chord_tile.h"
+#include "tools/fifths/circle_of_fifths_view.h"
+#include "tools/fifths/fifths_wheel.h"
+#include "tools/fifths/key_detail_panel.h"
+#include "tools/fifths/note_chip.h"
+#include "tools/fifths/progression_panel.h"
+#include "ui/kit_button.h"
+#include "ui/metric_tile.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace quorlen {
+namespace {
+
+using Degrees = std::vector<int>;
+
+struct Triad {
+    double rootHz;
+    TriadQuality quality;
+};
+
+struct HarmonyScreen {
+    CalculatorState state;
+    CircleOfFifthsView view;
+
+    std::vector<Triad> played;
+
+    explicit HarmonyScreen(KeySelection key = {}) : view(state, QColor(178, 34, 34), key) {
+        view.setTriadSink([this](double rootHz, TriadQuality quality) {
+            played.push_back({rootHz, quality});
+        });
+        view.resize(960, 1100);
+        view.show();
+        QApplication::setActiveWindow(&view);
+    }
+    void clickSegment(int index, bool minor) {
+        FifthsWheel* wheel = view.wheel();
+        QTest::mouseClick(wheel, Qt::LeftButton, {},
+                          wheel->segmentCentre(index, minor).toPoint());
+    }
+    QStringList chipNames() const {
+        QStringList names;
+        for (const ChordTile* chip : view.progressionPanel()->chips())
+            names << chip->name();
+        return names;
+    }
+    QString metric(int tile) const { return view.header()->tiles()[tile]->metric().value; }
+};
+
+TEST(HarmonyView, ClickingASegmentAndAChordGrowsTheProgression) {
+    HarmonyScreen s;
+    EXPECT_EQ(s.metric(0), QStringLiteral("C"));
+    EXPECT_EQ(s.view.details()->longName(), QStringLiteral("C major"));
+    EXPECT_EQ(s.view.details()->signatureNotes(), QStringLiteral("no accidentals"));
+
+    QSignalSpy selected(&s.view, &CircleOfFifthsView::selectionChanged);
+    s.clickSegment(3, false); // A major: A3 = 220 Hz
+    ASSERT_EQ(s.played.size(), 1u);
+    EXPECT_EQ(s.played[0].rootHz, 220.0);
+    EXPECT_EQ(s.played[0].quality, TriadQuality::major);
+    EXPECT_EQ(s.view.selection(), (KeySelection{3, false}));
+    ASSERT_EQ(selected.count(), 1);
+    EXPECT_EQ(s.metric(0), QStringLiteral("A"));
+    EXPECT_EQ(s.metric(1), QStringLiteral("3♯"));
+    EXPECT_EQ(s.metric(2), QStringLiteral("F♯m"));
+    EXPECT_EQ(s.view.details()->signatureNotes(), QStringLiteral("F♯  C♯  G♯"));
+    EXPECT_EQ(s.view.details()->relatedKey(1), QStringLiteral("E"));
+
+    s.played.clear();
+    QTest::mouseClick(s.view.details()->chordTile(4), Qt::LeftButton); // E
+    QTest::mouseClick(s.view.progressionPanel()->degreeButton(5), Qt::LeftButton); // F♯m
+    // Roots wrap into C3…B3: E3 = 440 × 2^(−17/12), F♯3 = 440 × 2^(−15/12).
+    ASSERT_EQ(s.played.size(), 2u);
+    EXPECT_NEAR(s.played[0].rootHz, 164.814, 1e-3);
+    EXPECT_EQ(s.played[0].quality, TriadQuality::major);
+    EXPECT_NEAR(s.played[1].rootHz, 184.997, 1e-3);
+    EXPECT_EQ(s.played[1].quality, TriadQuality::minor);
+    EXPECT_EQ(s.state.progression(), (Degrees{4, 5}));
+    EXPECT_EQ(s.chipNames(), (QStringList{QStringLiteral("E"), QStringLiteral("F♯m")}));
+    EXPECT_TRUE(s.view.progressionPanel()->emptyText().isEmpty());
+    EXPECT_TRUE(s.view.progressionPanel()->playButton()->isEnabled());
+
+    // The loop keeps degrees: a new key renames its chips.
+    s.clickSegment(0, true); // Am
+    EXPECT_EQ(s.view.selection(), (KeySelection{0, true}));
+    EXPECT_EQ(s.chipNames(), (QStringList{QStringLiteral("Em"), QStringLiteral("F")}));
+    // Clicking the selected segment again plays it but changes nothing;
+    // the margin between two segments is no click target.
+    s.played.clear();
+    s.clickSegment(0, true);
+    EXPECT_EQ(selected.count(), 2);
+    ASSERT_EQ(s.played.size(), 1u);
+    EXPECT_EQ(s.played[0].quality, TriadQuality::minor);
+    const QPointF c(s.view.wheel()->width() / 2.0, s.view.wheel()->height() / 2.0);
+    const QPointF between = (s.view.wheel()->segmentCentre(0, false) +
+                             s.view.wheel()->segmentCentre(1, false)) / 2 - c;
+    const QPointF onRing = c + between * (0.85 * s.view.wheel()->width() / 2 /
+                                          std::hypot(between.x(), between.y()));
+    QTest::mouseClick(s.view.wheel(), Qt::LeftButton, {}, onRing.toPoint());
+    EXPECT_EQ(s.view.selection(), (KeySelection{0, true}));
+    EXPECT_EQ(s.played.size(), 1u);
+}
+
+TEST(HarmonyView, WheelFillsFollowTheSelection) {
+    HarmonyScreen s;
+    const QColor accent(178, 34, 34);
+    FifthsWheel* wheel = s.view.wheel();
+    // C major: C opaque; G, F and Am at 22 %; the rest neutral.
+    EXPECT_EQ(wheel->fillColor(0, false, std::nullopt), accent);
+    for (const auto& [index, minor] : {std::pair{1, false}, {11, false}, {0, true}})
+        EXPECT_NEAR(wheel->fillColor(index, minor, std::nullopt).alphaF(), 0.22, 0.001) << index;
+    EXPECT_EQ(wheel->fillColor(2, false, std::nullopt), wheel->fillColor(5, true, std::nullopt));
+    EXPECT_NEAR(wheel->fillColor(2, false, wheel::SegmentID{wheel::Ring::major, 2}).alphaF(), 0.12,
+                0.001);
+
+    // Hover goes by the full sector; leaving clears it.
+    QTest::mouseMove(wheel, wheel->segmentCentre(9, true).toPoint());
+    EXPECT_EQ(wheel->hoveredSegment(), QStringLiteral("min-9"));
+    QTest::mouseMove(wheel, QPoint(wheel->width() / 2, wheel->height() / 2));
+    EXPECT_FALSE(wheel->hoveredSegment());
+}
+
+TEST(HarmonyView, ClipboardTextIsSpelledInAscii) {
+    HarmonyScreen s({6, true}); // D♯ minor
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    QTest::mouseClick(s.view.header()->tiles()[0], Qt::LeftButton);
+    EXPECT_EQ(clipboard->text(), QStringLiteral("D#m"));
+    QTest::mouseClick(s.view.details()->scaleChip(1), Qt::LeftButton);
+    EXPECT_EQ(clipboard->text(), QStringLiteral("E#"));
+    EXPECT_TRUE(s.view.details()->scaleChip(0)->isTonic());
+
+    s.clickSegment(6, false); // F♯ major: vii° is E♯°
+    std::unique_ptr<QMenu> menu(s.view.details()->chordTile(6)->createContextMenu(nullptr));
+    ASSERT_TRUE(menu);
+    ASSERT_EQ(menu->actions().size(), 1);
+    EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Copy E#°"));
+    s.played.clear();
+    menu->actions()[0]->trigger();
+    EXPECT_EQ(clipboard->text(), QStringLiteral("E#°"));
+    EXPECT_TRUE(s.played.empty()) << "copying sounds nothing";
+    EXPECT_TRUE(s.state.progression().empty()) << "copying adds nothing";
+    EXPECT_FALSE(s.view.progressionPanel()->chips().value(0));
+}
+
+TEST(HarmonyView, PlaybackLoopsAndFollowsEditsWhilePlaying) {
+    HarmonyScreen s;
+    ProgressionPanel* panel = s.view.progressionPanel();
+    s.view.startPlayback(); // empty: nothing happens
+    EXPECT_FALSE(s.state.progressionPlaying());
+    EXPECT_FALSE(panel->playButton()->isEnabled());
+
+    s.state.setBpm(90);
+    s.state.setProgression({0, 3, 4});
+    QTest::mouseClick(panel->playButton(), Qt::LeftButton);
+    EXPECT_TRUE(s.state.progressionPlaying());
+    EXPECT_EQ(s.state.playingStep(), 0);
+    EXPECT_EQ(s.view.timerIntervalMs(), 1333); // 120 / 90 s
+    EXPECT_EQ(panel->playButton()->text(), QStringLiteral("Stop"));
+    EXPECT_TRUE(panel->chips()[0]->isHighlighted());
+
+    s.view.advancePlayback();
+    s.view.advancePlayback();
+    EXPECT_EQ(s.state.playingStep(), 2);
+    EXPECT_TRUE(panel->chips()[2]->isHighlighted());
+    // Removing the sounding chip leaves the step; the next is (2 + 1) mod 2.
+    QTest::mouseClick(panel->chips()[2], Qt::LeftButton);
+    EXPECT_EQ(s.state.progression(), (Degrees{0, 3}));
+    EXPECT_EQ(s.state.playingStep(), 2);
+    s.view.advancePlayback();
+    EXPECT_EQ(s.state.playingStep(), 1);
+
+    // A preset replaces the loop without stopping it.
+    panel->presetsButton()->menu()->actions().at(2)->trigger(); // "ii–V–I"
+    EXPECT_EQ(s.state.progression(), (Degrees{1, 4, 0}));
+    EXPECT_TRUE(s.state.progressionPlaying());
+    s.view.advancePlayback();
+    EXPECT_EQ(s.state.playingStep(), 2);
+
+    s.view.hide(); // leaving the tool stops the player
+    EXPECT_FALSE(s.state.progressionPlaying());
+    EXPECT_FALSE(s.state.playingStep());
+    EXPECT_FALSE(s.view.isTimerRunning());
+    EXPECT_EQ(s.state.progression(), (Degrees{1, 4, 0})) << "the loop outlives the screen";
+}
+
+TEST(HarmonyView, EachStepSoundsInTheKeySelectedWhenItSounds) {
+    HarmonyScreen s;
+    s.clickSegment(0, false); // C: 440 × 2^(−21/12) = 130.81 Hz
+    ASSERT_EQ(s.played.size(), 1u);
+    EXPECT_NEAR(s.played[0].rootHz, 130.813, 1e-3);
+
+    s.state.setProgression({0, 6});
+    s.view.startPlayback();
+    s.view.advancePlayback(); // B°: B3 = 246.94 Hz
+    ASSERT_EQ(s.played.size(), 3u);
+    EXPECT_NEAR(s.played[1].rootHz, 130.813, 1e-3);
+    EXPECT_NEAR(s.played[2].rootHz, 246.942, 1e-3);
+    EXPECT_EQ(s.played[2].quality, TriadQuality::diminished);
+
+    s.clickSegment(0, true); // Am mid-loop: the tonic sounds, degree 0 is now Am
+    s.state.setA4(432);
+    s.view.advancePlayback();
+    ASSERT_EQ(s.played.size(), 5u);
+    EXPECT_EQ(s.played[3].rootHz, 220.0);
+    EXPECT_EQ(s.played[4].rootHz, 216.0); // A3 at A4 = 432
+    EXPECT_EQ(s.played[4].quality, TriadQuality::minor);
+    EXPECT_EQ(s.state.playingStep(), 0);
+}
+
+TEST(HarmonyView, StoppingRules) {
+    HarmonyScreen s({0, true});
+    ProgressionPanel* panel = s.view.progressionPanel();
+    const QStringList presetNames = [&] {
+        QStringList names;
+        for (const QAction* action : panel->presetsButton()->menu()->actions())
+            names << action->text();
+        return names;
+    }();
+    EXPECT_EQ(presetNames, (QStringList{QStringLiteral("i–VI–III–VII"), QStringLiteral("i–iv–v–i"),
+                                        QStringLiteral("i–VII–VI–v"), QStringLiteral("ii°–v–i")}));
+
+    // Removing the only step stops and clears the highlight.
+    s.view.tapDegree(0);
+    s.view.startPlayback();
+    s.view.advancePlayback(); // one chord re-strikes
+    EXPECT_EQ(s.state.playingStep(), 0);
+    s.view.removeStep(0);
+    EXPECT_FALSE(s.state.progressionPlaying());
+    EXPECT_FALSE(s.state.playingStep());
+    EXPECT_EQ(panel->emptyText(), QStringLiteral("Tap chords above to build a loop"));
+
+    // A firing that finds the loop emptied elsewhere stops too.
+    s.state.setProgression({2});
+    s.view.startPlayback();
+    s.state.setProgression({});
+    s.view.advancePlayback();
+    EXPECT_FALSE(s.state.progressionPlaying());
+
+    // Clear stops and empties; the tempo note truncates.
+    s.state.setProgression({1, 2});
+    s.view.startPlayback();
+    s.state.setBpm(97.8);
+    EXPECT_EQ(panel->tempoNote(), QStringLiteral("97 BPM · 2 beats/chord"));
+    QTest::mouseClick(panel->clearButton(), Qt::LeftButton);
+    EXPECT_TRUE(s.state.progression().empty());
+    EXPECT_FALSE(s.state.progressionPlaying());
+    EXPECT_FALSE(panel->clearButton()->isEnabled());
+    EXPECT_EQ(panel->playButton()->text(), QStringLiteral("Play"));
+}
+
+} // namespace
+} // namespace quorlen
