@@ -68,6 +68,15 @@ void TempoDetectModel::cancelRunning() {
     m_running.reset();
 }
 
+void TempoDetectModel::cancelAnalysis() {
+    if (!m_running)
+        return;
+    cancelRunning();
+    m_analysing = false;
+    m_status.reset();
+    emit changed();
+}
+
 void TempoDetectModel::chooseFile(QWidget* dialogParent) {
     auto* dialog = new QFileDialog(dialogParent, QStringLiteral("Choose an audio file"));
     dialog->setObjectName(QStringLiteral("audioFileDialog"));

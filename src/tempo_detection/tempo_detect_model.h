@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detection/tempo_detector.h"
+#include "tempo_detection/tempo_preview_player.h"
 
 #include <QObject>
 #include <QString>
@@ -14,7 +15,6 @@ class QWidget;
 
 namespace quorlen {
 
-class TempoPreviewPlayer;
 
 // One detection session behind the detection panel: the analysis of one
 // file at a time on a worker thread, the shown result with its halving and
@@ -70,6 +70,9 @@ public:
     void chooseFile(QWidget* dialogParent);
     // Cancels any running analysis and stops the preview, then analyses `path`.
     void analyse(const QString& path);
+    // Drops the running analysis, if any, without a word: it never
+    // publishes, and the model stops analysing.
+    void cancelAnalysis();
     // result.bpm × factor, when that stays within 20 ... 400 BPM.
     void rescale(double factor);
     // From `fromSeconds` when given and not negative, else from the start.
