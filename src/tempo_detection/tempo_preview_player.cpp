@@ -114,6 +114,9 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
 }
 
 void TempoPreviewPlayer::stopSmoothly(bool keepEngineRunning, std::function<void()> done) {
+    // From the request on, the fading playback's end is no news: it must not
+    // stop the playback that a start is about to begin.
+    m_onFinish = nullptr;
     if (done)
         m_afterStop.push_back(std::move(done));
     m_keepEngineRunning = keepEngineRunning;
