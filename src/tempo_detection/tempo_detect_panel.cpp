@@ -16,6 +16,7 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -26,6 +27,28 @@ namespace {
 QString qs(const std::string& text) { return QString::fromStdString(text); }
 
 const QString kEllipsis = QString(QChar(0x2026));
+
+// The large tempo figure is as wide as its digits, so the unit follows it
+// closely; "Copied" shrinks to that width rather than widening the figure.
+class TempoFigure final : public CopyableText {
+public:
+    using CopyableText::CopyableText;
+
+    QSize sizeHint() const override {
+        return {fontMetrics().horizontalAdvance(display()) + 4, fontMetrics().height() + 4};
+    }
+
+protected:
+    void paintLabel(QPainter& painter, bool copied) override {
+        if (!copied) {
+            CopyableText::paintLabel(painter, copied);
+            return;
+        }
+        painter.setFont(fittedFont(font(), QStringLiteral("Copied"), width() - 2, 0.3));
+        painter.setPen(QuorlenTheme::saffron());
+        painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Copied"));
+    }
+};
 
 } // namespace
 
@@ -53,7 +76,7 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
                                            SchemeLabel::Role::Secondary, m_results));
     auto* tempoRow = new QHBoxLayout;
     tempoRow->setSpacing(6);
-    m_tempo = new CopyableText(m_results);
+    m_tempo = new TempoFigure(m_results);
     m_tempo->setObjectName(QStringLiteral("detectedTempo"));
     m_tempo->setFont(uiFont(30, QFont::Bold));
     tempoRow->addWidget(m_tempo, 0, Qt::AlignBottom);
