@@ -4,7 +4,8 @@
 // serving its event loop meanwhile, and, when a sound server is reachable,
 // the delay from a click on Preview to the first sample of the file heard on
 // the server's sink, recorded from its monitor by parecord
-// (PULSE_SERVER and QUORLEN_MONITOR name them).
+// (PULSE_SERVER and QUORLEN_MONITOR name them), the same for a restart by a
+// click on the waveform, and the GUI thread's longest stall around Stop.
 // usage: quorlen-detect-probe AUDIO [RUNS]
 #include "app/content_view.h"
 #include "tempo_detection/drop_zone.h"
@@ -141,6 +142,8 @@ int main(int argc, char** argv) {
     };
     auto* previewButton = panel->findChild<KitButton*>(QStringLiteral("previewButton"));
     std::vector<double> previewToSound;
+    std::vector<double> restartToSound;
+    std::vector<double> stopStalls;
     for (int run = 0; run < runs; ++run) {
         // Silence first, so that what is heard next is this run's preview.
         QElapsedTimer quiet;
@@ -165,10 +168,43 @@ int main(int argc, char** argv) {
             return 1;
         }
         previewToSound.push_back(double(clock.nsecsElapsed()) / 1e6);
-        previewButton->click();
-        runUntil([&] { return !model.player().isPlaying(); });
+
+        // A click on the waveform while it plays: the old playback fades
+        // out, the sink falls silent for the pause and the start delay,
+        // then the new one is heard.
+        QElapsedTimer playing;
+        playing.start();
+        while (playing.elapsed() < 500) {
+            QApplication::processEvents();
+            recorder.waitForReadyRead(5);
+            recorder.readAllStandardOutput();
+        }
+        clock.restart();
+        model.startPreview(10.0);
+        qint64 silentSinceNs = -1;
+        bool restarted = false;
+        while (!restarted && clock.elapsed() < 5000) {
+            QApplication::processEvents();
+            recorder.waitForReadyRead(1);
+            const bool sound = heardSound();
+            if (!sound && silentSinceNs < 0)
+                silentSinceNs = clock.nsecsElapsed();
+            else if (sound && silentSinceNs >= 0 && clock.nsecsElapsed() - silentSinceNs > 50'000'000)
+                restarted = true;
+            else if (sound)
+                silentSinceNs = -1;
+        }
+        restartToSound.push_back(restarted ? double(clock.nsecsElapsed()) / 1e6 : -1);
+        // Stop: the fade, the pause, then the output pauses.
+        stopStalls.push_back(runUntil([&] {
+            if (model.playhead())
+                previewButton->click();
+            return !model.player().isPlaying();
+        }));
     }
     print("Preview to sound (ms)", previewToSound);
+    print("restart to sound (ms)", restartToSound);
+    print("longest GUI stall, Stop (ms)", stopStalls);
     recorder.kill();
     recorder.waitForFinished();
     return 0;
