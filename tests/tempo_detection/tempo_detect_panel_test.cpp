@@ -20,6 +20,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QMimeData>
+#include <QPointer>
 #include <QTest>
 #include <QUrl>
 
@@ -125,8 +126,8 @@ struct PanelRig {
         panel->resize(700, 400);
         panel->show();
     }
-    bool analyse() {
-        panel->analyse(QStringLiteral("/music/take.wav"));
+    bool analyse(const QString& path = QStringLiteral("/music/take.wav")) {
+        panel->analyse(path);
         return quorlen::testing::waitUntil([this] { return !panel->model().isAnalysing(); });
     }
     CalculatorState state;
@@ -212,6 +213,73 @@ TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
     EXPECT_TRUE(dialog->nameFilters().first().contains("*.wav"));
     dialog->reject();
     EXPECT_FALSE(rig.panel->model().isAnalysing());
+}
+
+TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
+    generated::TempDir dir;
+    const std::string path = dir.file("tone.wav").string();
+    const std::vector<float> tone = generated::sine(440, 2.0, 44100);
+    ASSERT_TRUE(generated::writeSound(path, tone, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    PanelRig rig([] { return analysisAt(120); });
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    auto* preview = child<KitButton>(rig.panel.get(), "previewButton");
+    EXPECT_EQ(preview->text(), "Preview");
+    EXPECT_FALSE(rig.panel->isTickerRunning());
+
+    QTest::mouseClick(preview, Qt::LeftButton);
+    EXPECT_EQ(preview->text(), "Stop");
+    EXPECT_EQ(preview->symbol(), "stop.fill");
+    EXPECT_TRUE(rig.panel->isTickerRunning());
+    EXPECT_EQ(TempoDetectPanel::kTickerMs, 33); // 30 updates a second
+
+    // A click on the waveform restarts from there: a quarter of 30 s.
+    auto* grid = child<WaveformGrid>(rig.panel.get(), "waveformGrid");
+    QTest::mouseClick(grid, Qt::LeftButton, {}, QPoint(grid->width() / 4, 10));
+    ASSERT_TRUE(rig.panel->model().playhead());
+    EXPECT_NEAR(*rig.panel->model().playhead(), 30.0 * (grid->width() / 4) / grid->width(), 1e-9);
+
+    QTest::mouseClick(preview, Qt::LeftButton);
+    EXPECT_EQ(preview->text(), "Preview");
+    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_FALSE(rig.panel->isTickerRunning());
+
+    // Leaving the screen stops a preview too.
+    QTest::mouseClick(preview, Qt::LeftButton);
+    rig.panel->leave();
+    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_FALSE(rig.panel->isTickerRunning());
+}
+
+TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
+    PanelRig rig([] { return analysisAt(120); });
+    auto* zone = child<DropZone>(rig.panel.get(), "dropZone");
+    QMimeData text;
+    text.setText(QStringLiteral("120 BPM"));
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(zone, &enter);
+    EXPECT_FALSE(enter.isAccepted());
+    EXPECT_FALSE(zone->isTargeted());
+    QDropEvent drop(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(zone, &drop);
+    EXPECT_FALSE(drop.isAccepted());
+    EXPECT_FALSE(rig.panel->model().isAnalysing());
+    EXPECT_EQ(zone->heading(), "Drop an audio file here");
+}
+
+TEST(TempoDetectPanel, LeavingTheToolDuringAnAnalysisDropsIt) {
+    generated::TempDir dir;
+    const QString path = QString::fromStdString(writeLoop(dir));
+    ContentView content{QStringLiteral("bpm")};
+    content.show();
+    auto* view = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(view, nullptr);
+    QPointer<TempoDetectPanel> panel = view->detectPanel();
+    ASSERT_TRUE(dropFile(child<DropZone>(panel, "dropZone"), path));
+    ASSERT_TRUE(panel->model().isAnalysing());
+    content.selectTool(CalculatorTool::rhythm);
+    EXPECT_FALSE(panel->model().isAnalysing()) << "cancelled as the screen left";
+    // The old screen goes with the next turn of the event loop.
+    EXPECT_TRUE(quorlen::testing::waitUntil([&] { return panel.isNull(); }));
 }
 
 } // namespace
