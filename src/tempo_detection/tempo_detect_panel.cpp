@@ -59,7 +59,6 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
       m_state(state), m_model(model ? std::move(model) : std::make_unique<TempoDetectModel>()) {
     setObjectName(QStringLiteral("tempoDetectPanel"));
     const QColor accent = QuorlenTheme::dusk();
-
     m_dropZone = new DropZone(accent, this);
     addContent(m_dropZone);
 
@@ -68,70 +67,13 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
     auto* column = new QVBoxLayout(m_results);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(10);
-
     auto* header = new QHBoxLayout;
-    auto* tempoColumn = new QVBoxLayout;
-    tempoColumn->setSpacing(0);
-    tempoColumn->addWidget(new SchemeLabel(QStringLiteral("Detected tempo"), uiFont(11),
-                                           SchemeLabel::Role::Secondary, m_results));
-    auto* tempoRow = new QHBoxLayout;
-    tempoRow->setSpacing(6);
-    m_tempo = new TempoFigure(m_results);
-    m_tempo->setObjectName(QStringLiteral("detectedTempo"));
-    m_tempo->setFont(uiFont(30, QFont::Bold));
-    tempoRow->addWidget(m_tempo, 0, Qt::AlignBottom);
-    // The unit sits on the figure's baseline: the figure's box ends its
-    // descent (and the 2 px padding of copyable text) below it.
-    auto* unit = new SchemeLabel(QStringLiteral("BPM"), uiFont(12, QFont::DemiBold),
-                                 SchemeLabel::Role::Secondary, m_results);
-    unit->setContentsMargins(0, 0, 0, m_tempo->fontMetrics().descent() + 2 -
-                                          unit->fontMetrics().descent());
-    unit->setFixedHeight(unit->sizeHint().height() + unit->contentsMargins().bottom());
-    unit->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    tempoRow->addWidget(unit, 0, Qt::AlignBottom);
-    tempoRow->addStretch();
-    tempoColumn->addLayout(tempoRow);
-    header->addLayout(tempoColumn, 1);
-
-    auto* confidenceColumn = new QVBoxLayout;
-    confidenceColumn->setSpacing(6);
-    auto* caption = new SchemeLabel(QStringLiteral("Confidence"), uiFont(11),
-                                    SchemeLabel::Role::Secondary, m_results);
-    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    confidenceColumn->addWidget(caption, 0, Qt::AlignRight);
-    m_confidenceBar = new ConfidenceBar(m_results);
-    m_confidenceBar->setObjectName(QStringLiteral("confidenceBar"));
-    confidenceColumn->addWidget(m_confidenceBar, 0, Qt::AlignRight);
-    m_confidence = new CopyableText(m_results);
-    m_confidence->setObjectName(QStringLiteral("confidenceLabel"));
-    m_confidence->setFont(uiFont(12, QFont::DemiBold));
-    m_confidence->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    confidenceColumn->addWidget(m_confidence, 0, Qt::AlignRight);
-    header->addLayout(confidenceColumn);
+    header->addLayout(makeTempoColumn(), 1);
+    header->addLayout(makeConfidenceColumn());
     column->addLayout(header);
-
     m_grid = new WaveformGrid(accent, m_results);
     column->addWidget(m_grid);
-
-    auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(8);
-    m_halve = new KitButton({}, {}, KitButton::Style::Bordered, accent, m_results);
-    m_halve->setObjectName(QStringLiteral("halveButton"));
-    m_double = new KitButton({}, {}, KitButton::Style::Bordered, accent, m_results);
-    m_double->setObjectName(QStringLiteral("doubleButton"));
-    m_preview = new KitButton(QStringLiteral("Preview"), QStringLiteral("play.fill"),
-                              KitButton::Style::Bordered, accent, m_results);
-    m_preview->setObjectName(QStringLiteral("previewButton"));
-    m_useBpm = new KitButton(QStringLiteral("Use this BPM"), QStringLiteral("checkmark.circle"),
-                             KitButton::Style::Prominent, accent, m_results);
-    m_useBpm->setObjectName(QStringLiteral("useBpmButton"));
-    buttons->addWidget(m_halve);
-    buttons->addWidget(m_double);
-    buttons->addWidget(m_preview);
-    buttons->addStretch();
-    buttons->addWidget(m_useBpm);
-    column->addLayout(buttons);
-
+    column->addLayout(makeButtonRow(accent));
     // The note can be longer than the panel is wide, so it wraps.
     m_note = new QLabel(m_results);
     m_note->setObjectName(QStringLiteral("detectionNote"));
@@ -144,8 +86,79 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
     addContent(m_results);
 
     m_ticker.setInterval(kTickerMs);
-    connect(&m_ticker, &QTimer::timeout, m_model.get(), &TempoDetectModel::tickPlayhead);
+    connectControls();
+    refresh();
+    refreshPlayhead();
+}
 
+QLayout* TempoDetectPanel::makeTempoColumn() {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(0);
+    column->addWidget(new SchemeLabel(QStringLiteral("Detected tempo"), uiFont(11),
+                                      SchemeLabel::Role::Secondary, m_results));
+    auto* row = new QHBoxLayout;
+    row->setSpacing(6);
+    m_tempo = new TempoFigure(m_results);
+    m_tempo->setObjectName(QStringLiteral("detectedTempo"));
+    m_tempo->setFont(uiFont(30, QFont::Bold));
+    row->addWidget(m_tempo, 0, Qt::AlignBottom);
+    // The unit sits on the figure's baseline: the figure's box ends its
+    // descent (and the 2 px padding of copyable text) below it.
+    auto* unit = new SchemeLabel(QStringLiteral("BPM"), uiFont(12, QFont::DemiBold),
+                                 SchemeLabel::Role::Secondary, m_results);
+    unit->setContentsMargins(0, 0, 0, m_tempo->fontMetrics().descent() + 2 -
+                                          unit->fontMetrics().descent());
+    unit->setFixedHeight(unit->sizeHint().height() + unit->contentsMargins().bottom());
+    unit->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    row->addWidget(unit, 0, Qt::AlignBottom);
+    row->addStretch();
+    column->addLayout(row);
+    return column;
+}
+
+QLayout* TempoDetectPanel::makeConfidenceColumn() {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(6);
+    auto* caption = new SchemeLabel(QStringLiteral("Confidence"), uiFont(11),
+                                    SchemeLabel::Role::Secondary, m_results);
+    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    column->addWidget(caption, 0, Qt::AlignRight);
+    m_confidenceBar = new ConfidenceBar(m_results);
+    m_confidenceBar->setObjectName(QStringLiteral("confidenceBar"));
+    column->addWidget(m_confidenceBar, 0, Qt::AlignRight);
+    m_confidence = new CopyableText(m_results);
+    m_confidence->setObjectName(QStringLiteral("confidenceLabel"));
+    m_confidence->setFont(uiFont(12, QFont::DemiBold));
+    m_confidence->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    column->addWidget(m_confidence, 0, Qt::AlignRight);
+    return column;
+}
+
+QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    auto button = [&](const char* name, const QString& label, const QString& symbol,
+                      KitButton::Style style) {
+        auto* created = new KitButton(label, symbol, style, accent, m_results);
+        created->setObjectName(QString::fromLatin1(name));
+        return created;
+    };
+    m_halve = button("halveButton", {}, {}, KitButton::Style::Bordered);
+    m_double = button("doubleButton", {}, {}, KitButton::Style::Bordered);
+    m_preview = button("previewButton", QStringLiteral("Preview"), QStringLiteral("play.fill"),
+                       KitButton::Style::Bordered);
+    m_useBpm = button("useBpmButton", QStringLiteral("Use this BPM"),
+                      QStringLiteral("checkmark.circle"), KitButton::Style::Prominent);
+    row->addWidget(m_halve);
+    row->addWidget(m_double);
+    row->addWidget(m_preview);
+    row->addStretch();
+    row->addWidget(m_useBpm);
+    return row;
+}
+
+void TempoDetectPanel::connectControls() {
+    connect(&m_ticker, &QTimer::timeout, m_model.get(), &TempoDetectModel::tickPlayhead);
     connect(m_dropZone, &DropZone::clicked, this, [this] { m_model->chooseFile(this); });
     connect(m_dropZone, &DropZone::fileDropped, this, &TempoDetectPanel::analyse);
     connect(m_grid, &WaveformGrid::previewRequested, this,
@@ -162,8 +175,6 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
     connect(m_model.get(), &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
     connect(m_model.get(), &TempoDetectModel::playheadChanged, this,
             &TempoDetectPanel::refreshPlayhead);
-    refresh();
-    refreshPlayhead();
 }
 
 // The model (and with it the preview and any analysis) goes before the

@@ -8,6 +8,7 @@
 #include <memory>
 
 class QLabel;
+class QLayout;
 
 namespace quorlen {
 
@@ -44,6 +45,10 @@ public:
     static QString heading(const TempoDetectModel& model);
 
 private:
+    QLayout* makeTempoColumn();
+    QLayout* makeConfidenceColumn();
+    QLayout* makeButtonRow(const QColor& accent);
+    void connectControls();
     void refresh();
     void refreshPlayhead();
     void useDetectedBpm();
