@@ -60,10 +60,12 @@ TempoPreviewPlayer::~TempoPreviewPlayer() {
 
 void TempoPreviewPlayer::start(const QString& path, double fromSeconds,
                                std::function<void()> onFinish, StartOutcome outcome) {
-    stopSmoothly(true, [this, path, fromSeconds, onFinish = std::move(onFinish),
-                        outcome = std::move(outcome)] {
+    // A newer start replaces one still waiting for the fade.
+    m_pendingStart = [this, path, fromSeconds, onFinish = std::move(onFinish),
+                      outcome = std::move(outcome)] {
         startNow(path, fromSeconds, onFinish, outcome);
-    });
+    };
+    fadeOut(true);
 }
 
 void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
@@ -114,11 +116,17 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
 }
 
 void TempoPreviewPlayer::stopSmoothly(bool keepEngineRunning, std::function<void()> done) {
+    // A stop asked for after a start that still waits for the fade wins.
+    m_pendingStart = nullptr;
+    if (done)
+        m_afterStop.push_back(std::move(done));
+    fadeOut(keepEngineRunning);
+}
+
+void TempoPreviewPlayer::fadeOut(bool keepEngineRunning) {
     // From the request on, the fading playback's end is no news: it must not
     // stop the playback that a start is about to begin.
     m_onFinish = nullptr;
-    if (done)
-        m_afterStop.push_back(std::move(done));
     m_keepEngineRunning = keepEngineRunning;
     if (m_fadeTimer.isActive())
         return;
@@ -132,11 +140,16 @@ void TempoPreviewPlayer::stopSmoothly(bool keepEngineRunning, std::function<void
 
 void TempoPreviewPlayer::finishStop() {
     stop(m_keepEngineRunning);
-    // A callback may start the next playback, which may ask for a stop again.
+    // A callback may ask for another stop; it then finds nothing playing.
     std::vector<std::function<void()>> callbacks;
     callbacks.swap(m_afterStop);
     for (const auto& callback : callbacks)
         callback();
+    if (m_pendingStart) {
+        const std::function<void()> startPending = std::move(m_pendingStart);
+        m_pendingStart = nullptr;
+        startPending();
+    }
 }
 
 void TempoPreviewPlayer::stop(bool keepEngineRunning) {

@@ -40,14 +40,15 @@ public:
     static std::unique_ptr<TempoPreviewPlayer> onSoundCard();
     ~TempoPreviewPlayer() override;
 
-    // Fades out what plays, then plays `path` from `fromSeconds`. A start at
-    // or beyond the end plays nothing. `onFinish` runs when the file has
+    // Fades out what plays, then plays `path` from `fromSeconds`, unless a
+    // stop or another start is asked for before the fade ends. A start at or
+    // beyond the end plays nothing. `onFinish` runs when the file has
     // played to its end, unless a stop or another start came first;
     // `outcome` runs once the start has happened or failed.
     void start(const QString& path, double fromSeconds, std::function<void()> onFinish,
                StartOutcome outcome);
-    // Fades out and stops; `done` runs after the stop. Overlapping requests
-    // share one fade.
+    // Fades out and stops, dropping a start that waits for the fade; `done`
+    // runs after the stop. Overlapping requests share one fade.
     void stopSmoothly(bool keepEngineRunning, std::function<void()> done = {});
     // Stops at once, dropping everything scheduled.
     void stop(bool keepEngineRunning);
@@ -67,6 +68,7 @@ signals:
 private:
     void startNow(const QString& path, double fromSeconds, std::function<void()> onFinish,
                   const StartOutcome& outcome);
+    void fadeOut(bool keepEngineRunning);
     void finishStop();
     void onReaderFinished(uint64_t generation);
     void checkOutput();
@@ -85,6 +87,7 @@ private:
     QTimer m_fadeTimer; // 35 ms of fade steps, then the 120 ms pause
     bool m_keepEngineRunning = false;
     std::vector<std::function<void()>> m_afterStop;
+    std::function<void()> m_pendingStart;
     QTimer m_outputWatch;
 };
 

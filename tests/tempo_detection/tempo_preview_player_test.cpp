@@ -187,6 +187,21 @@ TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
     EXPECT_TRUE(waitUntil([&] { return !rig.model->playhead(); }));
 }
 
+TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
+    generated::TempDir dir;
+    Rig rig;
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2)));
+    rig.model->startPreview();
+    ASSERT_TRUE(rig.player().isPlaying());
+    rig.model->startPreview(1.5); // a click on the waveform: the old one fades
+    rig.model->stopPreview();     // then Stop, before the fade is over
+    ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying() && rig.backend->pauses > 0; }, 1000));
+    QTest::qWait(200); // past the fade and pause: the waiting start must not come
+    EXPECT_FALSE(rig.player().isPlaying());
+    EXPECT_FALSE(rig.model->playhead());
+    EXPECT_FALSE(rig.backend->isRunning());
+}
+
 TEST(TempoPreviewPlayer, OutputFailuresAreThePreviewsFailure) {
     generated::TempDir dir;
     const std::string path = writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2);
