@@ -9,12 +9,13 @@ namespace quorlen {
 QString launchUsage() {
     return QStringLiteral(
         "usage: quorlen-calculator [--screenshot FILE.png [--tool ID] [--scheme light|dark]\n"
-        "                          [--size WxH]]\n"
+        "                          [--size WxH] [--detect AUDIO]]\n"
         "  --screenshot FILE.png  render the window offscreen to FILE.png and exit\n"
         "  --tool ID              bpm, rhythm, space, frequency, temperament, overtones,\n"
         "                         harmony (default: the stored selection)\n"
         "  --scheme light|dark    colour scheme of the screenshot (default: as the app)\n"
-        "  --size WxH             window size (default 960x720, at least 900x680)\n");
+        "  --size WxH             window size (default 960x720, at least 900x680)\n"
+        "  --detect AUDIO         analyse AUDIO in the tempo tool before rendering\n");
 }
 
 std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& arguments) {
@@ -53,13 +54,24 @@ std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& a
             if (!match.hasMatch())
                 return LaunchError{QStringLiteral("--size needs WIDTHxHEIGHT, such as 960x720")};
             options.size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
+        } else if (argument == QLatin1String("--detect")) {
+            options.detectPath = value();
+            if (!options.detectPath || options.detectPath->isEmpty())
+                return LaunchError{QStringLiteral("--detect needs an audio file")};
         } else {
             return LaunchError{QStringLiteral("unknown option '%1'").arg(argument)};
         }
     }
-    const bool screenshotOnly = options.tool || options.scheme || options.size;
+    const bool screenshotOnly = options.tool || options.scheme || options.size || options.detectPath;
     if (screenshotOnly && !options.screenshotPath)
-        return LaunchError{QStringLiteral("--tool, --scheme and --size go with --screenshot")};
+        return LaunchError{
+            QStringLiteral("--tool, --scheme, --size and --detect go with --screenshot")};
+    if (options.detectPath) {
+        // The detection panel lives in the tempo tool.
+        if (options.tool && *options.tool != QLatin1String("bpm"))
+            return LaunchError{QStringLiteral("--detect goes with --tool bpm")};
+        options.tool = QStringLiteral("bpm");
+    }
     return options;
 }
 

@@ -18,6 +18,9 @@ struct LaunchOptions {
     std::optional<QString> tool;         // --tool ID
     std::optional<ColorScheme> scheme;   // --scheme light|dark
     std::optional<QSize> size;           // --size WxH
+    // --detect AUDIO: the tempo tool analyses AUDIO and the screenshot
+    // waits for the outcome, success or failure.
+    std::optional<QString> detectPath;
     // --startup-probe: print the time to the first frame and the idle RSS.
     bool startupProbe = false;
     bool help = false;

@@ -4,9 +4,12 @@
 #include "app/main_window.h"
 #include "app/startup_probe.h"
 #include "quorlen/version.h"
+#include "tempo_detection/tempo_detect_panel.h"
+#include "tools/tempo/tempo_view.h"
 #include "ui/fonts.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QIcon>
 #include <QImage>
 #include <QLoggingCategory>
@@ -25,6 +28,19 @@ int saveScreenshot(MainWindow& window, const LaunchOptions& options) {
         window.content()->selectTool(*toolFromRawValue(*options.tool));
     window.show();
     QApplication::processEvents();
+    if (options.detectPath) {
+        auto* tempo = qobject_cast<TempoView*>(window.content()->toolView());
+        if (!tempo)
+            return 1;
+        tempo->analyse(*options.detectPath);
+        TempoDetectModel& model = tempo->detectPanel()->model();
+        // Even a long file is analysed in seconds; the deadline only guards
+        // against waiting forever.
+        QDeadlineTimer deadline(std::chrono::minutes(5));
+        while (model.isAnalysing() && !deadline.hasExpired())
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        QApplication::processEvents();
+    }
     const QImage image = window.grab().toImage();
     if (!image.save(*options.screenshotPath, "PNG")) {
         std::fprintf(stderr, "quorlen-calculator: cannot write %s\n",

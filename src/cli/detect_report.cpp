@@ -12,13 +12,6 @@ namespace {
 
 const std::string kSeparator = " · ";
 
-std::string alternativesText(const std::vector<double>& alternatives) {
-    std::string list;
-    for (const double bpm : alternatives)
-        list += (list.empty() ? "" : ", ") + text::compact(bpm);
-    return "also plausible: " + list + " BPM";
-}
-
 std::string jsonNumber(double value) {
     if (!std::isfinite(value))
         return "null";
@@ -37,7 +30,7 @@ std::string textLine(const std::string& file, const detection::Estimate& e) {
     if (e.snappedBars)
         line += kSeparator + std::to_string(*e.snappedBars) + (*e.snappedBars == 1 ? " bar" : " bars");
     if (!e.alternatives.empty())
-        line += kSeparator + alternativesText(e.alternatives);
+        line += kSeparator + detection::alternativesText(e.alternatives);
     line += kSeparator + text::format("%.1f s", e.durationSeconds);
     return line + '\n';
 }

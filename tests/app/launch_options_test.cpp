@@ -25,6 +25,18 @@ TEST(LaunchOptions, ScreenshotTakesToolSchemeAndSize) {
     EXPECT_TRUE(std::holds_alternative<LaunchOptions>(parse({})));
 }
 
+TEST(LaunchOptions, DetectShowsTheTempoTool) {
+    const auto parsed = parse({"--screenshot", "out.png", "--detect", "loop.wav"});
+    const auto* options = std::get_if<LaunchOptions>(&parsed);
+    ASSERT_NE(options, nullptr);
+    EXPECT_EQ(options->detectPath, QStringLiteral("loop.wav"));
+    EXPECT_EQ(options->tool, QStringLiteral("bpm"));
+
+    const auto explicitTool =
+        parse({"--screenshot", "out.png", "--tool", "bpm", "--detect", "loop.wav"});
+    ASSERT_TRUE(std::holds_alternative<LaunchOptions>(explicitTool));
+}
+
 TEST(LaunchOptions, RefusesWhatItCannotDo) {
     const std::initializer_list<const char*> refused[] = {
         {"--screenshot"},
@@ -33,6 +45,9 @@ TEST(LaunchOptions, RefusesWhatItCannotDo) {
         {"--screenshot", "a.png", "--size", "big"},
         {"--screenshot", "a.png", "--size", "960x"},
         {"--tool", "bpm"}, // only with --screenshot
+        {"--detect", "a.wav"},
+        {"--screenshot", "a.png", "--detect"},
+        {"--screenshot", "a.png", "--tool", "harmony", "--detect", "a.wav"},
         {"--frobnicate"},
     };
     for (const auto& words : refused) {

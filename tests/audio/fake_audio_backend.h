@@ -2,6 +2,7 @@
 
 #include "audio/audio_backend.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace quorlen::testing {

@@ -5,9 +5,16 @@
 #include <cmath>
 
 namespace quorlen::detection {
+namespace {
+
+const std::string kSeparator = " · ";
+
+double roundedToCents(double value) { return text::roundHalfAway(value * 100.0) / 100.0; }
+
+} // namespace
 
 std::string tempoText(double bpm, bool shortForm) {
-    const double rounded = text::roundHalfAway(bpm * 100.0) / 100.0;
+    const double rounded = roundedToCents(bpm);
     if (rounded == std::trunc(rounded))
         return text::format("%.0f", rounded);
     return text::format(shortForm ? "%.1f" : "%.2f", rounded);
@@ -15,8 +22,30 @@ std::string tempoText(double bpm, bool shortForm) {
 
 std::string confidenceLabel(double confidence) {
     const char* level = confidence >= 0.7 ? "High" : confidence >= 0.45 ? "Medium" : "Low";
-    return std::string(level) + " · " + text::format("%.0f", text::roundHalfAway(confidence * 100.0)) +
-           "%";
+    return std::string(level) + kSeparator +
+           text::format("%.0f", text::roundHalfAway(confidence * 100.0)) + "%";
+}
+
+std::string alternativesText(const std::vector<double>& alternativesBpm) {
+    std::string list;
+    for (const double bpm : alternativesBpm) {
+        const double rounded = roundedToCents(bpm);
+        list += (list.empty() ? "" : ", ") +
+                text::format(rounded == std::trunc(rounded) ? "%.0f" : "%.1f", rounded);
+    }
+    return "also plausible: " + list + " BPM";
+}
+
+std::string detectionNote(const NoteInput& input) {
+    std::string note = input.name + kSeparator + text::format("%.1f s", input.durationSeconds);
+    if (input.snappedBars)
+        note += kSeparator + "file length fits exactly " + std::to_string(*input.snappedBars) +
+                " bars — tempo snapped to the loop";
+    if (input.confidence < 0.7)
+        note += kSeparator + "check the grid against the waveform; ÷2 and ×2 fix octave mistakes";
+    if (!input.alternativesBpm.empty())
+        note += kSeparator + alternativesText(input.alternativesBpm);
+    return note;
 }
 
 } // namespace quorlen::detection

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "detection/tempo_detector.h"
+
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace quorlen::detection {
 
@@ -12,5 +16,26 @@ std::string tempoText(double bpm, bool shortForm);
 // "High" from 0.7, "Medium" from 0.45, else "Low", then " · " and the
 // percentage rounded half away from zero: 0.82 -> "High · 82%".
 std::string confidenceLabel(double confidence);
+
+// "also plausible: 60, 127.5 BPM": each tempo rounded to two decimals, then
+// whole numbers without decimals and the rest with "%.1f".
+std::string alternativesText(const std::vector<double>& alternativesBpm);
+
+// What the line under a detection needs. `snappedBars` is the shown
+// detection's, which halving or doubling clears; the estimate's own stays.
+struct NoteInput {
+    std::string name;
+    double durationSeconds = 0.0;
+    std::optional<int> snappedBars;
+    double confidence = 0.0;
+    std::vector<double> alternativesBpm;
+};
+
+// The line under a detection, parts joined with " · ":
+//   loop.wav · 8.0 s · file length fits exactly 4 bars — tempo snapped to
+//   the loop · also plausible: 60, 240 BPM
+// with the advice to check the grid added before the alternatives when the
+// confidence is under 0.7.
+std::string detectionNote(const NoteInput& input);
 
 } // namespace quorlen::detection

@@ -3,6 +3,7 @@
 #include "app/calculator_state.h"
 #include "tempo/note_division.h"
 #include "tempo/tempo_field.h"
+#include "tempo_detection/tempo_detect_panel.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_controls.h"
 #include "ui/formula_strip.h"
@@ -18,8 +19,10 @@ TempoView::TempoView(CalculatorState& state, const QColor& accent, QWidget* pare
     setObjectName(QStringLiteral("tempoView"));
     m_controls = new TempoControls(state, accent, this);
     addSection(m_controls);
-    // The tempo-detection panel belongs between the controls and the table;
-    // it arrives with tempo detection.
+    m_detectPanel = new TempoDetectPanel(state, nullptr, this);
+    addSection(m_detectPanel);
+    // Leaving the tool stops the preview and drops an unfinished analysis.
+    connect(this, &ToolScreen::disappearing, m_detectPanel, &TempoDetectPanel::leave);
 
     auto* matrixPanel = new PremiumPanel(QStringLiteral("Subdivision Matrix"),
                                          QStringLiteral("tablecells"), accent, this);
@@ -35,6 +38,8 @@ TempoView::TempoView(CalculatorState& state, const QColor& accent, QWidget* pare
     connect(&state, &CalculatorState::bpmChanged, this, &TempoView::refreshMetrics);
     refreshMetrics();
 }
+
+void TempoView::analyse(const QString& path) { m_detectPanel->analyse(path); }
 
 void TempoView::refreshMetrics() {
     const tempo::TempoMetrics metrics = tempo::tempoMetrics(m_state.bpm());

@@ -7,9 +7,10 @@ namespace quorlen {
 class CalculatorState;
 class SubdivisionMatrix;
 class TempoControls;
+class TempoDetectPanel;
 
-// The tempo tool: header figures, the tempo controls, then the table of
-// note lengths from 32 bars to 1/128 and the formula. Everything follows
+// The tempo tool: header figures, the tempo controls, tempo detection from
+// an audio file, then the table of note lengths from 32 bars to 1/128 and the formula. Everything follows
 // the shared `bpm`, whoever writes it.
 class TempoView : public ToolScreen {
     Q_OBJECT
@@ -18,12 +19,16 @@ public:
 
     TempoControls* controls() const { return m_controls; }
     SubdivisionMatrix* matrix() const { return m_matrix; }
+    TempoDetectPanel* detectPanel() const { return m_detectPanel; }
+    // Analyses an audio file as if it had been dropped on the panel.
+    void analyse(const QString& path);
 
 private:
     void refreshMetrics();
 
     CalculatorState& m_state;
     TempoControls* m_controls;
+    TempoDetectPanel* m_detectPanel;
     SubdivisionMatrix* m_matrix;
 };
 

@@ -35,5 +35,32 @@ TEST(DisplayText, ConfidenceLabelThresholds) {
         EXPECT_EQ(confidenceLabel(c.confidence), c.label) << c.confidence;
 }
 
+TEST(DisplayText, AlternativesRoundToCentsBeforeChoosingTheForm) {
+    // 119.996 rounds to 120.00, which is whole; 127.54 is not and reads "%.1f".
+    EXPECT_EQ(alternativesText({60, 240}), "also plausible: 60, 240 BPM");
+    EXPECT_EQ(alternativesText({119.996, 127.54, 63.96}), "also plausible: 120, 127.5, 64.0 BPM");
+}
+
+TEST(DisplayText, NoteJoinsItsPartsInOrder) {
+    struct Case {
+        NoteInput input;
+        std::string note;
+    };
+    const char* advice = "check the grid against the waveform; ÷2 and ×2 fix octave mistakes";
+    const std::vector<Case> cases = {
+        // The worked example: a snapped, confident 8-second loop.
+        {{"loop.wav", 8.0, 4, 0.82, {60, 240}},
+         "loop.wav · 8.0 s · file length fits exactly 4 bars — tempo snapped to the loop · "
+         "also plausible: 60, 240 BPM"},
+        // Nothing to add: name and duration ("%.1f" of 183.46 s).
+        {{"song.flac", 183.46, std::nullopt, 0.9, {}}, "song.flac · 183.5 s"},
+        // Under 0.7 the advice comes before the alternatives.
+        {{"a.wav", 30.0, std::nullopt, 0.699, {87.5}},
+         std::string("a.wav · 30.0 s · ") + advice + " · also plausible: 87.5 BPM"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(detectionNote(c.input), c.note);
+}
+
 } // namespace
 } // namespace quorlen::detection

@@ -1,0 +1,218 @@
+#include "tempo_detection/tempo_detect_model.h"
+
+#include "tempo_detection/analysis_pool.h"
+#include "tempo_detection/tempo_preview_player.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QPointer>
+#include <QThread>
+#include <QThreadPool>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+namespace quorlen {
+
+// What a worker shares with the model. The model withdraws as receiver
+// under the mutex, and the worker posts only under it, so a posted outcome
+// always has a living receiver at the moment it is posted (Qt drops posted
+// calls of a receiver destroyed later).
+struct TempoDetectModel::Job {
+    std::atomic<bool> cancelled{false};
+    std::mutex mutex;
+    TempoDetectModel* receiver = nullptr;
+    QString path;
+};
+
+struct TempoDetectModel::Outcome {
+    std::optional<detection::Analysis> analysis;
+    QString error;
+    bool cancelled = false;
+};
+
+namespace {
+
+detection::Analysis analyseWithEngine(const std::string& path,
+                                      const detection::CancelCheck& isCancelled) {
+    // One core stays free for the window, so it keeps drawing while a long
+    // file is analysed.
+    detection::AnalysisOptions options;
+    options.threads = std::max(1, QThread::idealThreadCount() - 1);
+    return detection::analyzeFile(path, isCancelled, options);
+}
+
+} // namespace
+
+TempoDetectModel::TempoDetectModel(std::unique_ptr<TempoPreviewPlayer> player, Analyser analyser,
+                                   QObject* parent)
+    : QObject(parent), m_player(player ? std::move(player) : TempoPreviewPlayer::onSoundCard()),
+      m_analyser(analyser ? std::move(analyser) : Analyser(&analyseWithEngine)) {
+    connect(m_player.get(), &TempoPreviewPlayer::outputLost, this,
+            &TempoDetectModel::failPreview);
+}
+
+TempoDetectModel::~TempoDetectModel() {
+    cancelRunning();
+    ++m_previewRequest;
+    m_player->stop(false);
+}
+
+void TempoDetectModel::cancelRunning() {
+    if (!m_running)
+        return;
+    std::lock_guard lock(m_running->mutex);
+    m_running->cancelled = true;
+    m_running->receiver = nullptr;
+    m_running.reset();
+}
+
+void TempoDetectModel::cancelAnalysis() {
+    if (!m_running)
+        return;
+    cancelRunning();
+    m_analysing = false;
+    m_status.reset();
+    emit changed();
+}
+
+void TempoDetectModel::chooseFile(QWidget* dialogParent) {
+    auto* dialog = new QFileDialog(dialogParent, QStringLiteral("Choose an audio file"));
+    dialog->setObjectName(QStringLiteral("audioFileDialog"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Analyse"));
+    dialog->setMimeTypeFilters({QStringLiteral("audio/x-wav"), QStringLiteral("audio/x-aiff"),
+                                QStringLiteral("audio/mpeg"), QStringLiteral("audio/x-caf"),
+                                QStringLiteral("audio/flac"), QStringLiteral("audio/ogg")});
+    // One filter for every audio file first, so none is hidden by default.
+    QStringList filters = dialog->nameFilters();
+    filters.prepend(QStringLiteral("Audio files (*.wav *.wave *.aif *.aiff *.aifc *.mp3 *.caf "
+                                   "*.flac *.ogg *.oga)"));
+    dialog->setNameFilters(filters);
+    QPointer<TempoDetectModel> self(this);
+    connect(dialog, &QFileDialog::fileSelected, this, [self](const QString& path) {
+        if (self)
+            self->analyse(path);
+    });
+    dialog->open();
+}
+
+void TempoDetectModel::analyse(const QString& path) {
+    cancelRunning();
+    stopPreview();
+    m_analysing = true;
+    m_failed = false;
+    m_status = QStringLiteral("Analysing ") + QFileInfo(path).fileName() + QChar(0x2026);
+    emit changed();
+
+    auto job = std::make_shared<Job>();
+    job->receiver = this;
+    job->path = path;
+    m_running = job;
+    analysisPool().start([job, analyser = m_analyser] {
+        Outcome outcome;
+        try {
+            outcome.analysis = analyser(job->path.toStdString(), [&job] { return job->cancelled.load(); });
+        } catch (const detection::Failure& failure) {
+            outcome.cancelled = failure.kind() == detection::FailureKind::cancelled;
+            outcome.error = QString::fromStdString(failure.what());
+        } catch (const std::exception& error) {
+            outcome.error = QString::fromStdString(error.what());
+        }
+        std::lock_guard lock(job->mutex);
+        if (job->cancelled || !job->receiver)
+            return;
+        TempoDetectModel* receiver = job->receiver;
+        QMetaObject::invokeMethod(
+            receiver, [receiver, job, outcome = std::move(outcome)] { receiver->apply(job, outcome); },
+            Qt::QueuedConnection);
+    });
+}
+
+void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& outcome) {
+    // A job replaced after it posted is as cancelled as one that never did.
+    if (job != m_running)
+        return;
+    m_running.reset();
+    m_analysing = false;
+    if (outcome.analysis) {
+        const detection::Analysis& analysis = *outcome.analysis;
+        m_result = Detection{QFileInfo(job->path).fileName(),
+                             analysis.estimate,
+                             analysis.waveform,
+                             job->path,
+                             analysis.estimate.bpm,
+                             analysis.estimate.beatOffsetSeconds,
+                             analysis.estimate.snappedBars};
+        m_status.reset();
+        m_failed = false;
+    } else if (!outcome.cancelled) {
+        m_status = outcome.error;
+        m_failed = true;
+    }
+    emit changed();
+}
+
+void TempoDetectModel::rescale(double factor) {
+    if (!m_result)
+        return;
+    const double bpm = factor * m_result->bpm;
+    if (!(bpm >= kMinimumBpm && bpm <= kMaximumBpm))
+        return;
+    stopPreview();
+    m_result->bpm = bpm;
+    m_result->snappedBars.reset();
+    emit changed();
+}
+
+void TempoDetectModel::startPreview(std::optional<double> fromSeconds) {
+    if (!m_result)
+        return;
+    const double offset = fromSeconds && *fromSeconds >= 0 ? *fromSeconds : 0.0;
+    setPlayhead(offset);
+    const uint64_t request = ++m_previewRequest;
+    QPointer<TempoDetectModel> self(this);
+    auto onFinish = [self] {
+        if (self)
+            self->stopPreview();
+    };
+    m_player->start(m_result->path, offset, onFinish,
+                    [self, request](std::optional<QString> error) {
+                        if (!self || request != self->m_previewRequest || !error)
+                            return;
+                        self->failPreview(*error);
+                    });
+}
+
+void TempoDetectModel::stopPreview() {
+    ++m_previewRequest;
+    setPlayhead(std::nullopt);
+    m_player->stopSmoothly(false);
+}
+
+void TempoDetectModel::failPreview(const QString& message) {
+    m_status = message;
+    m_failed = true;
+    emit changed();
+    setPlayhead(std::nullopt);
+}
+
+void TempoDetectModel::tickPlayhead() {
+    const std::optional<double> started = m_player->started();
+    if (!m_playhead || !started || !m_result)
+        return;
+    setPlayhead(std::min(m_result->estimate.durationSeconds,
+                         m_player->now() - *started + m_player->startOffset()));
+}
+
+void TempoDetectModel::setPlayhead(std::optional<double> seconds) {
+    if (seconds == m_playhead)
+        return;
+    m_playhead = seconds;
+    emit playheadChanged();
+}
+
+} // namespace quorlen

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "detection/tempo_detector.h"
+#include "tempo_detection/tempo_preview_player.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class QWidget;
+
+namespace quorlen {
+
+
+// One detection session behind the detection panel: the analysis of one
+// file at a time on a worker thread, the shown result with its halving and
+// doubling, and the preview with its playhead. It never writes the
+// calculator state; applying a tempo is the panel's job.
+//
+// Main thread only. Contract of the signals: `changed` follows any change
+// of result, isAnalysing, status or failed, after all of them hold their
+// new values (an analysis outcome arrives as one change); `playheadChanged`
+// follows a change of the playhead alone.
+class TempoDetectModel : public QObject {
+    Q_OBJECT
+public:
+    struct Detection {
+        QString name;                // the file's name, without folders
+        detection::Estimate estimate; // as analysed, never changed
+        std::vector<float> waveform;  // 1600 peak columns, 0 ... 1
+        QString path;                 // the analysed file, for the preview
+        double bpm = 0;               // shown; halving and doubling change it
+        double beatOffsetSeconds = 0;
+        std::optional<int> snappedBars; // cleared by halving and doubling
+    };
+
+    // Runs on a worker thread: decodes and analyses the file, polling the
+    // callback. Tests pass their own.
+    using Analyser = std::function<detection::Analysis(const std::string& path,
+                                                       const detection::CancelCheck& isCancelled)>;
+
+    static constexpr double kMinimumBpm = 20;
+    static constexpr double kMaximumBpm = 400;
+
+    // Without a player, the preview plays on the sound card; without an
+    // analyser, files are analysed with the detection engine.
+    explicit TempoDetectModel(std::unique_ptr<TempoPreviewPlayer> player = nullptr,
+                              Analyser analyser = nullptr, QObject* parent = nullptr);
+    // Cancels a running analysis (it ends without publishing) and stops the
+    // preview at once.
+    ~TempoDetectModel() override;
+
+    const std::optional<Detection>& result() const { return m_result; }
+    bool isAnalysing() const { return m_analysing; }
+    // "Analysing NAME…" while analysing; the failure's sentence after a
+    // failure; absent after a success.
+    const std::optional<QString>& status() const { return m_status; }
+    bool failed() const { return m_failed; }
+    // Preview position in seconds from the start of the file; absent when
+    // no preview plays.
+    std::optional<double> playhead() const { return m_playhead; }
+    TempoPreviewPlayer& player() { return *m_player; }
+
+    // Opens a file chooser for audio files whose confirm button reads
+    // "Analyse"; a chosen file is analysed.
+    void chooseFile(QWidget* dialogParent);
+    // Cancels any running analysis and stops the preview, then analyses `path`.
+    void analyse(const QString& path);
+    // Drops the running analysis, if any, without a word: it never
+    // publishes, and the model stops analysing.
+    void cancelAnalysis();
+    // result.bpm × factor, when that stays within 20 ... 400 BPM.
+    void rescale(double factor);
+    // From `fromSeconds` when given and not negative, else from the start.
+    void startPreview(std::optional<double> fromSeconds = std::nullopt);
+    void stopPreview();
+    // Moves the playhead to where the preview is now, never past the end.
+    void tickPlayhead();
+
+signals:
+    void changed();
+    void playheadChanged();
+
+private:
+    struct Job;
+    struct Outcome;
+
+    void apply(const std::shared_ptr<Job>& job, const Outcome& outcome);
+    void cancelRunning();
+    void setPlayhead(std::optional<double> seconds);
+    void failPreview(const QString& message);
+
+    std::optional<Detection> m_result;
+    bool m_analysing = false;
+    std::optional<QString> m_status;
+    bool m_failed = false;
+    std::optional<double> m_playhead;
+    std::unique_ptr<TempoPreviewPlayer> m_player;
+    Analyser m_analyser;
+    std::shared_ptr<Job> m_running;
+    // Identifies the latest preview request; outcomes of older ones are dropped.
+    uint64_t m_previewRequest = 0;
+};
+
+} // namespace quorlen

@@ -1,0 +1,259 @@
+#include "tempo_detection/tempo_detect_panel.h"
+
+#include "app/calculator_state.h"
+#include "detection/display_text.h"
+#include "tempo_detection/confidence_bar.h"
+#include "tempo_detection/drop_zone.h"
+#include "tempo_detection/tempo_detect_model.h"
+#include "tempo_detection/waveform_grid.h"
+#include "text/number_format.h"
+#include "ui/color_scheme.h"
+#include "ui/copyable_value.h"
+#include "ui/fonts.h"
+#include "ui/kit_button.h"
+#include "ui/scheme_label.h"
+#include "ui/theme.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace quorlen {
+namespace {
+
+QString qs(const std::string& text) { return QString::fromStdString(text); }
+
+const QString kEllipsis = QString(QChar(0x2026));
+
+// The large tempo figure is as wide as its digits, so the unit follows it
+// closely; "Copied" shrinks to that width rather than widening the figure.
+class TempoFigure final : public CopyableText {
+public:
+    using CopyableText::CopyableText;
+
+    QSize sizeHint() const override {
+        return {fontMetrics().horizontalAdvance(display()) + 4, fontMetrics().height() + 4};
+    }
+
+protected:
+    void paintLabel(QPainter& painter, bool copied) override {
+        if (!copied) {
+            CopyableText::paintLabel(painter, copied);
+            return;
+        }
+        painter.setFont(fittedFont(font(), QStringLiteral("Copied"), width() - 2, 0.3));
+        painter.setPen(QuorlenTheme::saffron());
+        painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Copied"));
+    }
+};
+
+} // namespace
+
+TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<TempoDetectModel> model,
+                                   QWidget* parent)
+    : PremiumPanel(QStringLiteral("Detect BPM from Audio"), QStringLiteral("waveform"),
+                   QuorlenTheme::dusk(), parent),
+      m_state(state), m_model(model ? std::move(model) : std::make_unique<TempoDetectModel>()) {
+    setObjectName(QStringLiteral("tempoDetectPanel"));
+    const QColor accent = QuorlenTheme::dusk();
+    m_dropZone = new DropZone(accent, this);
+    addContent(m_dropZone);
+
+    m_results = new QWidget(this);
+    m_results->setObjectName(QStringLiteral("detectionResults"));
+    auto* column = new QVBoxLayout(m_results);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(10);
+    auto* header = new QHBoxLayout;
+    header->addLayout(makeTempoColumn(), 1);
+    header->addLayout(makeConfidenceColumn());
+    column->addLayout(header);
+    m_grid = new WaveformGrid(accent, m_results);
+    column->addWidget(m_grid);
+    column->addLayout(makeButtonRow(accent));
+    // The note can be longer than the panel is wide, so it wraps.
+    m_note = new QLabel(m_results);
+    m_note->setObjectName(QStringLiteral("detectionNote"));
+    m_note->setFont(uiFont(11));
+    m_note->setWordWrap(true);
+    column->addWidget(m_note);
+    colourNote();
+    connect(&ColorSchemeHub::instance(), &ColorSchemeHub::schemeChanged, this,
+            &TempoDetectPanel::colourNote);
+    addContent(m_results);
+
+    m_ticker.setInterval(kTickerMs);
+    connectControls();
+    refresh();
+    refreshPlayhead();
+}
+
+QLayout* TempoDetectPanel::makeTempoColumn() {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(0);
+    column->addWidget(new SchemeLabel(QStringLiteral("Detected tempo"), uiFont(11),
+                                      SchemeLabel::Role::Secondary, m_results));
+    auto* row = new QHBoxLayout;
+    row->setSpacing(6);
+    m_tempo = new TempoFigure(m_results);
+    m_tempo->setObjectName(QStringLiteral("detectedTempo"));
+    m_tempo->setFont(uiFont(30, QFont::Bold));
+    row->addWidget(m_tempo, 0, Qt::AlignBottom);
+    // The unit sits on the figure's baseline: the figure's box ends its
+    // descent (and the 2 px padding of copyable text) below it.
+    auto* unit = new SchemeLabel(QStringLiteral("BPM"), uiFont(12, QFont::DemiBold),
+                                 SchemeLabel::Role::Secondary, m_results);
+    unit->setContentsMargins(0, 0, 0, m_tempo->fontMetrics().descent() + 2 -
+                                          unit->fontMetrics().descent());
+    unit->setFixedHeight(unit->sizeHint().height() + unit->contentsMargins().bottom());
+    unit->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    row->addWidget(unit, 0, Qt::AlignBottom);
+    row->addStretch();
+    column->addLayout(row);
+    return column;
+}
+
+QLayout* TempoDetectPanel::makeConfidenceColumn() {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(6);
+    auto* caption = new SchemeLabel(QStringLiteral("Confidence"), uiFont(11),
+                                    SchemeLabel::Role::Secondary, m_results);
+    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    column->addWidget(caption, 0, Qt::AlignRight);
+    m_confidenceBar = new ConfidenceBar(m_results);
+    m_confidenceBar->setObjectName(QStringLiteral("confidenceBar"));
+    column->addWidget(m_confidenceBar, 0, Qt::AlignRight);
+    m_confidence = new CopyableText(m_results);
+    m_confidence->setObjectName(QStringLiteral("confidenceLabel"));
+    m_confidence->setFont(uiFont(12, QFont::DemiBold));
+    m_confidence->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    column->addWidget(m_confidence, 0, Qt::AlignRight);
+    return column;
+}
+
+QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    auto button = [&](const char* name, const QString& label, const QString& symbol,
+                      KitButton::Style style) {
+        auto* created = new KitButton(label, symbol, style, accent, m_results);
+        created->setObjectName(QString::fromLatin1(name));
+        return created;
+    };
+    m_halve = button("halveButton", {}, {}, KitButton::Style::Bordered);
+    m_double = button("doubleButton", {}, {}, KitButton::Style::Bordered);
+    m_preview = button("previewButton", QStringLiteral("Preview"), QStringLiteral("play.fill"),
+                       KitButton::Style::Bordered);
+    m_useBpm = button("useBpmButton", QStringLiteral("Use this BPM"),
+                      QStringLiteral("checkmark.circle"), KitButton::Style::Prominent);
+    row->addWidget(m_halve);
+    row->addWidget(m_double);
+    row->addWidget(m_preview);
+    row->addStretch();
+    row->addWidget(m_useBpm);
+    return row;
+}
+
+void TempoDetectPanel::connectControls() {
+    connect(&m_ticker, &QTimer::timeout, m_model.get(), &TempoDetectModel::tickPlayhead);
+    connect(m_dropZone, &DropZone::clicked, this, [this] { m_model->chooseFile(this); });
+    connect(m_dropZone, &DropZone::fileDropped, this, &TempoDetectPanel::analyse);
+    connect(m_grid, &WaveformGrid::previewRequested, this,
+            [this](double seconds) { m_model->startPreview(seconds); });
+    connect(m_halve, &QAbstractButton::clicked, this, [this] { m_model->rescale(0.5); });
+    connect(m_double, &QAbstractButton::clicked, this, [this] { m_model->rescale(2); });
+    connect(m_preview, &QAbstractButton::clicked, this, [this] {
+        if (m_model->playhead())
+            m_model->stopPreview();
+        else
+            m_model->startPreview();
+    });
+    connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
+    connect(m_model.get(), &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
+    connect(m_model.get(), &TempoDetectModel::playheadChanged, this,
+            &TempoDetectPanel::refreshPlayhead);
+}
+
+// The model (and with it the preview and any analysis) goes before the
+// widgets it updates.
+TempoDetectPanel::~TempoDetectPanel() {
+    m_ticker.stop();
+    m_model.reset();
+}
+
+void TempoDetectPanel::analyse(const QString& path) { m_model->analyse(path); }
+
+void TempoDetectPanel::leave() {
+    m_model->stopPreview();
+    m_model->cancelAnalysis();
+}
+
+QString TempoDetectPanel::heading(const TempoDetectModel& model) {
+    if (model.isAnalysing())
+        return model.status().value_or(QStringLiteral("Analysing") + kEllipsis);
+    if (model.failed())
+        return QStringLiteral("Could not analyse that file");
+    if (model.result())
+        return QStringLiteral("Drop another file");
+    return QStringLiteral("Drop an audio file here");
+}
+
+void TempoDetectPanel::refresh() {
+    const auto& result = m_model->result();
+    m_dropZone->setTexts(heading(*m_model),
+                         m_model->status().value_or(
+                             QStringLiteral("WAV, AIFF, MP3, CAF · analysed on your device, "
+                                            "nothing is uploaded")),
+                         !result && !m_model->isAnalysing());
+    m_results->setVisible(result.has_value());
+    if (!result)
+        return;
+    const TempoDetectModel::Detection& d = *result;
+    const QString tempo = qs(detection::tempoText(d.bpm, false));
+    m_tempo->setValue(tempo);
+    const double confidence = d.estimate.confidence;
+    m_confidenceBar->setValue(confidence);
+    m_confidence->setValue(qs(detection::confidenceLabel(confidence)),
+                           qs(text::format("%.0f", text::roundHalfAway(confidence * 100))));
+    m_grid->setDetection(d);
+    m_halve->setLabel(QStringLiteral("÷2 → ") + qs(detection::tempoText(d.bpm * 0.5, true)), {});
+    m_halve->setEnabled(d.bpm * 0.5 >= TempoDetectModel::kMinimumBpm);
+    m_double->setLabel(QStringLiteral("×2 → ") + qs(detection::tempoText(d.bpm * 2, true)), {});
+    m_double->setEnabled(d.bpm * 2 <= TempoDetectModel::kMaximumBpm);
+    m_note->setText(qs(detection::detectionNote({d.name.toStdString(),
+                                                 d.estimate.durationSeconds, d.snappedBars,
+                                                 confidence, d.estimate.alternatives})));
+}
+
+// A QLabel keeps the colour it was given, so a scheme change recolours it.
+void TempoDetectPanel::colourNote() {
+    QPalette palette = m_note->palette();
+    palette.setColor(QPalette::WindowText, currentColors().secondaryText);
+    m_note->setPalette(palette);
+}
+
+void TempoDetectPanel::refreshPlayhead() {
+    const std::optional<double> playhead = m_model->playhead();
+    m_grid->setPlayhead(playhead);
+    if (playhead) {
+        m_preview->setLabel(QStringLiteral("Stop"), QStringLiteral("stop.fill"));
+        if (!m_ticker.isActive())
+            m_ticker.start();
+    } else {
+        m_preview->setLabel(QStringLiteral("Preview"), QStringLiteral("play.fill"));
+        m_ticker.stop();
+    }
+}
+
+void TempoDetectPanel::useDetectedBpm() {
+    const auto& result = m_model->result();
+    if (!result)
+        return;
+    const double rounded = text::roundHalfAway(result->bpm * 100) / 100;
+    m_state.setBpm(std::clamp(rounded, TempoDetectModel::kMinimumBpm, TempoDetectModel::kMaximumBpm));
+}
+
+} // namespace quorlen

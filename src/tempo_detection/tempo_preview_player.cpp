@@ -1,0 +1,182 @@
+#include "tempo_detection/tempo_preview_player.h"
+
+#include "audio/audio_backend.h"
+#include "audio/rtaudio_backend.h"
+#include "preview/preview_frames.h"
+#include "preview/sound_file_reader.h"
+#include "tempo_detection/preview_reader.h"
+#include "tempo_detection/preview_stream.h"
+
+#include <QElapsedTimer>
+
+#include <cmath>
+#include <stdexcept>
+
+namespace quorlen {
+namespace {
+
+TempoPreviewPlayer::Clock steadyClock() {
+    auto timer = std::make_shared<QElapsedTimer>();
+    timer->start();
+    return [timer] { return static_cast<double>(timer->nsecsElapsed()) / 1e9; };
+}
+
+const QString kNoOutput = QStringLiteral("No audio output device is available for the preview");
+const QString kOutputLost = QStringLiteral("The audio output device went away");
+
+constexpr int kFadeOutMs = 35 + 120;
+constexpr int kOutputWatchMs = 250;
+
+} // namespace
+
+TempoPreviewPlayer::TempoPreviewPlayer(std::unique_ptr<AudioBackend> backend, Clock clock,
+                                       QObject* parent)
+    : QObject(parent), m_backend(std::move(backend)), m_clock(clock ? clock : steadyClock()),
+      m_stream(std::make_unique<PreviewStream>()) {
+    m_reader = std::make_unique<PreviewReader>(*m_stream, [this](uint64_t generation) {
+        // The reader thread ends before this player does (its destructor
+        // joins it), so the queued call always finds the player.
+        QMetaObject::invokeMethod(
+            this, [this, generation] { onReaderFinished(generation); }, Qt::QueuedConnection);
+    });
+    m_fadeTimer.setSingleShot(true);
+    m_fadeTimer.setTimerType(Qt::PreciseTimer);
+    m_fadeTimer.setInterval(kFadeOutMs);
+    connect(&m_fadeTimer, &QTimer::timeout, this, &TempoPreviewPlayer::finishStop);
+    m_outputWatch.setInterval(kOutputWatchMs);
+    connect(&m_outputWatch, &QTimer::timeout, this, &TempoPreviewPlayer::checkOutput);
+}
+
+std::unique_ptr<TempoPreviewPlayer> TempoPreviewPlayer::onSoundCard() {
+    return std::make_unique<TempoPreviewPlayer>(std::make_unique<RtAudioBackend>());
+}
+
+// The reader goes first (it pushes into the stream), then the backend stops
+// pulling from the stream, which goes last.
+TempoPreviewPlayer::~TempoPreviewPlayer() {
+    m_reader.reset();
+    m_backend.reset();
+}
+
+void TempoPreviewPlayer::start(const QString& path, double fromSeconds,
+                               std::function<void()> onFinish, StartOutcome outcome) {
+    // A newer start replaces one still waiting for the fade.
+    m_pendingStart = [this, path, fromSeconds, onFinish = std::move(onFinish),
+                      outcome = std::move(outcome)] {
+        startNow(path, fromSeconds, onFinish, outcome);
+    };
+    fadeOut(true);
+}
+
+void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
+                                  std::function<void()> onFinish, const StartOutcome& outcome) {
+    std::unique_ptr<preview::SoundFileReader> file;
+    std::vector<float> head;
+    try {
+        file = std::make_unique<preview::SoundFileReader>(path.toStdString());
+        const auto startFrame = static_cast<long long>(std::trunc(fromSeconds * file->rateHz()));
+        const long long remaining = file->frames() - startFrame;
+        if (remaining < 1) {
+            outcome(std::nullopt);
+            return;
+        }
+        const long long fadeFrames = preview::fadeInFrames(file->rateHz(), remaining);
+        file->seek(startFrame);
+        const int channels = file->channels();
+        head.resize(static_cast<size_t>(fadeFrames * channels));
+        const long long read = file->read(head.data(), fadeFrames);
+        head.resize(static_cast<size_t>(read * channels));
+        for (long long i = 0; i < read; ++i) {
+            const float gain = preview::fadeInGain(i, read);
+            for (int c = 0; c < channels; ++c)
+                head[static_cast<size_t>(i * channels + c)] *= gain;
+        }
+    } catch (const std::exception& error) {
+        outcome(QString::fromStdString(error.what()));
+        return;
+    }
+
+    const uint64_t generation = ++m_generation;
+    const auto delayFrames =
+        static_cast<int>(std::lround(preview::kStartDelaySeconds * RenderSource::kRateHz));
+    m_stream->begin(generation, delayFrames);
+    m_reader->play(generation, std::move(file), std::move(head));
+    if (!m_backend->isRunning() && !m_backend->start(*m_stream)) {
+        stop(false);
+        outcome(kNoOutput);
+        return;
+    }
+    m_onFinish = std::move(onFinish);
+    m_finishGeneration = generation;
+    m_playing = true;
+    m_startOffset = fromSeconds;
+    m_started = m_clock() + preview::kStartDelaySeconds;
+    m_outputWatch.start();
+    outcome(std::nullopt);
+}
+
+void TempoPreviewPlayer::stopSmoothly(bool keepEngineRunning, std::function<void()> done) {
+    // A stop asked for after a start that still waits for the fade wins.
+    m_pendingStart = nullptr;
+    if (done)
+        m_afterStop.push_back(std::move(done));
+    fadeOut(keepEngineRunning);
+}
+
+void TempoPreviewPlayer::fadeOut(bool keepEngineRunning) {
+    // From the request on, the fading playback's end is no news: it must not
+    // stop the playback that a start is about to begin.
+    m_onFinish = nullptr;
+    m_keepEngineRunning = keepEngineRunning;
+    if (m_fadeTimer.isActive())
+        return;
+    if (!m_playing) {
+        finishStop();
+        return;
+    }
+    m_stream->fadeOut();
+    m_fadeTimer.start();
+}
+
+void TempoPreviewPlayer::finishStop() {
+    stop(m_keepEngineRunning);
+    // A callback may ask for another stop; it then finds nothing playing.
+    std::vector<std::function<void()>> callbacks;
+    callbacks.swap(m_afterStop);
+    for (const auto& callback : callbacks)
+        callback();
+    if (m_pendingStart) {
+        const std::function<void()> startPending = std::move(m_pendingStart);
+        m_pendingStart = nullptr;
+        startPending();
+    }
+}
+
+void TempoPreviewPlayer::stop(bool keepEngineRunning) {
+    ++m_generation;
+    m_stream->begin(0, 0);
+    m_reader->stop();
+    if (!keepEngineRunning && m_backend->isRunning())
+        m_backend->pause();
+    m_started.reset();
+    m_playing = false;
+    m_onFinish = nullptr;
+    m_outputWatch.stop();
+}
+
+void TempoPreviewPlayer::onReaderFinished(uint64_t generation) {
+    if (generation != m_generation || generation != m_finishGeneration || !m_onFinish)
+        return;
+    // The callback usually stops this player, which clears m_onFinish.
+    const std::function<void()> onFinish = m_onFinish;
+    onFinish();
+}
+
+void TempoPreviewPlayer::checkOutput() {
+    if (!m_playing || m_backend->isRunning())
+        return;
+    stop(false);
+    emit outputLost(kOutputLost);
+}
+
+} // namespace quorlen

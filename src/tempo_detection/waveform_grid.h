@@ -1,0 +1,43 @@
+#pragma once
+
+#include "tempo_detection/tempo_detect_model.h"
+
+#include <QColor>
+#include <QWidget>
+
+#include <optional>
+
+namespace quorlen {
+
+// The analysed file's waveform with the beat grid (saffron beats, accent
+// bar lines) and the preview playhead (lacquer). A click asks for a preview
+// from the clicked position.
+class WaveformGrid : public QWidget {
+    Q_OBJECT
+public:
+    static constexpr int kHeight = 88;
+
+    explicit WaveformGrid(const QColor& accent, QWidget* parent = nullptr);
+
+    void setDetection(const TempoDetectModel::Detection& detection);
+    void setPlayhead(std::optional<double> seconds);
+
+signals:
+    // Seconds from the start of the file, within 0 ... duration.
+    void previewRequested(double fromSeconds);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    QColor m_accent;
+    std::vector<float> m_waveform;
+    double m_durationSeconds = 0;
+    double m_bpm = 0;
+    double m_beatOffsetSeconds = 0;
+    int m_downbeat = 0;
+    std::optional<double> m_playhead;
+};
+
+} // namespace quorlen

@@ -1,0 +1,286 @@
+#include "app/content_view.h"
+#include "app/sidebar.h"
+#include "audio/fake_audio_backend.h"
+#include "support/wait.h"
+#include "tempo_detection/confidence_bar.h"
+#include "tempo_detection/drop_zone.h"
+#include "tempo_detection/tempo_detect_panel.h"
+#include "tempo_detection/waveform_grid.h"
+#include "test_signals.h"
+#include "tools/tempo/subdivision_matrix.h"
+#include "tools/tempo/tempo_view.h"
+#include "tools/value_cell.h"
+#include "ui/copyable_value.h"
+#include "ui/formula_strip.h"
+#include "ui/kit_button.h"
+#include "ui/theme.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMimeData>
+#include <QPointer>
+#include <QTest>
+#include <QUrl>
+
+#include <sndfile.h>
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+QT_BEGIN_NAMESPACE
+inline void PrintTo(const QString& text, std::ostream* out) { *out << text.toStdString(); }
+QT_END_NAMESPACE
+
+namespace quorlen {
+namespace {
+
+namespace generated = detection::testing;
+
+// A real drop: enter, then drop, as the window system delivers them.
+bool dropFile(QWidget* target, const QString& path) {
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(path)});
+    const QPoint at = target->rect().center();
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &enter);
+    if (!enter.isAccepted())
+        return false;
+    QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &drop);
+    return drop.isAccepted();
+}
+
+template <typename T>
+T* child(QWidget* parent, const char* name) {
+    return parent->findChild<T*>(QString::fromLatin1(name));
+}
+
+// Four bars of clicks at 128 BPM, accented on every bar with a kick: a loop
+// of 7.5 s whose length fits 4 bars exactly.
+std::string writeLoop(const generated::TempDir& dir) {
+    generated::ClickTrain train;
+    train.bpm = 128;
+    train.seconds = 7.5;
+    train.accentEvery = 4;
+    train.kickHz = 60;
+    const std::vector<float> loop = generated::clickTrain(train);
+    const std::string path = dir.file("loop128.wav").string();
+    EXPECT_TRUE(generated::writeSound(path, loop, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    return path;
+}
+
+TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
+    generated::TempDir dir;
+    const QString path = QString::fromStdString(writeLoop(dir));
+    ContentView content{QStringLiteral("bpm")};
+    content.resize(1100, 1400);
+    content.show();
+    auto* view = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(view, nullptr);
+    TempoDetectPanel* panel = view->detectPanel();
+    auto* zone = child<DropZone>(panel, "dropZone");
+    auto* results = child<QWidget>(panel, "detectionResults");
+
+    // Before any file: the zone alone with its symbol and the formats line.
+    EXPECT_EQ(zone->heading(), "Drop an audio file here");
+    EXPECT_EQ(zone->line(), "WAV, AIFF, MP3, CAF · analysed on your device, nothing is uploaded");
+    EXPECT_TRUE(zone->showsSymbol());
+    EXPECT_FALSE(results->isVisible());
+
+    ASSERT_TRUE(dropFile(zone, path));
+    EXPECT_EQ(zone->heading(), "Analysing loop128.wav…");
+    EXPECT_EQ(zone->line(), "Analysing loop128.wav…");
+    EXPECT_FALSE(zone->showsSymbol());
+    ASSERT_TRUE(quorlen::testing::waitUntil([&] { return !panel->model().isAnalysing(); }, 20000));
+
+    EXPECT_EQ(zone->heading(), "Drop another file");
+    EXPECT_TRUE(results->isVisible());
+    EXPECT_EQ(child<CopyableText>(panel, "detectedTempo")->display(), "128");
+    EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 64");
+    EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 256");
+    const QString note = child<QLabel>(panel, "detectionNote")->text();
+    EXPECT_TRUE(note.startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars")) << note.toStdString();
+
+    QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
+    EXPECT_EQ(content.state().bpm(), 128);
+    // 60000 / 128 = 468.75 ms a quarter; the summary shows one decimal.
+    EXPECT_EQ(view->matrix()->row(QStringLiteral("1/4"))->straightCell()->display(), "468.75 ms");
+    EXPECT_EQ(content.sidebar()->summaryStrip()->text(), "A4 = 440 Hz\n128 BPM = 468.8 ms");
+
+    // The shown tempo copies bare, like every value.
+    QTest::mouseClick(child<CopyableText>(panel, "detectedTempo"), Qt::LeftButton);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "128");
+}
+
+// A panel over a model whose analyses the test decides, and a silent output.
+struct PanelRig {
+    explicit PanelRig(std::function<detection::Analysis()> answer) {
+        auto player = std::make_unique<TempoPreviewPlayer>(
+            std::make_unique<quorlen::testing::FakeAudioBackend>());
+        auto model = std::make_unique<TempoDetectModel>(
+            std::move(player),
+            [answer](const std::string&, const detection::CancelCheck&) { return answer(); });
+        panel = std::make_unique<TempoDetectPanel>(state, std::move(model));
+        panel->resize(700, 400);
+        panel->show();
+    }
+    bool analyse(const QString& path = QStringLiteral("/music/take.wav")) {
+        panel->analyse(path);
+        return quorlen::testing::waitUntil([this] { return !panel->model().isAnalysing(); });
+    }
+    CalculatorState state;
+    std::unique_ptr<TempoDetectPanel> panel;
+};
+
+detection::Analysis analysisAt(double bpm, double confidence = 0.82) {
+    detection::Analysis analysis;
+    analysis.estimate.bpm = bpm;
+    analysis.estimate.confidence = confidence;
+    analysis.estimate.durationSeconds = 30;
+    analysis.waveform.assign(1600, 0.3f);
+    return analysis;
+}
+
+TEST(TempoDetectPanel, ButtonsFollowTheRangeAndUseRoundsToCents) {
+    struct Case {
+        double bpm;
+        bool canHalve, canDouble;
+        double used; // round(bpm × 100) / 100, clamped to 20 ... 400
+    };
+    const Case cases[] = {
+        {127.934, true, true, 127.93},
+        {30, false, true, 30},   // ÷2 → 15 < 20
+        {240, true, false, 240}, // ×2 → 480 > 400
+        {40, true, true, 40},    // ÷2 → 20 is allowed
+    };
+    for (const Case& c : cases) {
+        PanelRig rig([&] { return analysisAt(c.bpm); });
+        ASSERT_TRUE(rig.analyse());
+        EXPECT_EQ(child<KitButton>(rig.panel.get(), "halveButton")->isEnabled(), c.canHalve) << c.bpm;
+        EXPECT_EQ(child<KitButton>(rig.panel.get(), "doubleButton")->isEnabled(), c.canDouble) << c.bpm;
+        QTest::mouseClick(child<KitButton>(rig.panel.get(), "useBpmButton"), Qt::LeftButton);
+        EXPECT_EQ(rig.state.bpm(), c.used);
+    }
+}
+
+TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult) {
+    bool fail = false;
+    PanelRig rig([&]() -> detection::Analysis {
+        if (fail)
+            throw detection::Failure::tooShort();
+        return analysisAt(120, 0.449);
+    });
+    ASSERT_TRUE(rig.analyse());
+    // 0.449 is Low, and rounds to 45 %.
+    EXPECT_EQ(child<CopyableText>(rig.panel.get(), "confidenceLabel")->display(), "Low · 45%");
+    fail = true;
+    ASSERT_TRUE(rig.analyse());
+    auto* zone = child<DropZone>(rig.panel.get(), "dropZone");
+    EXPECT_EQ(zone->heading(), "Could not analyse that file");
+    EXPECT_EQ(zone->line(), "File is too short to detect a tempo");
+    EXPECT_TRUE(child<QWidget>(rig.panel.get(), "detectionResults")->isVisible());
+}
+
+TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
+    struct Case {
+        double value, fraction;
+        QColor colour;
+    };
+    const Case cases[] = {
+        {0.82, 0.82, QuorlenTheme::fern()},   {0.7, 0.7, QuorlenTheme::fern()},
+        {0.45, 0.45, QuorlenTheme::saffron()}, {0.449, 0.449, QuorlenTheme::lacquer()},
+        {-0.2, 0, QuorlenTheme::lacquer()},    {1.3, 1, QuorlenTheme::fern()},
+    };
+    for (const Case& c : cases) {
+        EXPECT_DOUBLE_EQ(ConfidenceBar::filledFraction(c.value), c.fraction) << c.value;
+        EXPECT_EQ(ConfidenceBar::fillColor(c.value), c.colour) << c.value;
+    }
+}
+
+TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
+    PanelRig rig([] { return analysisAt(120); });
+    QTest::mouseClick(child<DropZone>(rig.panel.get(), "dropZone"), Qt::LeftButton);
+    QFileDialog* dialog = nullptr;
+    ASSERT_TRUE(quorlen::testing::waitUntil([&] {
+        dialog = child<QFileDialog>(rig.panel.get(), "audioFileDialog");
+        return dialog && dialog->isVisible();
+    }));
+    EXPECT_EQ(dialog->labelText(QFileDialog::Accept), "Analyse");
+    EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
+    EXPECT_TRUE(dialog->nameFilters().first().startsWith("Audio files")) << dialog->nameFilters().first().toStdString();
+    EXPECT_TRUE(dialog->nameFilters().first().contains("*.wav"));
+    dialog->reject();
+    EXPECT_FALSE(rig.panel->model().isAnalysing());
+}
+
+TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
+    generated::TempDir dir;
+    const std::string path = dir.file("tone.wav").string();
+    const std::vector<float> tone = generated::sine(440, 2.0, 44100);
+    ASSERT_TRUE(generated::writeSound(path, tone, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    PanelRig rig([] { return analysisAt(120); });
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    auto* preview = child<KitButton>(rig.panel.get(), "previewButton");
+    EXPECT_EQ(preview->text(), "Preview");
+    EXPECT_FALSE(rig.panel->isTickerRunning());
+
+    QTest::mouseClick(preview, Qt::LeftButton);
+    EXPECT_EQ(preview->text(), "Stop");
+    EXPECT_EQ(preview->symbol(), "stop.fill");
+    EXPECT_TRUE(rig.panel->isTickerRunning());
+    EXPECT_EQ(TempoDetectPanel::kTickerMs, 33); // 30 updates a second
+
+    // A click on the waveform restarts from there: a quarter of 30 s.
+    auto* grid = child<WaveformGrid>(rig.panel.get(), "waveformGrid");
+    QTest::mouseClick(grid, Qt::LeftButton, {}, QPoint(grid->width() / 4, 10));
+    ASSERT_TRUE(rig.panel->model().playhead());
+    EXPECT_NEAR(*rig.panel->model().playhead(), 30.0 * (grid->width() / 4) / grid->width(), 1e-9);
+
+    QTest::mouseClick(preview, Qt::LeftButton);
+    EXPECT_EQ(preview->text(), "Preview");
+    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_FALSE(rig.panel->isTickerRunning());
+
+    // Leaving the screen stops a preview too.
+    QTest::mouseClick(preview, Qt::LeftButton);
+    rig.panel->leave();
+    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_FALSE(rig.panel->isTickerRunning());
+}
+
+TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
+    PanelRig rig([] { return analysisAt(120); });
+    auto* zone = child<DropZone>(rig.panel.get(), "dropZone");
+    QMimeData text;
+    text.setText(QStringLiteral("120 BPM"));
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(zone, &enter);
+    EXPECT_FALSE(enter.isAccepted());
+    EXPECT_FALSE(zone->isTargeted());
+    QDropEvent drop(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(zone, &drop);
+    EXPECT_FALSE(drop.isAccepted());
+    EXPECT_FALSE(rig.panel->model().isAnalysing());
+    EXPECT_EQ(zone->heading(), "Drop an audio file here");
+}
+
+TEST(TempoDetectPanel, LeavingTheToolDuringAnAnalysisDropsIt) {
+    generated::TempDir dir;
+    const QString path = QString::fromStdString(writeLoop(dir));
+    ContentView content{QStringLiteral("bpm")};
+    content.show();
+    auto* view = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(view, nullptr);
+    QPointer<TempoDetectPanel> panel = view->detectPanel();
+    ASSERT_TRUE(dropFile(child<DropZone>(panel, "dropZone"), path));
+    ASSERT_TRUE(panel->model().isAnalysing());
+    content.selectTool(CalculatorTool::rhythm);
+    EXPECT_FALSE(panel->model().isAnalysing()) << "cancelled as the screen left";
+    // The old screen goes with the next turn of the event loop.
+    EXPECT_TRUE(quorlen::testing::waitUntil([&] { return panel.isNull(); }));
+}
+
+} // namespace
+} // namespace quorlen

@@ -1,0 +1,243 @@
+#include "audio/fake_audio_backend.h"
+#include "preview/preview_frames.h"
+#include "support/wait.h"
+#include "tempo_detection/preview_stream.h"
+#include "tempo_detection/tempo_detect_model.h"
+#include "tempo_detection/tempo_preview_player.h"
+#include "test_signals.h"
+
+#include <sndfile.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace quorlen {
+namespace {
+
+namespace generated = detection::testing;
+using quorlen::testing::FakeAudioBackend;
+using quorlen::testing::waitUntil;
+
+constexpr int kDelayFrames = 5292; // 0.12 s at 44.1 kHz
+
+// Stereo ramp file: left = frame / frames, right = -left, so every played
+// sample tells which file frame it came from.
+std::string writeRamp(const generated::TempDir& dir, const char* name, int frames, int rateHz,
+                      int channels) {
+    std::vector<float> samples;
+    for (int i = 0; i < frames; ++i) {
+        const float value = float(i) / float(frames);
+        samples.push_back(value);
+        if (channels == 2)
+            samples.push_back(-value);
+    }
+    const std::string path = dir.file(name).string();
+    EXPECT_TRUE(generated::writeSound(path, samples, channels, rateHz,
+                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    return path;
+}
+
+// A model over a fake output and a clock the test sets; the analysis
+// answers with the given duration.
+struct Rig {
+    explicit Rig(double durationSeconds = 3.0) {
+        auto owned = std::make_unique<FakeAudioBackend>();
+        backend = owned.get();
+        auto player = std::make_unique<TempoPreviewPlayer>(std::move(owned),
+                                                           [this] { return nowSeconds; });
+        model = std::make_unique<TempoDetectModel>(
+            std::move(player), [durationSeconds](const std::string&, const detection::CancelCheck&) {
+                detection::Analysis analysis;
+                analysis.estimate.bpm = 120;
+                analysis.estimate.durationSeconds = durationSeconds;
+                analysis.waveform.assign(1600, 0.5f);
+                return analysis;
+            });
+    }
+    bool analyse(const std::string& path) {
+        model->analyse(QString::fromStdString(path));
+        return waitUntil([this] { return !model->isAnalysing(); });
+    }
+    TempoPreviewPlayer& player() { return model->player(); }
+    PreviewStream& stream() { return player().stream(); }
+    // Pulls `frames` frames as the audio thread would, once the reader has
+    // buffered enough of them (silence would otherwise stand for an underrun).
+    std::vector<float> pull(int frames, uint64_t bufferedBlocks) {
+        EXPECT_TRUE(waitUntil([&] { return stream().buffered() >= bufferedBlocks; }));
+        return backend->pull(frames);
+    }
+
+    double nowSeconds = 100;
+    FakeAudioBackend* backend;
+    std::unique_ptr<TempoDetectModel> model;
+};
+
+TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondAfterTheDelayAndFadesIn) {
+    generated::TempDir dir;
+    const int frames = 3 * 44100;
+    Rig rig;
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", frames, 44100, 2)));
+    rig.model->startPreview(1.0);
+    EXPECT_EQ(rig.model->playhead(), 1.0);
+    ASSERT_TRUE(rig.player().isPlaying());
+    EXPECT_EQ(rig.player().started(), 100.12);
+    EXPECT_EQ(rig.player().startOffset(), 1.0);
+
+    const std::vector<float> out = rig.pull(kDelayFrames + 2000, 8);
+    for (int i = 0; i < kDelayFrames; i += 97)
+        ASSERT_EQ(out[2 * i], 0.0f) << "frame " << i << " plays before the start";
+    // File frame 44100 + i at frame kDelayFrames + i; the first 529 faded.
+    for (const int i : {0, 1, 100, 264, 528, 529, 600, 1999}) {
+        const float file = float(44100 + i) / float(frames);
+        const float gain = i < 529 ? preview::fadeInGain(i, 529) : 1.0f;
+        EXPECT_NEAR(out[2 * (kDelayFrames + i)], file * gain, 1e-6) << i;
+        EXPECT_NEAR(out[2 * (kDelayFrames + i) + 1], -file * gain, 1e-6) << i;
+    }
+}
+
+TEST(TempoPreviewPlayer, FilesPlayAtTheirOwnSpeedWhateverTheirRate) {
+    // 0.5 s of a mono file at 22050 or 48000 Hz lasts 0.5 s at 44.1 kHz:
+    // 22050 frames, less the last input frame the interpolation waits on.
+    for (const int rateHz : {22050, 48000}) {
+        generated::TempDir dir;
+        Rig rig(0.5);
+        ASSERT_TRUE(rig.analyse(writeRamp(dir, "short.wav", rateHz / 2, rateHz, 1)));
+        rig.model->startPreview();
+        ASSERT_TRUE(waitUntil([&] { return rig.stream().buffered() >= 43; }));
+        rig.backend->pull(kDelayFrames + 30000);
+        EXPECT_NEAR(double(rig.stream().framesPlayed()), 22050, 3) << rateHz;
+    }
+}
+
+TEST(TempoPreviewPlayer, FadesOutIn12StepsThenStops) {
+    generated::TempDir dir;
+    Rig rig;
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2)));
+    rig.model->startPreview(0.5);
+    rig.pull(kDelayFrames + 1024, 4);
+    EXPECT_EQ(rig.stream().volume(), 1.0f);
+
+    rig.model->stopPreview();
+    EXPECT_FALSE(rig.model->playhead());
+    // Steps of 129 frames (2.916666 ms): after the first block of 1 frame
+    // the volume is 11/12, then one step more per 129 frames.
+    rig.backend->pull(1);
+    EXPECT_FLOAT_EQ(rig.stream().volume(), 11.0f / 12);
+    rig.backend->pull(129);
+    EXPECT_FLOAT_EQ(rig.stream().volume(), 10.0f / 12);
+    rig.backend->pull(129 * 10);
+    EXPECT_FLOAT_EQ(rig.stream().volume(), 0.0f);
+    EXPECT_TRUE(rig.player().isPlaying()) << "the node stops only after the pause";
+
+    // 35 ms of steps and 120 ms of pause, then the output pauses.
+    ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying(); }, 1000));
+    EXPECT_EQ(rig.backend->pauses, 1);
+    EXPECT_FALSE(rig.player().started());
+}
+
+TEST(TempoPreviewPlayer, AStartAtOrBeyondTheEndPlaysNothing) {
+    generated::TempDir dir;
+    Rig rig(1.0);
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "one.wav", 44100, 44100, 2)));
+    for (const double from : {1.0, 5.0}) {
+        rig.model->startPreview(from);
+        EXPECT_EQ(rig.model->playhead(), from) << "the playhead stays where it was put";
+        EXPECT_FALSE(rig.player().isPlaying());
+        EXPECT_FALSE(rig.player().started());
+        EXPECT_FALSE(rig.model->failed());
+    }
+    EXPECT_EQ(rig.backend->starts, 0);
+}
+
+TEST(TempoPreviewPlayer, ThePlayheadAdvancesWithTheClockAndStopsAtTheEnd) {
+    generated::TempDir dir;
+    Rig rig(3.0);
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2)));
+    rig.model->startPreview(2.0);
+    struct Case {
+        double now, playhead;
+    };
+    // playhead = min(3, now - started + 2) with started = 100.12.
+    const Case cases[] = {{100.0, 1.88}, {100.12, 2.0}, {101.0, 2.88}, {101.12, 3.0}, {160, 3.0}};
+    for (const Case& c : cases) {
+        rig.nowSeconds = c.now;
+        rig.model->tickPlayhead();
+        ASSERT_TRUE(rig.model->playhead());
+        EXPECT_NEAR(*rig.model->playhead(), c.playhead, 1e-9) << c.now;
+    }
+}
+
+TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
+    generated::TempDir dir;
+    Rig rig(0.2);
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "short.wav", 8820, 44100, 2)));
+    rig.model->startPreview();
+    // Play the whole file; its completion is on its way.
+    rig.pull(kDelayFrames + 9000, 17);
+    rig.model->startPreview(0.1); // a click elsewhere restarts from there
+    ASSERT_TRUE(waitUntil([&] { return rig.player().isPlaying() && rig.player().startOffset() == 0.1; }));
+    QTest::qWait(50); // the old completion, if posted, has arrived
+    EXPECT_TRUE(rig.player().isPlaying());
+    EXPECT_EQ(rig.model->playhead(), 0.1);
+
+    // The new playback's own end does stop the preview.
+    rig.pull(kDelayFrames + 5000, 9);
+    rig.backend->pull(2048);
+    EXPECT_TRUE(waitUntil([&] { return !rig.model->playhead(); }));
+}
+
+TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
+    generated::TempDir dir;
+    Rig rig;
+    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2)));
+    rig.model->startPreview();
+    ASSERT_TRUE(rig.player().isPlaying());
+    rig.model->startPreview(1.5); // a click on the waveform: the old one fades
+    rig.model->stopPreview();     // then Stop, before the fade is over
+    ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying() && rig.backend->pauses > 0; }, 1000));
+    QTest::qWait(200); // past the fade and pause: the waiting start must not come
+    EXPECT_FALSE(rig.player().isPlaying());
+    EXPECT_FALSE(rig.model->playhead());
+    EXPECT_FALSE(rig.backend->isRunning());
+}
+
+TEST(TempoPreviewPlayer, OutputFailuresAreThePreviewsFailure) {
+    generated::TempDir dir;
+    const std::string path = writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2);
+    {
+        Rig rig;
+        ASSERT_TRUE(rig.analyse(path));
+        rig.backend->failStarts = true;
+        rig.model->startPreview();
+        ASSERT_TRUE(waitUntil([&] { return rig.model->failed(); }));
+        EXPECT_EQ(rig.model->status(), "No audio output device is available for the preview");
+        EXPECT_FALSE(rig.model->playhead());
+        EXPECT_FALSE(rig.player().isPlaying());
+    }
+    {
+        Rig rig;
+        ASSERT_TRUE(rig.analyse(path));
+        rig.model->startPreview();
+        ASSERT_TRUE(rig.player().isPlaying());
+        rig.backend->disappear();
+        ASSERT_TRUE(waitUntil([&] { return rig.model->failed(); }, 2000));
+        EXPECT_EQ(rig.model->status(), "The audio output device went away");
+        EXPECT_FALSE(rig.model->playhead());
+        EXPECT_TRUE(rig.model->result()) << "the detection stays";
+    }
+    {
+        // The file went away after the analysis.
+        Rig rig;
+        const std::string gone = writeRamp(dir, "gone.wav", 44100, 44100, 2);
+        ASSERT_TRUE(rig.analyse(gone));
+        std::filesystem::remove(gone);
+        rig.model->startPreview();
+        ASSERT_TRUE(waitUntil([&] { return rig.model->failed(); }));
+        EXPECT_TRUE(rig.model->status()->contains("No such file")) << rig.model->status()->toStdString();
+        EXPECT_FALSE(rig.model->playhead());
+    }
+}
+
+} // namespace
+} // namespace quorlen
