@@ -71,13 +71,17 @@ CalculatorTool ContentView::shownTool() const {
     return toolFromRawValue(m_selectedToolID).value_or(CalculatorTool::bpm);
 }
 
-void ContentView::selectTool(CalculatorTool tool) {
+void ContentView::showTool(CalculatorTool tool) {
     const QString rawValue = QString::fromLatin1(toolInfo(tool).rawValue);
-    if (rawValue != m_selectedToolID) {
-        m_selectedToolID = rawValue;
-        showSelectedTool();
-        emit selectedToolChanged(rawValue);
-    }
+    if (rawValue == m_selectedToolID)
+        return;
+    m_selectedToolID = rawValue;
+    showSelectedTool();
+    emit selectedToolChanged(rawValue);
+}
+
+void ContentView::selectTool(CalculatorTool tool) {
+    showTool(tool);
     emit toolRowClicked(tool);
 }
 

@@ -31,6 +31,10 @@ public:
     Sidebar* sidebar() const { return m_sidebar; }
     QWidget* toolView() const { return m_toolView; }
 
+    // Shows `tool` as selected (stored like any selection); no click is
+    // reported.
+    void showTool(CalculatorTool tool);
+
     // What a click on a sidebar row does: select the tool (a click on the
     // selected row changes nothing), then report the click.
     void selectTool(CalculatorTool tool);

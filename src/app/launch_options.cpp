@@ -8,8 +8,10 @@ namespace quorlen {
 
 QString launchUsage() {
     return QStringLiteral(
-        "usage: quorlen-calculator [--screenshot FILE.png [--tool ID] [--scheme light|dark]\n"
-        "                          [--size WxH] [--detect AUDIO]]\n"
+        "usage: quorlen-calculator [AUDIO]\n"
+        "       quorlen-calculator --screenshot FILE.png [--tool ID] [--scheme light|dark]\n"
+        "                          [--size WxH] [--detect AUDIO]\n"
+        "  AUDIO                  open on the tempo tool and analyse this audio file\n"
         "  --screenshot FILE.png  render the window offscreen to FILE.png and exit\n"
         "  --tool ID              bpm, rhythm, space, frequency, temperament, overtones,\n"
         "                         harmony (default: the stored selection)\n"
@@ -58,11 +60,17 @@ std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& a
             options.detectPath = value();
             if (!options.detectPath || options.detectPath->isEmpty())
                 return LaunchError{QStringLiteral("--detect needs an audio file")};
+        } else if (!argument.startsWith(QLatin1Char('-')) && !options.openPath) {
+            options.openPath = argument;
+        } else if (!argument.startsWith(QLatin1Char('-'))) {
+            return LaunchError{QStringLiteral("one audio file at a time")};
         } else {
             return LaunchError{QStringLiteral("unknown option '%1'").arg(argument)};
         }
     }
     const bool screenshotOnly = options.tool || options.scheme || options.size || options.detectPath;
+    if (options.openPath && options.screenshotPath)
+        return LaunchError{QStringLiteral("to render a detection, use --detect AUDIO")};
     if (screenshotOnly && !options.screenshotPath)
         return LaunchError{
             QStringLiteral("--tool, --scheme, --size and --detect go with --screenshot")};

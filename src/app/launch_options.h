@@ -21,6 +21,8 @@ struct LaunchOptions {
     // --detect AUDIO: the tempo tool analyses AUDIO and the screenshot
     // waits for the outcome, success or failure.
     std::optional<QString> detectPath;
+    // FILE: open on the tempo tool and analyse FILE, as if dropped there.
+    std::optional<QString> openPath;
     // --startup-probe: print the time to the first frame and the idle RSS.
     bool startupProbe = false;
     bool help = false;

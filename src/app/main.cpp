@@ -103,5 +103,10 @@ int main(int argc, char** argv) {
     if (options.startupProbe)
         installStartupProbe(&window, mainStartNs);
     window.show();
+    if (options.openPath) {
+        window.content()->showTool(CalculatorTool::bpm);
+        if (auto* tempo = qobject_cast<TempoView*>(window.content()->toolView()))
+            tempo->analyse(*options.openPath);
+    }
     return QApplication::exec();
 }

@@ -59,3 +59,20 @@ TEST(LaunchOptions, RefusesWhatItCannotDo) {
 
 } // namespace
 } // namespace quorlen
+
+namespace quorlen {
+namespace {
+
+TEST(LaunchOptions, OneAudioFileOpensTheTempoTool) {
+    const auto parsed = parse({"song.wav"});
+    const auto* options = std::get_if<LaunchOptions>(&parsed);
+    ASSERT_NE(options, nullptr);
+    EXPECT_EQ(options->openPath, QStringLiteral("song.wav"));
+    EXPECT_FALSE(options->screenshotPath);
+
+    EXPECT_TRUE(std::holds_alternative<LaunchError>(parse({"a.wav", "b.wav"})));
+    EXPECT_TRUE(std::holds_alternative<LaunchError>(parse({"a.wav", "--screenshot", "x.png"})));
+}
+
+} // namespace
+} // namespace quorlen
