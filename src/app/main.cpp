@@ -16,6 +16,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <optional>
 #include <cstring>
 
 namespace {
@@ -58,10 +59,38 @@ bool wantsScreenshot(int argc, char** argv) {
     return false;
 }
 
+
+
+// Refusals and --help must work without a display, so they are decided
+// before Qt starts; arguments of Qt's own (single dash: -platform, -style)
+// are left for QApplication to take first.
+std::optional<int> answerWithoutGui(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        const QString argument = QString::fromLocal8Bit(argv[i]);
+        if (argument.size() > 1 && argument[0] == QLatin1Char('-') && argument[1] != QLatin1Char('-'))
+            return std::nullopt;
+        arguments << argument;
+    }
+    const auto parsed = parseLaunchOptions(arguments);
+    if (const auto* error = std::get_if<LaunchError>(&parsed)) {
+        std::fprintf(stderr, "quorlen-calculator: %s\n%s", qPrintable(error->reason),
+                     qPrintable(launchUsage()));
+        return 2;
+    }
+    if (std::get<LaunchOptions>(parsed).help) {
+        std::fputs(qPrintable(launchUsage()), stdout);
+        return 0;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     const long long mainStartNs = monotonicNowNs();
+    if (const auto status = answerWithoutGui(argc, argv))
+        return *status;
     // A screenshot needs no display; without one Qt would abort.
     if (wantsScreenshot(argc, argv)) {
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -17,3 +17,11 @@ foreach(tool bpm rhythm space frequency temperament overtones harmony)
     endif()
   endforeach()
 endforeach()
+
+# A bad argument is refused before any window system is needed.
+set(ENV{QT_QPA_PLATFORM} "")
+unset(ENV{DISPLAY})
+execute_process(COMMAND "${APP}" --no-such-option RESULT_VARIABLE status ERROR_VARIABLE errors)
+if(NOT status EQUAL 2 OR NOT errors MATCHES "unknown option '--no-such-option'")
+  message(FATAL_ERROR "a bad argument gave exit ${status}: ${errors}")
+endif()
