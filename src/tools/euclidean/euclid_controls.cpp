@@ -4,8 +4,7 @@
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 #include "ui/integer_stepper.h"
-#include "ui/menu_button.h"
-#include "ui/prominent_button.h"
+#include "ui/kit_button.h"
 #include "ui/segmented_picker.h"
 
 #include <QHBoxLayout>
@@ -87,7 +86,9 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
     connect(m_note, &SegmentedPicker::chosen, this,
             [this](int index) { m_state.setEuclidNote(kNotes[index]); });
 
-    m_presets = new MenuButton(QStringLiteral("Presets"), QStringLiteral("sparkles"), accent, this);
+    m_presets = new KitButton(QStringLiteral("Presets"), QStringLiteral("sparkles"),
+                              KitButton::Style::Bordered, accent, this);
+    m_presets->setMenu(new QMenu(m_presets));
     m_presets->setObjectName(QStringLiteral("euclidPresets"));
     addPreset(QStringLiteral("Tresillo · E(3,8)"), 3, 8);
     addPreset(QStringLiteral("Cinquillo · E(5,8)"), 5, 8);
@@ -95,10 +96,11 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
     addPreset(QStringLiteral("Bossa · E(5,16)"), 5, 16);
     addContent(m_presets);
 
-    m_play = new ProminentButton(QStringLiteral("Play"), QStringLiteral("play.fill"), accent, this);
+    m_play = new KitButton(QStringLiteral("Play"), QStringLiteral("play.fill"),
+                          KitButton::Style::Prominent, accent, this);
     m_play->setObjectName(QStringLiteral("euclidPlayButton"));
     addContent(m_play);
-    connect(m_play, &ProminentButton::clicked, this, &EuclidControls::playToggled);
+    connect(m_play, &KitButton::clicked, this, &EuclidControls::playToggled);
 
     refresh();
 }
@@ -152,7 +154,7 @@ void EuclidControls::refresh() {
                            QStringLiteral(" BPM from the Tempo tab"));
 
     const bool playing = m_state.euclidPlaying();
-    m_play->setTitleAndSymbol(playing ? QStringLiteral("Stop") : QStringLiteral("Play"),
+    m_play->setLabel(playing ? QStringLiteral("Stop") : QStringLiteral("Play"),
                               playing ? QStringLiteral("stop.fill") : QStringLiteral("play.fill"));
     m_play->setEnabled(m_state.euclidPulses() != 0);
 }

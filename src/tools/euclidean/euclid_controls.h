@@ -8,8 +8,7 @@ namespace quorlen {
 
 class CalculatorState;
 class IntegerStepper;
-class MenuButton;
-class ProminentButton;
+class KitButton;
 class SegmentedPicker;
 
 // "Pattern Controls": counters for n, k and the rotation, the step-length
@@ -42,8 +41,8 @@ private:
     QLabel* m_rotationValue = nullptr;
     SegmentedPicker* m_note;
     QLabel* m_tempoSource;
-    MenuButton* m_presets;
-    ProminentButton* m_play;
+    KitButton* m_presets;
+    KitButton* m_play;
 };
 
 } // namespace quorlen

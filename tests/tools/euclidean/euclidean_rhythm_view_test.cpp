@@ -7,8 +7,7 @@
 #include "tools/euclidean/euclid_playback.h"
 #include "tools/euclidean/euclid_wheel.h"
 #include "ui/integer_stepper.h"
-#include "ui/menu_button.h"
-#include "ui/prominent_button.h"
+#include "ui/kit_button.h"
 #include "ui/segmented_picker.h"
 #include "ui/theme.h"
 #include "ui/tool_header.h"
@@ -126,7 +125,7 @@ TEST(EuclideanRhythmView, CountersKeepPulsesAndRotationWithinTheSteps) {
 TEST(EuclideanRhythmView, PresetsSetThePatternAndNoPulsesDisablePlay) {
     Screen screen;
     screen.state.setEuclidRotation(2);
-    const auto actions = screen.find<MenuButton>("euclidPresets")->menu()->actions();
+    const auto actions = screen.find<KitButton>("euclidPresets")->menu()->actions();
     ASSERT_EQ(actions.size(), 4);
     EXPECT_EQ(actions[2]->text(), QStringLiteral("Bembé · E(7,12)"));
     actions[2]->trigger();
@@ -135,7 +134,7 @@ TEST(EuclideanRhythmView, PresetsSetThePatternAndNoPulsesDisablePlay) {
     EXPECT_EQ(screen.state.euclidRotation(), 0);
     EXPECT_EQ(screen.find<EuclidWheel>("euclidWheel")->title(), QStringLiteral("E(7,12)"));
 
-    auto* play = screen.find<ProminentButton>("euclidPlayButton");
+    auto* play = screen.find<KitButton>("euclidPlayButton");
     EXPECT_TRUE(play->isEnabled());
     screen.state.setEuclidPulses(0);
     EXPECT_FALSE(play->isEnabled());
@@ -144,7 +143,7 @@ TEST(EuclideanRhythmView, PresetsSetThePatternAndNoPulsesDisablePlay) {
 TEST(EuclideanRhythmView, PlaysFromStepZeroAndWrapsAroundTheCycle) {
     Screen screen;
     screen.state.setBpm(400); // 37.5 ms sixteenths, a 300 ms cycle
-    auto* play = screen.find<ProminentButton>("euclidPlayButton");
+    auto* play = screen.find<KitButton>("euclidPlayButton");
     QTest::mouseClick(play, Qt::LeftButton);
     // Step 0 sounds at once, before any timer fires.
     EXPECT_TRUE(screen.state.euclidPlaying());
@@ -173,7 +172,7 @@ TEST(EuclideanRhythmView, ANewNoteValueRestartsButAPresetKeepsPlaying) {
     screen.view->playback().start();
     ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() >= 3; }));
 
-    screen.find<MenuButton>("euclidPresets")->menu()->actions()[3]->trigger(); // E(5,16)
+    screen.find<KitButton>("euclidPresets")->menu()->actions()[3]->trigger(); // E(5,16)
     EXPECT_TRUE(screen.state.euclidPlaying());
     EXPECT_GE(screen.state.euclidStep().value_or(-1), 3);
 
