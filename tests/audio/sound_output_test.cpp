@@ -4,6 +4,7 @@
 // must be those of the click and of the triad that were played.
 #include "audio/chord_player.h"
 #include "audio/rtaudio_backend.h"
+#include "support/private_sound_server.h"
 #include "support/wait.h"
 
 #include <QDir>
@@ -25,7 +26,6 @@ namespace {
 
 constexpr double kRateHz = 44100;
 constexpr int kSecond = 44100;
-constexpr float kSilence = 1e-3f; // above the 16-bit sink's quantisation
 
 // Power of one frequency in a Hann-windowed stretch (a single DFT bin, by
 // Goertzel's recurrence).
@@ -65,120 +65,13 @@ std::vector<double> strongestPeaks(std::span<const float> samples, double fromHz
     return result;
 }
 
-// A throw-away PulseAudio server with one null sink, and a recorder on its
-// monitor. Both processes end with this object.
-class SoundServer {
-public:
-    ~SoundServer() {
-        for (QProcess* process : {&m_recorder, &m_server}) {
-            process->kill();
-            process->waitForFinished(3000);
-        }
-    }
-
-    // Empty when the server runs; otherwise why it does not.
-    QString start() {
-        const QString pulseaudio = QStandardPaths::findExecutable(QStringLiteral("pulseaudio"));
-        const QString parecord = QStandardPaths::findExecutable(QStringLiteral("parecord"));
-        if (pulseaudio.isEmpty() || parecord.isEmpty())
-            return QStringLiteral("pulseaudio or parecord is not installed (scripts/setup)");
-        if (!m_dir.isValid())
-            return QStringLiteral("no temporary directory");
-        const QString runtime = m_dir.filePath(QStringLiteral("runtime"));
-        QDir().mkpath(runtime);
-        m_socket = m_dir.filePath(QStringLiteral("native"));
-
-        // Its own runtime dir and home keep it apart from any desktop
-        // server and from other tests; running as root needs --system=false.
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-        environment.insert(QStringLiteral("HOME"), m_dir.path());
-        environment.remove(QStringLiteral("PULSE_SERVER"));
-        m_server.setProcessEnvironment(environment);
-        m_server.setProcessChannelMode(QProcess::MergedChannels);
-        m_server.start(pulseaudio,
-                       {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                        QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
-                        QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
-                        QStringLiteral("module-null-sink sink_name=quorlen_test"),
-                        QStringLiteral("-L"),
-                        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") +
-                            m_socket});
-        const bool up = testing::waitUntil(
-            [&] {
-                return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning;
-            },
-            10000);
-        if (!up || m_server.state() == QProcess::NotRunning)
-            return QStringLiteral("the PulseAudio server did not start: ") +
-                   QString::fromLocal8Bit(m_server.readAll()).simplified().right(300);
-
-        m_recorder.setProcessEnvironment(environment);
-        m_recorder.start(parecord, {QStringLiteral("--server=unix:") + m_socket,
-                                    QStringLiteral("--device=quorlen_test.monitor"),
-                                    QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
-                                    QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
-                                    QStringLiteral("--latency-msec=10")});
-        QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput, [this] {
-            m_bytes += m_recorder.readAllStandardOutput();
-        });
-        return {};
-    }
-
-    QString serverAddress() const { return QStringLiteral("unix:") + m_socket; }
-
-    // Stereo frames recorded so far.
-    int frameCount() const { return static_cast<int>(m_bytes.size() / (2 * sizeof(float))); }
-    float sample(int frame, int channel) const {
-        float value = 0;
-        std::memcpy(&value, m_bytes.constData() + (2 * frame + channel) * sizeof(float),
-                    sizeof value);
-        return value;
-    }
-    std::vector<float> left(int from, int count) const {
-        std::vector<float> samples;
-        for (int frame = from; frame < from + count; ++frame)
-            samples.push_back(sample(frame, 0));
-        return samples;
-    }
-
-    // First frame at or after `from` that is not silent, waiting for it.
-    std::optional<int> waitForSound(int from, int timeoutMs) {
-        std::optional<int> found;
-        testing::waitUntil(
-            [&] {
-                for (int frame = from; frame < frameCount(); ++frame) {
-                    if (std::abs(sample(frame, 0)) > kSilence) {
-                        found = frame;
-                        return true;
-                    }
-                }
-                from = std::max(from, frameCount());
-                return false;
-            },
-            timeoutMs);
-        return found;
-    }
-
-    bool waitForFrames(int count, int timeoutMs) {
-        return testing::waitUntil([&] { return frameCount() >= count; }, timeoutMs);
-    }
-
-private:
-    QTemporaryDir m_dir;
-    QString m_socket;
-    QProcess m_server;
-    QProcess m_recorder;
-    QByteArray m_bytes;
-};
-
 TEST(SoundOutput, AClickAndATriadReachTheSoundServer) {
-    SoundServer server;
+    testing::PrivateSoundServer server;
     if (const QString reason = server.start(); !reason.isEmpty())
         GTEST_SKIP() << reason.toStdString();
     ASSERT_TRUE(server.waitForFrames(kSecond / 10, 10000)) << "parecord records nothing";
 
-    qputenv("PULSE_SERVER", server.serverAddress().toLocal8Bit());
+    qputenv("PULSE_SERVER", server.address().toLocal8Bit());
     ChordPlayer player(std::make_unique<RtAudioBackend>());
 
     // The click of a hit: 1760 Hz, with 0.35 of its octave.

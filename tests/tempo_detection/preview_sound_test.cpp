@@ -4,6 +4,7 @@
 // tone is previewed from its third second; the recording must start with
 // that second's tone, faded in, and go on to the next one.
 #include "audio/rtaudio_backend.h"
+#include "support/private_sound_server.h"
 #include "support/wait.h"
 #include "tempo_detection/tempo_preview_player.h"
 #include "test_signals.h"
@@ -28,7 +29,6 @@ namespace quorlen {
 namespace {
 
 constexpr double kRateHz = 44100;
-constexpr float kSilence = 1e-3f; // above the 16-bit sink's quantisation
 
 // Power of one frequency in a stretch of samples (Goertzel's recurrence).
 double powerAt(std::span<const float> samples, double hz) {
@@ -58,106 +58,8 @@ float peak(std::span<const float> samples) {
     return result;
 }
 
-// A throw-away PulseAudio server with one null sink and a recorder on its
-// monitor; both processes end with this object.
-class SoundServer {
-public:
-    ~SoundServer() {
-        for (QProcess* process : {&m_recorder, &m_server}) {
-            process->kill();
-            process->waitForFinished(3000);
-        }
-    }
-
-    // Empty when the server runs and records; otherwise why not.
-    QString start() {
-        const QString pulseaudio = QStandardPaths::findExecutable(QStringLiteral("pulseaudio"));
-        const QString parecord = QStandardPaths::findExecutable(QStringLiteral("parecord"));
-        if (pulseaudio.isEmpty() || parecord.isEmpty())
-            return QStringLiteral("pulseaudio or parecord is not installed (scripts/setup)");
-        const QString runtime = m_dir.filePath(QStringLiteral("runtime"));
-        QDir().mkpath(runtime);
-        m_socket = m_dir.filePath(QStringLiteral("native"));
-        // A runtime dir and home of its own keep it apart from any desktop
-        // server; running as root needs --system=false.
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-        environment.insert(QStringLiteral("HOME"), m_dir.path());
-        environment.remove(QStringLiteral("PULSE_SERVER"));
-        m_server.setProcessEnvironment(environment);
-        m_server.setProcessChannelMode(QProcess::MergedChannels);
-        m_server.start(pulseaudio,
-                       {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                        QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
-                        QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
-                        QStringLiteral("module-null-sink sink_name=quorlen_preview"),
-                        QStringLiteral("-L"),
-                        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") +
-                            m_socket});
-        const bool up = testing::waitUntil(
-            [&] { return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning; },
-            10000);
-        if (!up || m_server.state() == QProcess::NotRunning)
-            return QStringLiteral("the PulseAudio server did not start: ") +
-                   QString::fromLocal8Bit(m_server.readAll()).simplified().right(300);
-
-        m_recorder.setProcessEnvironment(environment);
-        m_recorder.start(parecord, {QStringLiteral("--server=unix:") + m_socket,
-                                    QStringLiteral("--device=quorlen_preview.monitor"),
-                                    QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
-                                    QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
-                                    QStringLiteral("--latency-msec=10")});
-        QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput,
-                         [this] { m_bytes += m_recorder.readAllStandardOutput(); });
-        if (!testing::waitUntil([&] { return frameCount() >= 4410; }, 10000))
-            return QStringLiteral("parecord records nothing");
-        return {};
-    }
-
-    QString address() const { return QStringLiteral("unix:") + m_socket; }
-    int frameCount() const { return static_cast<int>(m_bytes.size() / (2 * sizeof(float))); }
-    float sample(int frame, int channel) const {
-        float value = 0;
-        std::memcpy(&value, m_bytes.constData() + (2 * frame + channel) * sizeof(float),
-                    sizeof value);
-        return value;
-    }
-    std::vector<float> left(int from, int count) const {
-        std::vector<float> samples;
-        for (int frame = from; frame < from + count; ++frame)
-            samples.push_back(sample(frame, 0));
-        return samples;
-    }
-    // The first frame at or after `from` that is not silent, waiting for it.
-    std::optional<int> waitForSound(int from, int timeoutMs) {
-        std::optional<int> found;
-        testing::waitUntil(
-            [&] {
-                for (; from < frameCount(); ++from) {
-                    if (std::abs(sample(from, 0)) > kSilence) {
-                        found = from;
-                        return true;
-                    }
-                }
-                return false;
-            },
-            timeoutMs);
-        return found;
-    }
-    bool waitForFrames(int count, int timeoutMs) {
-        return testing::waitUntil([&] { return frameCount() >= count; }, timeoutMs);
-    }
-
-private:
-    QTemporaryDir m_dir;
-    QString m_socket;
-    QProcess m_server;
-    QProcess m_recorder;
-    QByteArray m_bytes;
-};
-
 TEST(PreviewSound, APreviewFromTheThirdSecondIsHeardFadedIn) {
-    SoundServer server;
+    testing::PrivateSoundServer server;
     if (const QString reason = server.start(); !reason.isEmpty())
         GTEST_SKIP() << reason.toStdString();
 

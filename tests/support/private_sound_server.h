@@ -1,0 +1,125 @@
+#pragma once
+
+// A PulseAudio server of a test's own, with one null sink and parecord on
+// its monitor, so a test can hear what the app plays. Both processes end
+// with the object; start() says why when the server cannot run.
+#include "support/wait.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace quorlen::testing {
+
+// Above the 16-bit sink's quantisation.
+inline constexpr float kSilenceLevel = 1e-3f;
+
+// A throw-away PulseAudio server with one null sink and a recorder on its
+// monitor; both processes end with this object.
+class PrivateSoundServer {
+public:
+    ~PrivateSoundServer() {
+        for (QProcess* process : {&m_recorder, &m_server}) {
+            process->kill();
+            process->waitForFinished(3000);
+        }
+    }
+
+    // Empty when the server runs and records; otherwise why not.
+    QString start() {
+        const QString pulseaudio = QStandardPaths::findExecutable(QStringLiteral("pulseaudio"));
+        const QString parecord = QStandardPaths::findExecutable(QStringLiteral("parecord"));
+        if (pulseaudio.isEmpty() || parecord.isEmpty())
+            return QStringLiteral("pulseaudio or parecord is not installed (scripts/setup)");
+        if (!m_dir.isValid())
+            return QStringLiteral("no temporary directory");
+        const QString runtime = m_dir.filePath(QStringLiteral("runtime"));
+        QDir().mkpath(runtime);
+        m_socket = m_dir.filePath(QStringLiteral("native"));
+        // A runtime dir and home of its own keep it apart from any desktop
+        // server; running as root needs --system=false.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+        environment.insert(QStringLiteral("HOME"), m_dir.path());
+        environment.remove(QStringLiteral("PULSE_SERVER"));
+        m_server.setProcessEnvironment(environment);
+        m_server.setProcessChannelMode(QProcess::MergedChannels);
+        m_server.start(pulseaudio,
+                       {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+                        QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
+                        QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
+                        QStringLiteral("module-null-sink sink_name=quorlen_test"),
+                        QStringLiteral("-L"),
+                        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") +
+                            m_socket});
+        const bool up = waitUntil(
+            [&] { return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning; },
+            10000);
+        if (!up || m_server.state() == QProcess::NotRunning)
+            return QStringLiteral("the PulseAudio server did not start: ") +
+                   QString::fromLocal8Bit(m_server.readAll()).simplified().right(300);
+
+        m_recorder.setProcessEnvironment(environment);
+        m_recorder.start(parecord, {QStringLiteral("--server=unix:") + m_socket,
+                                    QStringLiteral("--device=quorlen_test.monitor"),
+                                    QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
+                                    QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
+                                    QStringLiteral("--latency-msec=10")});
+        QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput,
+                         [this] { m_bytes += m_recorder.readAllStandardOutput(); });
+        if (!waitUntil([&] { return frameCount() >= 4410; }, 10000))
+            return QStringLiteral("parecord records nothing");
+        return {};
+    }
+
+    QString address() const { return QStringLiteral("unix:") + m_socket; }
+    int frameCount() const { return static_cast<int>(m_bytes.size() / (2 * sizeof(float))); }
+    float sample(int frame, int channel) const {
+        float value = 0;
+        std::memcpy(&value, m_bytes.constData() + (2 * frame + channel) * sizeof(float),
+                    sizeof value);
+        return value;
+    }
+    std::vector<float> left(int from, int count) const {
+        std::vector<float> samples;
+        for (int frame = from; frame < from + count; ++frame)
+            samples.push_back(sample(frame, 0));
+        return samples;
+    }
+    // The first frame at or after `from` that is not silent, waiting for it.
+    std::optional<int> waitForSound(int from, int timeoutMs) {
+        std::optional<int> found;
+        waitUntil(
+            [&] {
+                for (; from < frameCount(); ++from) {
+                    if (std::abs(sample(from, 0)) > kSilenceLevel) {
+                        found = from;
+                        return true;
+                    }
+                }
+                return false;
+            },
+            timeoutMs);
+        return found;
+    }
+    bool waitForFrames(int count, int timeoutMs) {
+        return waitUntil([&] { return frameCount() >= count; }, timeoutMs);
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QString m_socket;
+    QProcess m_server;
+    QProcess m_recorder;
+    QByteArray m_bytes;
+};
+
+} // namespace quorlen::testing
