@@ -1,27 +1,9 @@
-#include "cli/command_line.h"
+#include "cli_run.h"
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-#include <string>
-#include <string_view>
-#include <vector>
-
 namespace quorlen::cli {
 namespace {
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Outcome run(std::vector<std::string_view> args) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int status = runCommandLine(args, out, err);
-    return {status, out.str(), err.str()};
-}
 
 TEST(EuclidCommand, PrintsPatternHitsStepAndCycle) {
     // 120 BPM in sixteenths: 125 ms a step, 8 steps = 1000 ms.
