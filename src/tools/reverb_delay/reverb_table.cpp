@@ -3,38 +3,12 @@
 #include "app/calculator_state.h"
 #include "tempo/reverb_times.h"
 #include "tools/reverb_delay/reverb_row.h"
-#include "ui/color_scheme.h"
-#include "ui/fonts.h"
+#include "ui/column_header.h"
 #include "ui/hairline.h"
 
-#include <QPainter>
 #include <QVBoxLayout>
 
 namespace quorlen {
-namespace {
-
-class TableHeader : public QWidget {
-public:
-    explicit TableHeader(QWidget* parent) : QWidget(parent) {
-        setFont(uiFont(11, QFont::DemiBold));
-        setFixedHeight(fontMetrics().height() + 4);
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setPen(currentColors().secondaryText);
-        painter.drawText(QRect(ReverbRow::kPaddingX, 0, ReverbRow::kSpaceColumnWidth, height()),
-                         Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Space"));
-        const QString titles[] = {QStringLiteral("Pre-delay"), QStringLiteral("Decay"),
-                                  QStringLiteral("Total")};
-        for (int i = 0; i < 3; ++i)
-            painter.drawText(ReverbRow::timeColumn(i, rect()), Qt::AlignRight | Qt::AlignVCenter,
-                             titles[i]);
-    }
-};
-
-} // namespace
 
 ReverbTable::ReverbTable(CalculatorState& state, const QColor& accent, QWidget* parent)
     : QWidget(parent), m_state(state) {
@@ -42,7 +16,18 @@ ReverbTable::ReverbTable(CalculatorState& state, const QColor& accent, QWidget* 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(new TableHeader(this));
+    // The first column is the space's name; the rest are the time columns.
+    column->addWidget(new ColumnHeader(
+        {{QStringLiteral("Space"), Qt::AlignLeft},
+         {QStringLiteral("Pre-delay"), Qt::AlignRight},
+         {QStringLiteral("Decay"), Qt::AlignRight},
+         {QStringLiteral("Total"), Qt::AlignRight}},
+        [](int index, const QRect& bounds) {
+            if (index == 0)
+                return QRect(ReverbRow::kPaddingX, 0, ReverbRow::kSpaceColumnWidth, bounds.height());
+            return ReverbRow::timeColumn(index - 1, bounds);
+        },
+        this));
     column->addSpacing(6);
     column->addWidget(new Hairline(this));
     column->addSpacing(4);

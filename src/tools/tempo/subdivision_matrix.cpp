@@ -3,6 +3,7 @@
 #include "app/calculator_state.h"
 #include "tempo/tempo_field.h"
 #include "tools/value_cell.h"
+#include "ui/column_header.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 #include "ui/hairline.h"
@@ -54,26 +55,6 @@ QRect valueColumn(int index, const QRect& row) {
 ValueCell* valueCell(ValueCell::Tone tone, const QColor& accent, QWidget* parent) {
     return new ValueCell(valueFont(), tone, accent, parent);
 }
-
-class HeaderRow : public QWidget {
-public:
-    explicit HeaderRow(QWidget* parent) : QWidget(parent) {
-        setFont(uiFont(11, QFont::DemiBold));
-        setFixedHeight(fontMetrics().height() + 4);
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setPen(currentColors().secondaryText);
-        painter.drawText(rect().adjusted(kRowPaddingX, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
-                         QStringLiteral("Note"));
-        const QString titles[] = {QStringLiteral("Straight"), QStringLiteral("Dotted"),
-                                  QStringLiteral("Triplet"), QStringLiteral("Hz")};
-        for (int i = 0; i < 4; ++i)
-            painter.drawText(valueColumn(i, rect()), Qt::AlignRight | Qt::AlignVCenter, titles[i]);
-    }
-};
 
 } // namespace
 
@@ -134,7 +115,18 @@ SubdivisionMatrix::SubdivisionMatrix(CalculatorState& state,
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(new HeaderRow(this));
+    // The note name, then the value columns the rows use.
+    column->addWidget(new ColumnHeader(
+        {{QStringLiteral("Note"), Qt::AlignLeft},
+         {QStringLiteral("Straight"), Qt::AlignRight},
+         {QStringLiteral("Dotted"), Qt::AlignRight},
+         {QStringLiteral("Triplet"), Qt::AlignRight},
+         {QStringLiteral("Hz"), Qt::AlignRight}},
+        [](int index, const QRect& bounds) {
+            return index == 0 ? bounds.adjusted(kRowPaddingX, 0, 0, 0)
+                              : valueColumn(index - 1, bounds);
+        },
+        this));
     column->addSpacing(6);
     column->addWidget(new Hairline(this));
     column->addSpacing(4);
