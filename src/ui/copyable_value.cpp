@@ -1,6 +1,7 @@
 #include "ui/copyable_value.h"
 
 #include "ui/color_scheme.h"
+#include "ui/fonts.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -49,6 +50,12 @@ void CopyableValue::paintEvent(QPaintEvent*) {
 
 CopyableText::CopyableText(QWidget* parent) : CopyableValue(parent) {}
 
+CopyableText::CopyableText(const QFont& font, Tone tone, const QColor& accent, QWidget* parent)
+    : CopyableValue(parent), m_tone(tone), m_copiedColor(accent),
+      m_alignment(Qt::AlignRight | Qt::AlignVCenter) {
+    setFont(font);
+}
+
 void CopyableText::setValue(const QString& display, const QString& copy) {
     setCopyText(copy.isEmpty() ? display : copy);
     if (display == m_display)
@@ -58,8 +65,8 @@ void CopyableText::setValue(const QString& display, const QString& copy) {
     update();
 }
 
-void CopyableText::setColor(const QColor& color) {
-    m_color = color;
+void CopyableText::setTone(Tone tone) {
+    m_tone = tone;
     update();
 }
 
@@ -81,12 +88,14 @@ QSize CopyableText::sizeHint() const {
 }
 
 void CopyableText::paintLabel(QPainter& painter, bool copied) {
-    painter.setFont(font());
+    const SchemeColors colors = currentColors();
+    const QString shown = copied ? QStringLiteral("Copied") : m_display;
     const QColor copiedColor = m_copiedColor.isValid() ? m_copiedColor : QuorlenTheme::saffron();
-    painter.setPen(copied ? copiedColor
-                          : (m_color.isValid() ? m_color : currentColors().primaryText));
-    painter.drawText(rect(), static_cast<int>(m_alignment),
-                     copied ? QStringLiteral("Copied") : m_display);
+    painter.setFont(fittedFont(font(), shown, width()));
+    painter.setPen(copied                    ? copiedColor
+                   : m_tone == Tone::Primary ? colors.primaryText
+                                             : colors.secondaryText);
+    painter.drawText(rect(), static_cast<int>(m_alignment), shown);
 }
 
 } // namespace quorlen

@@ -35,16 +35,22 @@ private:
     QTimer m_resetTimer;
 };
 
-// The plain form: one line of text that reads "Copied" while copied.
+// The plain form: one line of text that reads "Copied" while copied. Its
+// colour is a role looked up at every paint, so a scheme switch recolours
+// it at once; a figure too long for its cell shrinks before it clips.
 class CopyableText : public CopyableValue {
     Q_OBJECT
 public:
+    enum class Tone { Primary, Muted };
+
     explicit CopyableText(QWidget* parent = nullptr);
+    // A table cell: right-aligned, in `font` and `tone`, "Copied" in `accent`.
+    CopyableText(const QFont& font, Tone tone, const QColor& accent, QWidget* parent = nullptr);
 
     // `display` is shown; `copy` goes to the clipboard (display when empty).
     void setValue(const QString& display, const QString& copy = {});
     QString display() const { return m_display; }
-    void setColor(const QColor& color);
+    void setTone(Tone tone);
     // "Copied" is drawn in this colour (saffron unless set).
     void setCopiedColor(const QColor& color);
     void setAlignment(Qt::Alignment alignment);
@@ -56,7 +62,7 @@ protected:
 
 private:
     QString m_display;
-    QColor m_color;
+    Tone m_tone = Tone::Primary;
     QColor m_copiedColor;
     Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
 };

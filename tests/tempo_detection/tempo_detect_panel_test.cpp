@@ -9,7 +9,7 @@
 #include "test_signals.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_view.h"
-#include "tools/value_cell.h"
+#include "ui/copyable_value.h"
 #include "ui/copyable_value.h"
 #include "ui/formula_strip.h"
 #include "ui/kit_button.h"

@@ -1,7 +1,7 @@
 #include "tools/reverb_delay/reverb_row.h"
 
 #include "tools/reverb_delay/space_text.h"
-#include "tools/value_cell.h"
+#include "ui/copyable_value.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 
@@ -34,9 +34,9 @@ ReverbRow::ReverbRow(const tempo::ReverbPreset& preset, bool striped, const QCol
       m_detailLine(detailLine(preset)) {
     setObjectName(QStringLiteral("reverbRow ") + QString::fromUtf8(preset.name));
     setFixedHeight(kRowHeight);
-    m_preDelay = new ValueCell(monoFont(13, QFont::Normal), ValueCell::Tone::Muted, accent, this);
-    m_decay = new ValueCell(monoFont(13, QFont::Bold), ValueCell::Tone::Primary, accent, this);
-    m_total = new ValueCell(monoFont(13, QFont::Normal), ValueCell::Tone::Muted, accent, this);
+    m_preDelay = new CopyableText(monoFont(13, QFont::Normal), CopyableText::Tone::Muted, accent, this);
+    m_decay = new CopyableText(monoFont(13, QFont::Bold), CopyableText::Tone::Primary, accent, this);
+    m_total = new CopyableText(monoFont(13, QFont::Normal), CopyableText::Tone::Muted, accent, this);
 }
 
 void ReverbRow::setTimes(const tempo::ReverbTimes& times) {
@@ -46,7 +46,7 @@ void ReverbRow::setTimes(const tempo::ReverbTimes& times) {
 }
 
 void ReverbRow::resizeEvent(QResizeEvent*) {
-    ValueCell* const cells[] = {m_preDelay, m_decay, m_total};
+    CopyableText* const cells[] = {m_preDelay, m_decay, m_total};
     for (int i = 0; i < 3; ++i)
         cells[i]->setGeometry(timeColumn(i, rect()));
 }

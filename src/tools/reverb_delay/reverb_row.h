@@ -6,7 +6,7 @@
 
 namespace quorlen {
 
-class ValueCell;
+class CopyableText;
 
 // One preset: an accent bar, the name over its use and shape ("drums,
 // percussion · ¼ bar · pre 1/256"), then three copyable times, the decay
@@ -23,9 +23,9 @@ public:
 
     void setTimes(const tempo::ReverbTimes& times);
     const tempo::ReverbPreset& preset() const { return m_preset; }
-    ValueCell* preDelayCell() const { return m_preDelay; }
-    ValueCell* decayCell() const { return m_decay; }
-    ValueCell* totalCell() const { return m_total; }
+    CopyableText* preDelayCell() const { return m_preDelay; }
+    CopyableText* decayCell() const { return m_decay; }
+    CopyableText* totalCell() const { return m_total; }
 
     // The rect of time column `index` (0 to 2) in a row of `rect`.
     static QRect timeColumn(int index, const QRect& rect);
@@ -39,9 +39,9 @@ private:
     bool m_striped;
     QColor m_accent;
     QString m_detailLine;
-    ValueCell* m_preDelay;
-    ValueCell* m_decay;
-    ValueCell* m_total;
+    CopyableText* m_preDelay;
+    CopyableText* m_decay;
+    CopyableText* m_total;
 };
 
 } // namespace quorlen

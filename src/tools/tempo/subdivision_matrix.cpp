@@ -2,7 +2,7 @@
 
 #include "app/calculator_state.h"
 #include "tempo/tempo_field.h"
-#include "tools/value_cell.h"
+#include "ui/copyable_value.h"
 #include "ui/column_header.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
@@ -52,8 +52,8 @@ QRect valueColumn(int index, const QRect& row) {
     return QRect(from, row.top(), to - from, row.height());
 }
 
-ValueCell* valueCell(ValueCell::Tone tone, const QColor& accent, QWidget* parent) {
-    return new ValueCell(valueFont(), tone, accent, parent);
+CopyableText* valueCell(CopyableText::Tone tone, const QColor& accent, QWidget* parent) {
+    return new CopyableText(valueFont(), tone, accent, parent);
 }
 
 } // namespace
@@ -63,21 +63,21 @@ MatrixRow::MatrixRow(tempo::NoteDivision division, int index, const QColor& acce
       m_id(QString::fromStdString(division.id())) {
     setObjectName(QStringLiteral("matrixRow ") + m_id);
     setFixedHeight(kRowHeight);
-    m_straight = valueCell(ValueCell::Tone::Primary, accent, this);
-    m_dotted = valueCell(ValueCell::Tone::Primary, accent, this);
-    m_triplet = valueCell(ValueCell::Tone::Primary, accent, this);
-    m_hz = valueCell(ValueCell::Tone::Muted, accent, this);
+    m_straight = valueCell(CopyableText::Tone::Primary, accent, this);
+    m_dotted = valueCell(CopyableText::Tone::Primary, accent, this);
+    m_triplet = valueCell(CopyableText::Tone::Primary, accent, this);
+    m_hz = valueCell(CopyableText::Tone::Muted, accent, this);
 }
 
 void MatrixRow::resizeEvent(QResizeEvent*) {
-    ValueCell* const cells[] = {m_straight, m_dotted, m_triplet, m_hz};
+    CopyableText* const cells[] = {m_straight, m_dotted, m_triplet, m_hz};
     for (int i = 0; i < 4; ++i)
         cells[i]->setGeometry(valueColumn(i, rect()));
 }
 
 void MatrixRow::setLengths(const tempo::NoteLengths& lengths) {
     // Cells copy the bare number with the decimals shown.
-    auto showMs = [](ValueCell* cell, double ms) {
+    auto showMs = [](CopyableText* cell, double ms) {
         const QString number = QString::fromStdString(tempo::msText(ms));
         cell->setValue(number + QStringLiteral(" ms"), number);
     };

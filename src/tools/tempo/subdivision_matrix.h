@@ -9,7 +9,7 @@
 namespace quorlen {
 
 class CalculatorState;
-class ValueCell;
+class CopyableText;
 class MatrixRow;
 
 // The tempo table: a header row, a faint divider, then one row per note
@@ -41,10 +41,10 @@ public:
     tempo::NoteDivision division() const { return m_division; }
     void setLengths(const tempo::NoteLengths& lengths);
 
-    ValueCell* straightCell() const { return m_straight; }
-    ValueCell* dottedCell() const { return m_dotted; }
-    ValueCell* tripletCell() const { return m_triplet; }
-    ValueCell* hzCell() const { return m_hz; }
+    CopyableText* straightCell() const { return m_straight; }
+    CopyableText* dottedCell() const { return m_dotted; }
+    CopyableText* tripletCell() const { return m_triplet; }
+    CopyableText* hzCell() const { return m_hz; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -55,10 +55,10 @@ private:
     int m_index;
     QColor m_accent;
     QString m_id;
-    ValueCell* m_straight;
-    ValueCell* m_dotted;
-    ValueCell* m_triplet;
-    ValueCell* m_hz;
+    CopyableText* m_straight;
+    CopyableText* m_dotted;
+    CopyableText* m_triplet;
+    CopyableText* m_hz;
 };
 
 } // namespace quorlen

@@ -5,7 +5,7 @@
 #include "tools/reverb_delay/reverb_row.h"
 #include "tools/reverb_delay/reverb_table.h"
 #include "tools/reverb_delay/space_tiles.h"
-#include "tools/value_cell.h"
+#include "ui/copyable_value.h"
 #include "ui/metric_tile.h"
 #include "ui/segmented_picker.h"
 
@@ -107,7 +107,7 @@ TEST_F(SpaceScreen, PickersStoreTheCustomSpaceInTheSharedState) {
 
 TEST_F(SpaceScreen, EveryValueCopiesWithOneDecimalAndNoUnit) {
     QClipboard* clipboard = QGuiApplication::clipboard();
-    ValueCell* decay = row(2)->decayCell();
+    CopyableText* decay = row(2)->decayCell();
     QTest::mouseClick(decay, Qt::LeftButton);
     EXPECT_EQ(clipboard->text(), "1968.8");
     EXPECT_TRUE(decay->isCopied());

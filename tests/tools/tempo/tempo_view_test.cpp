@@ -3,7 +3,7 @@
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_controls.h"
 #include "tools/tempo/tempo_view.h"
-#include "tools/value_cell.h"
+#include "ui/copyable_value.h"
 #include "ui/formula_strip.h"
 #include "ui/kit_slider.h"
 #include "ui/premium_input_field.h"
