@@ -9,6 +9,7 @@ set(quorlen_core_sources
   pitch/note_names.cpp
   pitch/pitch_fields.cpp
   pitch/tet_scale.cpp
+  text/c_locale.cpp
   text/number_format.cpp
   text/typed_number.cpp
   text/sidebar_summary.cpp
