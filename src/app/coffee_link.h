@@ -12,7 +12,6 @@ class CoffeeLink : public QAbstractButton {
 public:
     explicit CoffeeLink(QWidget* parent = nullptr);
 
-    bool isHovering() const { return m_hovering; }
     QSize sizeHint() const override;
 
 protected:

@@ -1,10 +1,11 @@
 #include "app/preferences.h"
 
+#include "config/settings_store.h"
 #include "harmony/circle_of_fifths.h"
 
 namespace quorlen {
 namespace {
-const QString kStatsOptOut = QStringLiteral("statsOptOut");
+const QString kStatsOptOut = QString::fromLatin1(config::kStatsOptOutKey);
 const QString kSelectedTool = QStringLiteral("MainWindow/selectedCalculatorTool");
 const QString kFifthsIndex = QStringLiteral("MainWindow/fifthsSelectedIndex");
 const QString kFifthsMinor = QStringLiteral("MainWindow/fifthsMinorSelected");
@@ -12,8 +13,9 @@ const QString kAppearance = QStringLiteral("appearance");
 } // namespace
 
 Preferences::Preferences()
-    : m_settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
-                 QStringLiteral("calculator")) {}
+    : m_settings(QSettings::NativeFormat, QSettings::UserScope,
+                 QString::fromLatin1(config::kSettingsOrganization),
+                 QString::fromLatin1(config::kSettingsApplication)) {}
 
 bool Preferences::statsOptOut() const { return m_settings.value(kStatsOptOut, false).toBool(); }
 

@@ -1,6 +1,7 @@
 #include "stats/stats.h"
 
 #include "config/deployment.h"
+#include "config/settings_store.h"
 
 #include <QCoreApplication>
 #include <QHostAddress>
@@ -29,8 +30,9 @@ bool isLoopback(const QString& host) {
 
 bool optedOut() {
     const QSettings settings(QSettings::NativeFormat, QSettings::UserScope,
-                             QStringLiteral("quorlen"), QStringLiteral("calculator"));
-    return settings.value(QStringLiteral("statsOptOut"), false).toBool();
+                             QString::fromLatin1(config::kSettingsOrganization),
+                             QString::fromLatin1(config::kSettingsApplication));
+    return settings.value(QString::fromLatin1(config::kStatsOptOutKey), false).toBool();
 }
 
 // Created once, on first use, like the endpoint itself.

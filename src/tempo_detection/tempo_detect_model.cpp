@@ -160,7 +160,7 @@ void TempoDetectModel::rescale(double factor) {
     if (!m_result)
         return;
     const double bpm = factor * m_result->bpm;
-    if (!(bpm >= kMinimumBpm && bpm <= kMaximumBpm))
+    if (!(bpm >= tempo::kControlBpmRange.min && bpm <= tempo::kControlBpmRange.max))
         return;
     stopPreview();
     m_result->bpm = bpm;

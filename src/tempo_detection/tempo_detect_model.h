@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detection/tempo_detector.h"
+#include "tempo/tempo_field.h"
 #include "tempo_detection/tempo_preview_player.h"
 
 #include <QObject>
@@ -42,9 +43,6 @@ public:
     // callback. Tests pass their own.
     using Analyser = std::function<detection::Analysis(const std::string& path,
                                                        const detection::CancelCheck& isCancelled)>;
-
-    static constexpr double kMinimumBpm = 20;
-    static constexpr double kMaximumBpm = 400;
 
     // Without a player, the preview plays on the sound card; without an
     // analyser, files are analysed with the detection engine.

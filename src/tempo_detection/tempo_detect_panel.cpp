@@ -24,8 +24,6 @@
 namespace quorlen {
 namespace {
 
-QString qs(const std::string& text) { return QString::fromStdString(text); }
-
 const QString kEllipsis = QString(QChar(0x2026));
 
 // The large tempo figure is as wide as its digits, so the unit follows it
@@ -212,18 +210,18 @@ void TempoDetectPanel::refresh() {
     if (!result)
         return;
     const TempoDetectModel::Detection& d = *result;
-    const QString tempo = qs(detection::tempoText(d.bpm, false));
+    const QString tempo = QString::fromStdString(detection::tempoText(d.bpm, false));
     m_tempo->setValue(tempo);
     const double confidence = d.estimate.confidence;
     m_confidenceBar->setValue(confidence);
-    m_confidence->setValue(qs(detection::confidenceLabel(confidence)),
-                           qs(text::format("%.0f", text::roundHalfAway(confidence * 100))));
+    m_confidence->setValue(QString::fromStdString(detection::confidenceLabel(confidence)),
+                           QString::fromStdString(text::format("%.0f", text::roundHalfAway(confidence * 100))));
     m_grid->setDetection(d);
-    m_halve->setLabel(QStringLiteral("÷2 → ") + qs(detection::tempoText(d.bpm * 0.5, true)), {});
-    m_halve->setEnabled(d.bpm * 0.5 >= TempoDetectModel::kMinimumBpm);
-    m_double->setLabel(QStringLiteral("×2 → ") + qs(detection::tempoText(d.bpm * 2, true)), {});
-    m_double->setEnabled(d.bpm * 2 <= TempoDetectModel::kMaximumBpm);
-    m_note->setText(qs(detection::detectionNote({d.name.toStdString(),
+    m_halve->setLabel(QStringLiteral("÷2 → ") + QString::fromStdString(detection::tempoText(d.bpm * 0.5, true)), {});
+    m_halve->setEnabled(d.bpm * 0.5 >= tempo::kControlBpmRange.min);
+    m_double->setLabel(QStringLiteral("×2 → ") + QString::fromStdString(detection::tempoText(d.bpm * 2, true)), {});
+    m_double->setEnabled(d.bpm * 2 <= tempo::kControlBpmRange.max);
+    m_note->setText(QString::fromStdString(detection::detectionNote({d.name.toStdString(),
                                                  d.estimate.durationSeconds, d.snappedBars,
                                                  confidence, d.estimate.alternatives})));
 }
@@ -253,7 +251,7 @@ void TempoDetectPanel::useDetectedBpm() {
     if (!result)
         return;
     const double rounded = text::roundHalfAway(result->bpm * 100) / 100;
-    m_state.setBpm(std::clamp(rounded, TempoDetectModel::kMinimumBpm, TempoDetectModel::kMaximumBpm));
+    m_state.setBpm(std::clamp(rounded, tempo::kControlBpmRange.min, tempo::kControlBpmRange.max));
 }
 
 } // namespace quorlen

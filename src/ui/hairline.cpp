@@ -6,13 +6,14 @@
 
 namespace quorlen {
 
-Hairline::Hairline(QWidget* parent) : QWidget(parent) {
+Hairline::Hairline(double opacity, QWidget* parent) : QWidget(parent), m_opacity(opacity) {
     setFixedHeight(1);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
 void Hairline::paintEvent(QPaintEvent*) {
-    QPainter(this).fillRect(rect(), currentColors().border);
+    const QColor border = currentColors().border;
+    QPainter(this).fillRect(rect(), withOpacity(border, border.alphaF() * m_opacity));
 }
 
 } // namespace quorlen

@@ -115,4 +115,15 @@ void PremiumInputField::updateFocus(bool focused) {
     emit focusChanged(focused);
 }
 
+void bindTypedNumber(PremiumInputField* field, QObject* context,
+                     std::function<void(const QString&)> edited, std::function<void()> commit) {
+    QObject::connect(field, &PremiumInputField::textEdited, context, std::move(edited));
+    QObject::connect(field, &PremiumInputField::submitted, context, commit);
+    QObject::connect(field, &PremiumInputField::focusChanged, context,
+                     [commit = std::move(commit)](bool focused) {
+                         if (!focused)
+                             commit();
+                     });
+}
+
 } // namespace quorlen

@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+#include <functional>
+
 class QLineEdit;
 
 namespace quorlen {
@@ -43,5 +45,12 @@ private:
     QLineEdit* m_edit;
     bool m_focused = false;
 };
+
+// Ties a field to the typed number it edits: each edit goes to `edited`
+// (the number's text twin), Return and the end of editing to `commit`. The
+// connections end with `context`, the object owning the number, which a
+// closing window may destroy before its fields lose focus.
+void bindTypedNumber(PremiumInputField* field, QObject* context,
+                     std::function<void(const QString&)> edited, std::function<void()> commit);
 
 } // namespace quorlen

@@ -1,5 +1,6 @@
 #include "harmony/progression.h"
 
+#include "tempo/tempo_field.h"
 #include "text/number_format.h"
 
 #include <algorithm>
@@ -29,9 +30,8 @@ std::span<const ProgressionPreset> progressionPresets(bool isMinor) {
 }
 
 double progressionStepSeconds(double bpm) {
-    if (bpm <= 20)
-        return 6.0;
-    return 120.0 / std::min(bpm, 400.0);
+    using tempo::kControlBpmRange;
+    return 120.0 / std::clamp(bpm, kControlBpmRange.min, kControlBpmRange.max);
 }
 
 int nextProgressionStep(std::optional<int> playingStep, int count) {

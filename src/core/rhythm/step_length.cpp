@@ -1,11 +1,14 @@
 #include "rhythm/step_length.h"
 
+#include "tempo/tempo_field.h"
+
 #include <algorithm>
 
 namespace quorlen::Euclid {
 
 double stepMilliseconds(double bpm, int note) {
-    const double beatMs = bpm <= 20 ? 3000.0 : 60000.0 / std::min(bpm, 400.0);
+    using tempo::kControlBpmRange;
+    const double beatMs = 60000.0 / std::clamp(bpm, kControlBpmRange.min, kControlBpmRange.max);
     return beatMs * 4 / note;
 }
 

@@ -4,6 +4,7 @@
 #include "rhythm/step_length.h"
 #include "state/calculator_state.h"
 #include "text/number_format.h"
+#include "tools/common/formatted.h"
 #include "tools/euclidean/euclid_controls.h"
 #include "tools/euclidean/euclid_playback.h"
 #include "tools/euclidean/euclid_wheel.h"
@@ -16,12 +17,6 @@
 #include <QVBoxLayout>
 
 namespace quorlen {
-namespace {
-
-QString fromStd(const std::string& text) { return QString::fromStdString(text); }
-
-} // namespace
-
 EuclideanRhythmView::EuclideanRhythmView(CalculatorState& state, const QColor& accent,
                                          ChordPlayer& player, QWidget* parent)
     : ToolScreen(QStringLiteral("Rhythm"), QStringLiteral("Euclidean Rhythms"),
@@ -112,14 +107,14 @@ void EuclideanRhythmView::refresh() {
 
     header()->setMetrics({
         {QStringLiteral("Pattern"), name, accent(), std::nullopt},
-        {QStringLiteral("Step 1/%1").arg(note), fromStd(text::format("%.0f ms", stepMs)),
-         QuorlenTheme::saffron(), fromStd(text::format("%.1f", stepMs))},
-        {QStringLiteral("Cycle"), fromStd(text::format("%.0f ms", cycleMs)), QuorlenTheme::teal(),
-         fromStd(text::format("%.0f", cycleMs))},
+        {QStringLiteral("Step 1/%1").arg(note), formatted("%.0f ms", stepMs),
+         QuorlenTheme::saffron(), formatted("%.1f", stepMs)},
+        {QStringLiteral("Cycle"), formatted("%.0f ms", cycleMs), QuorlenTheme::teal(),
+         formatted("%.0f", cycleMs)},
     });
     m_wheel->setContent(pattern(), m_state.euclidStep(), name,
                         QStringLiteral("1/%1 · ").arg(note) +
-                            fromStd(text::format("%.1f ms", stepMs)));
+                            formatted("%.1f ms", stepMs));
     m_controls->refresh();
 }
 

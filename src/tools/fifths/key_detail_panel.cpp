@@ -2,8 +2,8 @@
 
 #include "tools/fifths/chord_tile.h"
 #include "tools/fifths/note_chip.h"
-#include "ui/faint_divider.h"
 #include "ui/fonts.h"
+#include "ui/hairline.h"
 #include "ui/scheme_label.h"
 
 #include <QGridLayout>
@@ -43,7 +43,7 @@ KeyDetailPanel::KeyDetailPanel(const QColor& accent, QWidget* parent)
     signatureRow->addWidget(m_signature);
     signatureRow->addWidget(m_signatureNotes, 1);
     contentLayout()->addLayout(signatureRow);
-    addContent(new FaintDivider(1.0, this));
+    addContent(new Hairline(this));
 
     addContent(sectionTitle(QStringLiteral("Scale"), this));
     auto* scaleRow = new QHBoxLayout;
@@ -70,7 +70,7 @@ KeyDetailPanel::KeyDetailPanel(const QColor& accent, QWidget* parent)
     for (int column = 0; column < 4; ++column)
         grid->setColumnStretch(column, 1);
     contentLayout()->addLayout(grid);
-    addContent(new FaintDivider(1.0, this));
+    addContent(new Hairline(this));
 
     const QString labels[] = {QStringLiteral("Relative"), QStringLiteral("Dominant"),
                               QStringLiteral("Subdominant")};

@@ -2,8 +2,8 @@
 
 #include "harmony/progression.h"
 #include "tools/fifths/chord_tile.h"
-#include "ui/faint_divider.h"
 #include "ui/fonts.h"
+#include "ui/hairline.h"
 #include "ui/kit_button.h"
 #include "ui/scheme_label.h"
 
@@ -43,7 +43,7 @@ ProgressionPanel::ProgressionPanel(const QColor& accent, QWidget* parent)
         m_degrees[static_cast<size_t>(degree)] = button;
     }
     contentLayout()->addLayout(degreeRow);
-    addContent(new FaintDivider(0.4, this));
+    addContent(new Hairline(0.4, this));
 
     auto* sequenceRow = new QHBoxLayout;
     sequenceRow->setSpacing(10);

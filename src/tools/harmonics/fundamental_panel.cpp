@@ -3,6 +3,7 @@
 #include "pitch/note_names.h"
 #include "state/calculator_state.h"
 #include "text/number_format.h"
+#include "tools/common/formatted.h"
 #include "ui/copyable_value.h"
 #include "ui/fonts.h"
 #include "ui/kit_button.h"
@@ -112,8 +113,8 @@ FundamentalPanel::FundamentalPanel(CalculatorState& state, const QColor& accent,
 }
 
 void FundamentalPanel::setFundamental(double hz) {
-    m_fundamental->setValue(QString::fromStdString(text::format("%.2f Hz", hz)),
-                            QString::fromStdString(text::format("%.2f", hz)));
+    m_fundamental->setValue(formatted("%.2f Hz", hz),
+                            formatted("%.2f", hz));
 }
 
 void FundamentalPanel::syncFromState() {

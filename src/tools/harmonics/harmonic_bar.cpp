@@ -2,6 +2,7 @@
 
 #include "text/number_format.h"
 #include "tools/common/cents_color.h"
+#include "tools/common/formatted.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 
@@ -88,11 +89,11 @@ void HarmonicBar::paintEvent(QPaintEvent*) {
     painter.setFont(uiFont(9, QFont::DemiBold));
     painter.setPen(centsColor(m_harmonic.cents));
     painter.drawText(line, Qt::AlignHCenter | Qt::AlignVCenter,
-                     QString::fromStdString(text::format("%+.0f¢", m_harmonic.cents)));
+                     formatted("%+.0f¢", m_harmonic.cents));
 }
 
 QMenu* HarmonicBar::createContextMenu(QWidget* parent) {
-    const QString hz = QString::fromStdString(text::format("%.2f", m_harmonic.frequency));
+    const QString hz = formatted("%.2f", m_harmonic.frequency);
     const QString note = QString::fromStdString(m_harmonic.noteName);
     auto* menu = new QMenu(parent);
     menu->addAction(QStringLiteral("Copy %1 Hz").arg(hz), [hz] { copyText(hz); });

@@ -4,6 +4,7 @@
 #include "pitch/harmonic_series.h"
 #include "state/calculator_state.h"
 #include "text/number_format.h"
+#include "tools/common/formatted.h"
 #include "tools/harmonics/fundamental_panel.h"
 #include "tools/harmonics/harmonic_bar.h"
 #include "ui/fonts.h"
@@ -16,10 +17,6 @@
 
 namespace quorlen {
 namespace {
-
-QString formatted(const char* pattern, double value) {
-    return QString::fromStdString(text::format(pattern, value));
-}
 
 void playTone(double hz) {
     const synth::Partial tone{hz, 1.0f};

@@ -2,6 +2,7 @@
 
 #include "pitch/note_names.h"
 #include "text/number_format.h"
+#include "tools/common/formatted.h"
 #include "tools/note_frequencies/frequency_cell.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
@@ -50,7 +51,7 @@ void FrequencyMatrix::setA4(double a4Hz) {
     for (int pitchClass = 0; pitchClass < 12; ++pitchClass) {
         for (int octave : NoteFrequency::octaves) {
             const double hz = noteFrequencyHz(midiNote(pitchClass, octave), a4Hz);
-            cell(pitchClass, octave)->setValueText(QString::fromStdString(text::format("%.1f", hz)));
+            cell(pitchClass, octave)->setValueText(formatted("%.1f", hz));
         }
     }
 }

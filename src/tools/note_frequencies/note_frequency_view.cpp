@@ -2,6 +2,7 @@
 
 #include "state/calculator_state.h"
 #include "text/number_format.h"
+#include "tools/common/formatted.h"
 #include "tools/note_frequencies/frequency_matrix.h"
 #include "tools/note_frequencies/tuning_controls.h"
 #include "ui/formula_strip.h"
@@ -13,7 +14,7 @@
 namespace quorlen {
 namespace {
 
-QString oneDecimal(double value) { return QString::fromStdString(text::format("%.1f", value)); }
+QString oneDecimal(double value) { return formatted("%.1f", value); }
 
 } // namespace
 

@@ -64,13 +64,9 @@ TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWi
     // Connections use the state as context: a closing window may destroy
     // the state before its widgets lose focus.
     CalculatorState* const context = &state;
-    connect(m_field, &PremiumInputField::textEdited, context,
-            [this](const QString& text) { m_state.setA4Text(text); });
-    connect(m_field, &PremiumInputField::submitted, context, [this] { commitText(); });
-    connect(m_field, &PremiumInputField::focusChanged, context, [this](bool focused) {
-        if (!focused)
-            commitText();
-    });
+    bindTypedNumber(
+        m_field, context, [this](const QString& text) { m_state.setA4Text(text); },
+        [this] { commitText(); });
     // The stepper moves by 1 Hz without rounding: 441.5 steps to 442.5.
     connect(m_stepper, &Stepper::steppedDown, context, [this] {
         m_state.setA4(std::clamp(m_state.a4() - 1, kA4Range.min, kA4Range.max));

@@ -2,6 +2,7 @@
 
 #include "text/number_format.h"
 #include "tools/common/cents_color.h"
+#include "tools/common/formatted.h"
 #include "ui/color_scheme.h"
 #include "ui/copyable_value.h"
 #include "ui/fonts.h"
@@ -10,14 +11,6 @@
 #include <QPainter>
 
 namespace quorlen {
-namespace {
-
-QString formatted(const char* pattern, double value) {
-    return QString::fromStdString(text::format(pattern, value));
-}
-
-} // namespace
-
 StepRow::StepRow(const QColor& accent, QWidget* parent) : QAbstractButton(parent), m_accent(accent) {
     setFixedHeight(kHeight);
     setCursor(Qt::PointingHandCursor);

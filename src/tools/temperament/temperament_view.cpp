@@ -5,6 +5,7 @@
 #include "pitch/tet_scale.h"
 #include "state/calculator_state.h"
 #include "text/number_format.h"
+#include "tools/common/formatted.h"
 #include "tools/temperament/scale_table.h"
 #include "tools/temperament/tuning_lab.h"
 #include "ui/formula_strip.h"
@@ -15,14 +16,6 @@
 #include <cmath>
 
 namespace quorlen {
-namespace {
-
-QString formatted(const char* pattern, double value) {
-    return QString::fromStdString(text::format(pattern, value));
-}
-
-} // namespace
-
 TemperamentView::TemperamentView(CalculatorState& state, const QColor& accent, QWidget* parent)
     : ToolScreen(QStringLiteral("Temperament"), QStringLiteral("Octave Divisions"),
                  QStringLiteral("dial.medium"), accent, parent),

@@ -79,13 +79,9 @@ TuningLab::TuningLab(CalculatorState& state, const QColor& accent, QWidget* pare
     contentLayout()->addLayout(row);
 
     CalculatorState* const context = &state;
-    connect(m_field, &PremiumInputField::textEdited, context,
-            [this](const QString& text) { m_state.setTetReferenceText(text); });
-    connect(m_field, &PremiumInputField::submitted, context, [this] { commitReferenceText(); });
-    connect(m_field, &PremiumInputField::focusChanged, context, [this](bool focused) {
-        if (!focused)
-            commitReferenceText();
-    });
+    bindTypedNumber(
+        m_field, context, [this](const QString& text) { m_state.setTetReferenceText(text); },
+        [this] { commitReferenceText(); });
     connect(m_referenceStepper, &Stepper::steppedDown, context, [this] { stepReference(-1); });
     connect(m_referenceStepper, &Stepper::steppedUp, context, [this] { stepReference(+1); });
     connect(m_divisionsStepper, &Stepper::steppedDown, context,

@@ -42,8 +42,6 @@ public:
     void setLengths(const tempo::NoteLengths& lengths);
 
     CopyableText* straightCell() const { return m_straight; }
-    CopyableText* dottedCell() const { return m_dotted; }
-    CopyableText* tripletCell() const { return m_triplet; }
     CopyableText* hzCell() const { return m_hz; }
 
 protected:

@@ -28,10 +28,6 @@ TempoControls::Clock steadyClock() {
     return [timer] { return static_cast<double>(timer->nsecsElapsed()) / 1e9; };
 }
 
-QString toQString(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
 } // namespace
 
 TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidget* parent)
@@ -85,13 +81,9 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
     connect(spaceShortcut, &QShortcut::activated, context, [this] { tap(); });
     connect(m_tapButton, &QAbstractButton::pressed, context, [this] { tap(); });
 
-    connect(m_field, &PremiumInputField::textEdited, context,
-            [this](const QString& text) { onTextEdited(text); });
-    connect(m_field, &PremiumInputField::submitted, context, [this] { commitText(); });
-    connect(m_field, &PremiumInputField::focusChanged, context, [this](bool focused) {
-        if (!focused)
-            commitText();
-    });
+    bindTypedNumber(
+        m_field, context, [this](const QString& text) { onTextEdited(text); },
+        [this] { commitText(); });
     connect(m_stepper, &Stepper::steppedDown, context,
             [this] { m_state.setBpm(tempo::steppedBpm(m_state.bpm(), -1)); });
     connect(m_stepper, &Stepper::steppedUp, context,
@@ -127,7 +119,7 @@ void TempoControls::commitText() {
 }
 
 void TempoControls::syncTextFromValue() {
-    m_state.setBpmText(toQString(tempo::bpmFieldText(m_state.bpm())));
+    m_state.setBpmText(QString::fromStdString(tempo::bpmFieldText(m_state.bpm())));
 }
 
 void TempoControls::syncControls() {
