@@ -1,7 +1,6 @@
 #include "app/appearance.h"
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
-#include "config/deployment.h"
 #include "ui/color_scheme.h"
 
 #include <QCheckBox>
@@ -33,15 +32,6 @@ TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
                     QStringLiteral("calculator"));
     EXPECT_TRUE(store.value(QStringLiteral("statsOptOut")).toBool());
     EXPECT_TRUE(store.fileName().endsWith(QStringLiteral("quorlen/calculator.conf")));
-}
-
-TEST(Settings, ExplanationNamesTheStatisticsHost) {
-    const QString text = SettingsDialog::statsExplanation();
-    EXPECT_TRUE(text.startsWith(QStringLiteral("Counts app launches and which tools get used — "
-                                               "nothing else. No cookies, no identifiers, no "
-                                               "personal data. Collected by our own server (")));
-    EXPECT_TRUE(text.endsWith(QStringLiteral("), never shared with third parties.")));
-    EXPECT_TRUE(text.contains(QString::fromLatin1(config::kStatsHost)));
 }
 
 TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {

@@ -7,36 +7,6 @@
 namespace quorlen {
 namespace {
 
-TEST(CalculatorState, StartsFromTheDefaultSession) {
-    const CalculatorState state;
-    EXPECT_EQ(state.bpm(), 120.0);
-    EXPECT_EQ(state.bpmText(), QStringLiteral("120"));
-    EXPECT_EQ(state.a4(), 440.0);
-    EXPECT_EQ(state.a4Text(), QStringLiteral("440"));
-    EXPECT_TRUE(state.progression().empty());
-    EXPECT_FALSE(state.progressionPlaying());
-    EXPECT_FALSE(state.playingStep());
-    EXPECT_EQ(state.customTotalBars(), 1.0);
-    EXPECT_EQ(state.customPreDivision(), 64);
-    EXPECT_EQ(state.overtonePitchClass(), 9); // A
-    EXPECT_EQ(state.overtoneOctave(), 1);
-    EXPECT_EQ(state.overtonesEnabled(), (std::set<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13,
-                                                       14, 15, 16}));
-    EXPECT_FALSE(state.overtoneStep());
-    EXPECT_FALSE(state.overtoneSweeping());
-    EXPECT_EQ(state.euclidSteps(), 8);
-    EXPECT_EQ(state.euclidPulses(), 3);
-    EXPECT_EQ(state.euclidRotation(), 0);
-    EXPECT_EQ(state.euclidNote(), 16);
-    EXPECT_FALSE(state.euclidPlaying());
-    EXPECT_FALSE(state.euclidStep());
-    EXPECT_EQ(state.tetDivisions(), 12);
-    EXPECT_EQ(state.tetReference(), 440.0);
-    EXPECT_EQ(state.tetReferenceText(), QStringLiteral("440"));
-    EXPECT_FALSE(state.tetPlaying());
-    EXPECT_FALSE(state.tetStep());
-}
-
 TEST(CalculatorState, AChangeNotifiesWithTheNewValueReadable) {
     CalculatorState state;
     QSignalSpy any(&state, &CalculatorState::changed);

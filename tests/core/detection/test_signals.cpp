@@ -10,26 +10,26 @@
 
 namespace quorlen::detection::testing {
 
-std::vector<float> clickTrain(const ClickTrain& spec) {
-    const auto n = static_cast<size_t>(std::llround(spec.seconds * spec.rateHz));
+std::vector<float> clickTrain(const ClickTrain& train) {
+    const auto n = static_cast<size_t>(std::llround(train.seconds * train.rateHz));
     std::vector<float> out(n, 0.0f);
-    const auto clickLength = static_cast<size_t>(0.01 * spec.rateHz);
-    const double period = 60.0 / spec.bpm;
+    const auto clickLength = static_cast<size_t>(0.01 * train.rateHz);
+    const double period = 60.0 / train.bpm;
     int index = 0;
-    for (double t = spec.firstClickSeconds; t < spec.seconds; t = spec.firstClickSeconds + period * ++index) {
-        const bool accent = spec.accentEvery > 0 && index >= spec.accentFirst &&
-                            (index - spec.accentFirst) % spec.accentEvery == 0;
-        const float gain = accent ? spec.accentGain : spec.gain;
-        const auto start = static_cast<size_t>(std::llround(t * spec.rateHz));
+    for (double t = train.firstClickSeconds; t < train.seconds; t = train.firstClickSeconds + period * ++index) {
+        const bool accent = train.accentEvery > 0 && index >= train.accentFirst &&
+                            (index - train.accentFirst) % train.accentEvery == 0;
+        const float gain = accent ? train.accentGain : train.gain;
+        const auto start = static_cast<size_t>(std::llround(t * train.rateHz));
         for (size_t k = 0; k < clickLength && start + k < n; ++k) {
-            const double s = double(k) / spec.rateHz;
+            const double s = double(k) / train.rateHz;
             out[start + k] = gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * 1000.0 * s) *
                                                        std::exp(-s / 0.002));
         }
-        const auto kickLength = static_cast<size_t>(0.15 * spec.rateHz);
-        for (size_t k = 0; accent && spec.kickHz > 0.0 && k < kickLength && start + k < n; ++k) {
-            const double s = double(k) / spec.rateHz;
-            out[start + k] += gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * spec.kickHz * s) *
+        const auto kickLength = static_cast<size_t>(0.15 * train.rateHz);
+        for (size_t k = 0; accent && train.kickHz > 0.0 && k < kickLength && start + k < n; ++k) {
+            const double s = double(k) / train.rateHz;
+            out[start + k] += gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * train.kickHz * s) *
                                                         std::exp(-s / 0.04));
         }
     }

@@ -20,7 +20,7 @@ struct ClickTrain {
     double kickHz = 0.0;     // accented clicks also get a low decaying tone (a kick); 0 = none
 };
 
-std::vector<float> clickTrain(const ClickTrain& spec);
+std::vector<float> clickTrain(const ClickTrain& train);
 
 std::vector<float> sine(double hz, double seconds, double rateHz, float gain = 0.5f);
 

@@ -26,17 +26,5 @@ TEST(Progression, StepLengthTempoNoteAndWrap) {
     EXPECT_EQ(nextProgressionStep(5, 4), 2); // preset shorter than the old loop
 }
 
-TEST(Progression, PresetsOfEachMode) {
-    const auto major = progressionPresets(false);
-    const auto minor = progressionPresets(true);
-    ASSERT_EQ(major.size(), 4u);
-    ASSERT_EQ(minor.size(), 4u);
-    EXPECT_EQ(major[0].name, "I–V–vi–IV");
-    EXPECT_EQ(major[0].degrees, (std::vector<int>{0, 4, 5, 3}));
-    EXPECT_EQ(major[2].degrees, (std::vector<int>{1, 4, 0}));
-    EXPECT_EQ(minor[3].name, "ii°–v–i");
-    EXPECT_EQ(minor[0].degrees, (std::vector<int>{0, 5, 2, 6}));
-}
-
 } // namespace
 } // namespace quorlen
