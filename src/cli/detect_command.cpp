@@ -24,10 +24,12 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr std::string_view kSynopsis = "usage: quorlen detect [--json] [-j N] PATH...\n";
+constexpr std::string_view kSynopsis =
+    "usage: quorlen detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH...\n";
 
 struct DetectOptions {
     bool json = false;
+    detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
     std::vector<std::string> paths;
 };
@@ -52,6 +54,18 @@ std::optional<std::string> parseOptions(std::span<const std::string_view> args,
             onlyPaths = true;
         } else if (arg == "--json") {
             options.json = true;
+        } else if (arg == "--octave" || arg.starts_with("--octave=")) {
+            std::string_view value = arg.starts_with("--octave=") ? arg.substr(9) : std::string_view();
+            if (arg == "--octave") {
+                if (i + 1 == args.size())
+                    return std::string("'--octave' needs classic, auto or a range such as 80-160");
+                value = args[++i];
+            }
+            const auto mode = detection::parseOctaveMode(value);
+            if (!mode)
+                return "'" + std::string(value) +
+                       "' is not an octave mode (classic, auto, or LO-HI with HI at least 2 x LO)";
+            options.octave = *mode;
         } else if (arg == "-j" || arg == "--jobs" || arg.starts_with("-j") ||
                    arg.starts_with("--jobs=")) {
             std::string_view value = arg.starts_with("--jobs=") ? arg.substr(7) : arg.substr(2);
@@ -114,6 +128,7 @@ private:
 struct Job {
     const std::vector<std::string>& files;
     bool json;
+    detection::OctaveMode octave;
     int innerThreads; // threads inside one analysis
     const std::atomic<bool>& interrupted;
 };
@@ -125,8 +140,8 @@ void work(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
         const std::string& file = job.files[i];
         try {
             const detection::Analysis analysis =
-                detection::analyzeFile(file, cancelled, {job.innerThreads});
-            board.post(i, job.json ? jsonLine(file, analysis.estimate)
+                detection::analyzeFile(file, cancelled, {job.innerThreads}, job.octave);
+            board.post(i, job.json ? jsonLine(file, analysis.estimate, job.octave)
                                    : textLine(file, analysis.estimate), false);
         } catch (const detection::Failure& failure) {
             if (failure.kind() == detection::FailureKind::cancelled)
@@ -158,7 +173,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     const int threads = options.threads > 0 ? options.threads : std::max(environment.defaultThreads, 1);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
-    const Job job{files, options.json, std::max(1, threads / std::max<int>(1, int(files.size()))),
+    const Job job{files, options.json, options.octave, std::max(1, threads / std::max<int>(1, int(files.size()))),
                   interrupted};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 

@@ -39,7 +39,8 @@ std::string textFailureLine(const std::string& file, const std::string& message)
     return file + ": " + message + '\n';
 }
 
-std::string jsonLine(const std::string& file, const detection::Estimate& e) {
+std::string jsonLine(const std::string& file, const detection::Estimate& e,
+                     const detection::OctaveMode& octave) {
     std::string alternatives;
     for (const double bpm : e.alternatives)
         alternatives += (alternatives.empty() ? "" : ",") + jsonNumber(bpm);
@@ -48,7 +49,11 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e) {
            ",\"downbeat\":" + std::to_string(e.downbeat) +
            ",\"confidence\":" + jsonNumber(e.confidence) + ",\"snappedBars\":" +
            (e.snappedBars ? std::to_string(*e.snappedBars) : "null") + ",\"alternatives\":[" +
-           alternatives + "],\"duration\":" + jsonNumber(e.durationSeconds) + "}\n";
+           alternatives + "],\"duration\":" + jsonNumber(e.durationSeconds) +
+           (octave.kind == detection::OctaveKind::classic
+                ? std::string()
+                : ",\"octave\":" + jsonString(detection::octaveModeText(octave))) +
+           "}\n";
 }
 
 std::string jsonFailureLine(const std::string& file, const std::string& message) {

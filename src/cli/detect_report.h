@@ -14,8 +14,9 @@ std::string textLine(const std::string& file, const detection::Estimate& estimat
 std::string textFailureLine(const std::string& file, const std::string& message);
 
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
-// as the same double).
-std::string jsonLine(const std::string& file, const detection::Estimate& estimate);
+// as the same double). A mode other than classic is named in "octave".
+std::string jsonLine(const std::string& file, const detection::Estimate& estimate,
+                     const detection::OctaveMode& octave = detection::OctaveMode::classic());
 std::string jsonFailureLine(const std::string& file, const std::string& message);
 
 // A JSON string literal, quotes included.

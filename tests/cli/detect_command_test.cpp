@@ -128,7 +128,7 @@ TEST(DetectCommand, IsListedInTheCommandTable) {
     const std::vector<std::string_view> detectHelp = {"detect", "--help"};
     std::ostringstream out2;
     EXPECT_EQ(runCommandLine(detectHelp, out2, err), kExitOk);
-    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] PATH...\n");
+    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH...\n");
 }
 
 } // namespace

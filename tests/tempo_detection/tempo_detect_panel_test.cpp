@@ -121,7 +121,9 @@ struct PanelRig {
             std::make_unique<quorlen::testing::FakeAudioBackend>());
         auto model = std::make_unique<TempoDetectModel>(
             std::move(player),
-            [answer](const std::string&, const detection::CancelCheck&) { return answer(); });
+            [answer](const std::string&, const detection::CancelCheck&, const detection::OctaveMode&) {
+                return answer();
+            });
         panel = std::make_unique<TempoDetectPanel>(state, std::move(model));
         panel->resize(700, 400);
         panel->show();
