@@ -25,11 +25,9 @@ int main(int argc, char** argv) {
             for (size_t c = 0; c < candidates.size(); ++c) {
                 const OctaveFeatures& f = candidates[c];
                 std::printf("%s{\"bpm\":%.6f,\"ratio\":%.6f,\"logTempo\":%.6f,"
-                            "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"alternation\":%.6f,"
-                            "\"halfGain\":%.6f,\"doubleGain\":%.6f,\"onsetsPerBeat\":%.6f}",
+                            "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f}",
                             c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength,
-                            f.lowStrength, f.alternation, f.halfGain, f.doubleGain,
-                            f.onsetsPerBeat);
+                            f.lowStrength, f.kicksPerBeat);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

@@ -4,6 +4,7 @@
 #include "detection/grid_score.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 #include <optional>
@@ -12,8 +13,15 @@ namespace quorlen::detection {
 namespace {
 
 constexpr double kReferenceBpm = 120.0;
-constexpr double kAlternationSegmentSeconds = 4.0;
-// Logs of strengths and gains are clipped here, so one empty grid (score 0)
+// Octave and triplet relatives, and the dotted ones that a swung or
+// syncopated groove suggests.
+constexpr std::array<double, 9> kRelatives = {1.0, 0.5, 2.0, 2.0 / 3.0, 1.5, 1.0 / 3.0, 3.0,
+                                              0.75, 4.0 / 3.0};
+// An onset is a value above twice the envelope's RMS (which is 1)
+// that is the largest within +-4 frames (+-46 ms).
+constexpr double kOnsetThreshold = 2.0;
+constexpr size_t kOnsetHalfWindow = 4;
+// Logs of strengths are clipped here, so one empty grid (score 0)
 // cannot dominate the sum.
 constexpr double kLogFloor = -4.0;
 
@@ -34,48 +42,52 @@ double wholeScore(std::span<const double> envelope, double fps, double bpm) {
 } // namespace
 
 double onsetRate(std::span<const double> envelope, double fps) {
-    if (envelope.size() < 3 || !(fps > 0.0))
+    const size_t n = envelope.size();
+    if (n == 0 || !(fps > 0.0))
         return 0.0;
     size_t peaks = 0;
-    for (size_t i = 1; i + 1 < envelope.size(); ++i)
-        if (envelope[i] > 1.0 && envelope[i] >= envelope[i - 1] && envelope[i] > envelope[i + 1])
-            ++peaks;
-    return double(peaks) * fps / double(envelope.size());
+    for (size_t i = 0; i < n; ++i) {
+        if (!(envelope[i] > kOnsetThreshold))
+            continue;
+        // One onset smears over a few frames (a kick's sweep crosses several
+        // bands); only the largest value within the window counts, the first
+        // of equal ones.
+        const size_t from = i >= kOnsetHalfWindow ? i - kOnsetHalfWindow : 0;
+        const size_t to = std::min(n, i + kOnsetHalfWindow + 1);
+        bool largest = true;
+        for (size_t k = from; k < to && largest; ++k)
+            largest = k < i ? envelope[k] < envelope[i] : (k == i || envelope[k] <= envelope[i]);
+        peaks += largest ? 1 : 0;
+    }
+    return double(peaks) * fps / double(n);
 }
 
 std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, double classicBpm) {
     const double fullMean = meanOf(evidence.full);
     const double lowMean = meanOf(evidence.low);
-    const double rate = onsetRate(evidence.full, evidence.fps);
+    const double lowRate = onsetRate(evidence.low, evidence.fps);
     std::vector<OctaveFeatures> candidates;
-    for (const double ratio : kTempoRatios) {
+    for (const double ratio : kRelatives) {
         const double bpm = classicBpm * ratio;
         if (!inTempoRange(bpm))
             continue;
-        const GridFit fit = gridScore(evidence.full, evidence.fps, bpm, std::nullopt);
         OctaveFeatures f;
         f.bpm = bpm;
         f.ratio = ratio;
         f.logTempo = std::log2(bpm / kReferenceBpm);
-        f.fullStrength = clippedLog(fit.score, fullMean);
+        f.fullStrength = clippedLog(wholeScore(evidence.full, evidence.fps, bpm), fullMean);
         f.lowStrength = lowMean > 0.0
                             ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean)
                             : 0.0;
-        f.alternation =
-            gridScore(evidence.full, evidence.fps, bpm, kAlternationSegmentSeconds).alt;
-        f.halfGain = clippedLog(wholeScore(evidence.full, evidence.fps, bpm * 0.5), fit.score);
-        f.doubleGain = clippedLog(wholeScore(evidence.full, evidence.fps, bpm * 2.0), fit.score);
-        f.onsetsPerBeat = rate > 0.0 ? std::log2(rate * 60.0 / bpm) : 0.0;
+        f.kicksPerBeat = lowRate > 0.0 ? std::log2(lowRate * 60.0 / bpm) : 0.0;
         candidates.push_back(f);
     }
     return candidates;
 }
 
 double octaveScore(const OctaveFeatures& f) {
-    // Weights fitted by scripts/fit-octave-model on the development corpus.
-    const double tempoTerm = -1.0 * f.logTempo * f.logTempo;
-    return tempoTerm + 1.0 * f.fullStrength + 0.0 * f.lowStrength + 0.0 * f.alternation +
-           0.0 * f.halfGain + 0.0 * f.doubleGain + 0.0 * f.onsetsPerBeat;
+    return -1.719 * f.logTempo * f.logTempo + 2.233 * f.fullStrength + 2.255 * f.lowStrength -
+           1.444 * f.kicksPerBeat * f.kicksPerBeat;
 }
 
 double chooseOctave(const OctaveEvidence& evidence, double classicBpm) {
