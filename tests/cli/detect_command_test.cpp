@@ -55,7 +55,8 @@ struct Library {
 TEST(DetectCommand, RefusesBadArgumentsWithStatusTwo) {
     const std::vector<std::vector<std::string>> refused = {
         {}, {"--json"}, {"--frob", "x.wav"}, {"-j"}, {"-j", "0", "x.wav"}, {"-j", "two", "x.wav"},
-        {"--jobs=-1", "x.wav"}};
+        {"--jobs=-1", "x.wav"}, {"--octave"}, {"--octave", "x.wav"}, {"--octave=80-120", "x.wav"},
+        {"--octave", "AUTO", "x.wav"}};
     for (const auto& args : refused) {
         const Outcome result = detect(args);
         EXPECT_EQ(result.status, kExitUsage) << (args.empty() ? "" : args[0]);
@@ -63,6 +64,31 @@ TEST(DetectCommand, RefusesBadArgumentsWithStatusTwo) {
         EXPECT_EQ(result.err.rfind("quorlen detect: ", 0), 0u) << result.err;
         EXPECT_NE(result.err.find("usage: quorlen detect"), std::string::npos);
     }
+}
+
+TEST(DetectCommand, AnOctaveModeChangesTheTempoAndIsNamedInTheJson) {
+    const Library library;
+    const std::string loop = library.path("drums/loop.wav"); // 16 beats in 8 s
+    const auto run = [&](std::vector<std::string> options) {
+        options.push_back(loop);
+        const Outcome result = detect(options);
+        EXPECT_EQ(result.status, kExitOk) << result.err;
+        return result.out;
+    };
+    const std::string classic = run({"--json"});
+    EXPECT_EQ(run({"--json", "--octave", "classic"}), classic) << "classic is the default";
+    EXPECT_EQ(classic.find("\"octave\""), std::string::npos) << classic;
+    EXPECT_NE(classic.find("\"bpm\":120,"), std::string::npos) << classic;
+
+    // Folded into [40, 80): 60 BPM, and the 8 s still hold whole bars (2).
+    const std::string folded = run({"--json", "--octave=40-80"});
+    EXPECT_NE(folded.find("\"bpm\":60,"), std::string::npos) << folded;
+    EXPECT_NE(folded.find("\"snappedBars\":2,"), std::string::npos) << folded;
+    EXPECT_NE(folded.find(",\"octave\":\"40-80\"}"), std::string::npos) << folded;
+    EXPECT_NE(run({"--json", "--octave", "auto"}).find(",\"octave\":\"auto\"}"),
+              std::string::npos);
+    // The text line has no field for the mode; it shows the folded tempo.
+    EXPECT_NE(run({"--octave", "150-300"}).find(": 240 BPM · "), std::string::npos);
 }
 
 TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
