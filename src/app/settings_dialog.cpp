@@ -1,9 +1,9 @@
 #include "app/settings_dialog.h"
 
 #include "app/appearance.h"
-#include "app/config.h"
 #include "app/octave_picker.h"
 #include "app/preferences.h"
+#include "config/deployment.h"
 #include "tempo_detection/octave_setting.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"

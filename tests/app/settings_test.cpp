@@ -1,8 +1,8 @@
 #include "app/appearance.h"
-#include "app/config.h"
 #include "app/octave_picker.h"
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
+#include "config/deployment.h"
 #include "tempo_detection/octave_setting.h"
 #include "ui/color_scheme.h"
 
