@@ -78,13 +78,24 @@ std::string writeLoop(const generated::TempDir& dir) {
     return path;
 }
 
-TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
+// The real window on the tempo tool, and the loop written beside it.
+struct WindowWithLoop {
+    WindowWithLoop() {
+        content.resize(1100, 1400);
+        content.show();
+    }
+    TempoView* view() { return qobject_cast<TempoView*>(content.toolView()); }
+
     generated::TempDir dir;
     const QString path = QString::fromStdString(writeLoop(dir));
     ContentView content{QStringLiteral("bpm")};
-    content.resize(1100, 1400);
-    content.show();
-    auto* view = qobject_cast<TempoView*>(content.toolView());
+};
+
+TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
+    WindowWithLoop window;
+    ContentView& content = window.content;
+    const QString& path = window.path;
+    TempoView* view = window.view();
     ASSERT_NE(view, nullptr);
     TempoDetectPanel* panel = view->detectPanel();
     auto* zone = child<DropZone>(panel, "dropZone");
@@ -122,19 +133,14 @@ TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
 }
 
 TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
-    generated::TempDir dir;
-    const QString path = QString::fromStdString(writeLoop(dir));
-    ContentView content{QStringLiteral("bpm")};
-    content.resize(1100, 1400);
-    content.show();
-    auto* view = qobject_cast<TempoView*>(content.toolView());
-    ASSERT_NE(view, nullptr);
-    TempoDetectPanel* panel = view->detectPanel();
+    WindowWithLoop window;
+    ASSERT_NE(window.view(), nullptr);
+    TempoDetectPanel* panel = window.view()->detectPanel();
     const auto shownTempo = [&] { return child<CopyableText>(panel, "detectedTempo")->display(); };
     const auto analysed = [&] {
         return quorlen::testing::waitUntil([&] { return !panel->model().isAnalysing(); }, 20000);
     };
-    panel->analyse(path);
+    panel->analyse(window.path);
     ASSERT_TRUE(analysed());
     ASSERT_EQ(shownTempo(), "128");
 
@@ -153,7 +159,7 @@ TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
     const QString note = child<QLabel>(panel, "detectionNote")->text();
     EXPECT_TRUE(note.contains("file length fits exactly 2 bars")) << note.toStdString();
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
-    EXPECT_EQ(content.state().bpm(), 64);
+    EXPECT_EQ(window.content.state().bpm(), 64);
 
     // Back to "As analysed": the panel is as it was.
     picker->choice()->setCurrentIndex(0);
