@@ -12,8 +12,8 @@ namespace {
 
 using testing::Groove;
 
-TempoEvidence measureGroove(const Groove& spec) {
-    std::vector<float> x = testing::drumGroove(spec);
+TempoEvidence measureGroove(const Groove& groove) {
+    std::vector<float> x = testing::drumGroove(groove);
     const double duration = double(x.size()) / 44100.0;
     return measureTempo(std::move(x), 44100.0, duration, {});
 }
