@@ -1,5 +1,5 @@
 // libFuzzer target: arbitrary bytes through decoding (every format the
-// installed libsndfile reads) and the whole analysis. Failures the detector
+// installed FFmpeg libraries read) and the whole analysis. Failures the detector
 // reports are fine; crashes, sanitizer reports, other exceptions and hangs
 // are findings.
 #include "detection/audio_loader.h"

@@ -1,10 +1,9 @@
 #include "cli/audio_paths.h"
 
+#include "decoding/audio_extensions.h"
+
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 
 namespace quorlen::cli {
@@ -19,7 +18,7 @@ std::vector<std::string> audioFilesUnder(const fs::path& directory) {
         directory, fs::directory_options::skip_permission_denied, error);
     for (; !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
         std::error_code typeError;
-        if (it->is_regular_file(typeError) && hasAudioExtension(it->path().filename().string()))
+        if (it->is_regular_file(typeError) && decoding::hasAudioExtension(it->path().filename().string()))
             files.push_back(it->path().string());
     }
     std::sort(files.begin(), files.end());
@@ -27,19 +26,6 @@ std::vector<std::string> audioFilesUnder(const fs::path& directory) {
 }
 
 } // namespace
-
-bool hasAudioExtension(const std::string& fileName) {
-    static constexpr std::array<std::string_view, 12> kExtensions = {
-        ".wav", ".wave", ".aif", ".aiff", ".aifc", ".caf",
-        ".mp3", ".flac", ".ogg", ".oga", ".opus", ".w64"};
-    const auto dot = fileName.rfind('.');
-    if (dot == std::string::npos || dot == 0)
-        return false;
-    std::string extension = fileName.substr(dot);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
-}
 
 std::vector<std::string> expandAudioPaths(const std::vector<std::string>& paths) {
     std::vector<std::string> files;

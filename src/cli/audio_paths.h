@@ -7,11 +7,8 @@ namespace quorlen::cli {
 
 // The files a list of command-line paths stands for, in order: a file as
 // given (whatever its name, so a wrong one is reported rather than skipped),
-// a directory as its audio files found recursively, sorted by path. A path
+// a directory as its audio files (by extension) found recursively, sorted by path. A path
 // that does not exist is kept, so its analysis reports why.
 std::vector<std::string> expandAudioPaths(const std::vector<std::string>& paths);
-
-// Whether a file name has an extension the decoder reads (case-insensitive).
-bool hasAudioExtension(const std::string& fileName);
 
 } // namespace quorlen::cli

@@ -126,8 +126,8 @@ void work(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
         try {
             const detection::Analysis analysis =
                 detection::analyzeFile(file, cancelled, {job.innerThreads});
-            board.post(i, job.json ? jsonLine(file, analysis.estimate)
-                                   : textLine(file, analysis.estimate), false);
+            board.post(i, job.json ? jsonLine(file, analysis.estimate, analysis.damaged)
+                                   : textLine(file, analysis.estimate, analysis.damaged), false);
         } catch (const detection::Failure& failure) {
             if (failure.kind() == detection::FailureKind::cancelled)
                 return;

@@ -22,7 +22,7 @@ std::string jsonNumber(double value) {
 
 } // namespace
 
-std::string textLine(const std::string& file, const detection::Estimate& e) {
+std::string textLine(const std::string& file, const detection::Estimate& e, bool damaged) {
     std::string line = file + ": " + detection::tempoText(e.bpm, false) + " BPM";
     line += kSeparator + detection::confidenceLabel(e.confidence);
     line += kSeparator + text::format("first beat %.3f s", e.beatOffsetSeconds);
@@ -32,6 +32,8 @@ std::string textLine(const std::string& file, const detection::Estimate& e) {
     if (!e.alternatives.empty())
         line += kSeparator + detection::alternativesText(e.alternatives);
     line += kSeparator + text::format("%.1f s", e.durationSeconds);
+    if (damaged)
+        line += kSeparator + detection::kDamagedNote;
     return line + '\n';
 }
 
@@ -39,7 +41,7 @@ std::string textFailureLine(const std::string& file, const std::string& message)
     return file + ": " + message + '\n';
 }
 
-std::string jsonLine(const std::string& file, const detection::Estimate& e) {
+std::string jsonLine(const std::string& file, const detection::Estimate& e, bool damaged) {
     std::string alternatives;
     for (const double bpm : e.alternatives)
         alternatives += (alternatives.empty() ? "" : ",") + jsonNumber(bpm);
@@ -48,7 +50,8 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e) {
            ",\"downbeat\":" + std::to_string(e.downbeat) +
            ",\"confidence\":" + jsonNumber(e.confidence) + ",\"snappedBars\":" +
            (e.snappedBars ? std::to_string(*e.snappedBars) : "null") + ",\"alternatives\":[" +
-           alternatives + "],\"duration\":" + jsonNumber(e.durationSeconds) + "}\n";
+           alternatives + "],\"duration\":" + jsonNumber(e.durationSeconds) +
+           ",\"damaged\":" + (damaged ? "true" : "false") + "}\n";
 }
 
 std::string jsonFailureLine(const std::string& file, const std::string& message) {

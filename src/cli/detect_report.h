@@ -9,13 +9,14 @@ namespace quorlen::cli {
 // One line (with its newline) per analysed file, for people:
 //   loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars
 //   · also plausible: 60, 240 BPM · 8.0 s
-std::string textLine(const std::string& file, const detection::Estimate& estimate);
-// ... and for a file that could not be analysed: "notes.wav: Format not recognised."
+// ending in " · parts of the file could not be decoded" when `damaged`.
+std::string textLine(const std::string& file, const detection::Estimate& estimate, bool damaged);
+// ... and for a file that could not be analysed: "notes.wav: Not an audio file".
 std::string textFailureLine(const std::string& file, const std::string& message);
 
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
-// as the same double).
-std::string jsonLine(const std::string& file, const detection::Estimate& estimate);
+// as the same double), and "damaged" true when the decoder skipped damage.
+std::string jsonLine(const std::string& file, const detection::Estimate& estimate, bool damaged);
 std::string jsonFailureLine(const std::string& file, const std::string& message);
 
 // A JSON string literal, quotes included.

@@ -102,6 +102,7 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options) try {
     DecodedAudio audio = loadMono(path, isCancelled);
     Analysis analysis;
+    analysis.damaged = audio.damaged;
     analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
     const double duration = audio.durationSeconds();
     analysis.estimate =
