@@ -1,5 +1,5 @@
-// Writes short compressed seed files for the fuzzer into a folder:
-// make_fuzz_seeds DIR. Clicks at 8 kHz or the nearest rate the encoder takes.
+// Writes short seed files for the fuzzer into a folder, one per container
+// and codec the reader meets most: make_fuzz_seeds DIR. Clicks at 8 kHz.
 #include "test_encoder.h"
 
 #include <cmath>
@@ -19,6 +19,13 @@ int main(int argc, char** argv) {
         int rateHz;
     };
     const Seed seeds[] = {
+        {"clicks.wav", {.encoder = "pcm_s16le"}, 8000},
+        {"float.wav", {.encoder = "pcm_f32le"}, 8000},
+        {"clicks.aiff", {.encoder = "pcm_s16be"}, 8000},
+        {"clicks.caf", {.encoder = "pcm_s24le"}, 8000},
+        {"clicks.flac", {.encoder = "flac"}, 8000},
+        {"clicks.mp3", {.encoder = "libmp3lame", .bitRate = 32000}, 8000},
+        {"clicks.ogg", {.encoder = "libvorbis"}, 8000},
         {"clicks.m4a", {.encoder = "aac", .bitRate = 32000}, 8000},
         {"alac.m4a", {.encoder = "alac"}, 8000},
         {"clicks.opus", {.encoder = "libopus", .bitRate = 16000}, 8000},
