@@ -52,7 +52,7 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     const std::string hostile = "a\x1b[31mb\rc\u009bd\xe9\xff\xe2\x82.wav";
     const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0};
 
-    const std::string text = textLine(hostile, e);
+    const std::string text = textLine(hostile, e, false);
     EXPECT_EQ(text.rfind("a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav: 120 BPM", 0), 0u)
         << text;
     EXPECT_EQ(textFailureLine(hostile, "bad\x07"),
@@ -60,7 +60,7 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     // Printable UTF-8 stays as it is.
     EXPECT_EQ(textFailureLine("Café ♯.wav", "x"), "Café ♯.wav: x\n");
 
-    for (const std::string& line : {jsonLine(hostile, e), jsonFailureLine(hostile, "x")}) {
+    for (const std::string& line : {jsonLine(hostile, e, false), jsonFailureLine(hostile, "x")}) {
         const auto json = quorlen::testing::readJson(line);
         ASSERT_TRUE(json) << line;
         EXPECT_EQ((*json)["file"].string(),
