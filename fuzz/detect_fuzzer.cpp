@@ -1,5 +1,5 @@
 // libFuzzer target: arbitrary bytes through decoding (every format the
-// installed FFmpeg libraries read) and the whole analysis. Failures the detector
+// reader reads: libsndfile's PCM and FLAC, FFmpeg's the rest) and the whole analysis. Failures the detector
 // reports are fine; crashes, sanitizer reports, other exceptions and hangs
 // are findings.
 #include "detection/audio_loader.h"

@@ -7,12 +7,12 @@
 
 namespace quorlen::decoding {
 
-class ByteSource;
+class Decoder;
 
 // The one audio-file reader of the system: any container and codec the
-// installed FFmpeg libraries demux and decode (WAV, AIFF, CAF, W64, FLAC,
-// MP3, AAC and ALAC in MP4, WMA, Opus, Vorbis, and the first audio stream
-// of a video file), delivered as interleaved 32-bit floats in -1 ... 1 at
+// installed FFmpeg libraries demux and decode (MP3, AAC and ALAC in MP4,
+// WMA, Opus, Vorbis, the first audio stream of a video file, ...), with
+// PCM WAV, AIFF, CAF, W64 and FLAC read by libsndfile, delivered as interleaved 32-bit floats in -1 ... 1 at
 // the file's own rate and channel count. MP3 and MP4 encoder delay and
 // padding are trimmed where the file records them.
 //
@@ -56,8 +56,6 @@ public:
     bool damaged() const;
 
 private:
-    struct Decoder;
-    explicit AudioFileReader(std::unique_ptr<ByteSource> bytes);
     std::unique_ptr<Decoder> m_decoder;
 };
 

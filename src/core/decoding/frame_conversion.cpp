@@ -46,18 +46,32 @@ void convert(const AVFrame& frame, bool planar, int channels, float* out) {
             out[i * static_cast<size_t>(channels) + static_cast<size_t>(c)] = 0.0f;
 }
 
+// Planar formats keep one plane per channel; returns the sample type's
+// packed twin in `packed`.
+bool isPlanar(AVSampleFormat format, AVSampleFormat& packed) {
+    switch (format) {
+    case AV_SAMPLE_FMT_U8P: packed = AV_SAMPLE_FMT_U8; return true;
+    case AV_SAMPLE_FMT_S16P: packed = AV_SAMPLE_FMT_S16; return true;
+    case AV_SAMPLE_FMT_S32P: packed = AV_SAMPLE_FMT_S32; return true;
+    case AV_SAMPLE_FMT_S64P: packed = AV_SAMPLE_FMT_S64; return true;
+    case AV_SAMPLE_FMT_FLTP: packed = AV_SAMPLE_FMT_FLT; return true;
+    case AV_SAMPLE_FMT_DBLP: packed = AV_SAMPLE_FMT_DBL; return true;
+    default: packed = format; return false;
+    }
+}
+
 } // namespace
 
 bool appendInterleaved(const AVFrame& frame, int channels, std::vector<float>& interleaved) {
     if (frame.nb_samples <= 0 || channels <= 0)
         return true;
-    const auto format = static_cast<AVSampleFormat>(frame.format);
-    const bool planar = av_sample_fmt_is_planar(format) != 0;
+    AVSampleFormat packed = AV_SAMPLE_FMT_NONE;
+    const bool planar = isPlanar(static_cast<AVSampleFormat>(frame.format), packed);
     const size_t first = interleaved.size();
     const size_t count = static_cast<size_t>(frame.nb_samples) * static_cast<size_t>(channels);
     interleaved.resize(first + count);
     float* out = interleaved.data() + first;
-    switch (av_get_packed_sample_fmt(format)) {
+    switch (packed) {
     case AV_SAMPLE_FMT_U8: convert<std::uint8_t>(frame, planar, channels, out); return true;
     case AV_SAMPLE_FMT_S16: convert<std::int16_t>(frame, planar, channels, out); return true;
     case AV_SAMPLE_FMT_S32: convert<std::int32_t>(frame, planar, channels, out); return true;

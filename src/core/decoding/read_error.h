@@ -16,6 +16,7 @@ inline constexpr const char* kNoAudio = "The file has no audio";
 inline constexpr const char* kUnsupportedRate = "Unsupported sample rate";
 inline constexpr const char* kCouldNotRead = "The file could not be read";
 inline constexpr const char* kOutOfMemory = "Not enough memory to read this file";
+inline constexpr const char* kNoDecoder = "The audio decoding libraries are not installed";
 } // namespace message
 
 // Thrown by the reader; `what()` is one of the messages above.
