@@ -42,7 +42,8 @@ std::string textFailureLine(const std::string& file, const std::string& message)
     return terminalSafe(file) + ": " + terminalSafe(message) + '\n';
 }
 
-std::string jsonLine(const std::string& file, const detection::Estimate& e, bool damaged) {
+std::string jsonLine(const std::string& file, const detection::Estimate& e, bool damaged,
+                     const detection::OctaveMode& octave) {
     std::string alternatives;
     for (const double bpm : e.alternatives)
         alternatives += (alternatives.empty() ? "" : ",") + shortestJsonNumber(bpm);
@@ -52,7 +53,11 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e, bool
            ",\"confidence\":" + shortestJsonNumber(e.confidence) + ",\"snappedBars\":" +
            (e.snappedBars ? std::to_string(*e.snappedBars) : "null") + ",\"alternatives\":[" +
            alternatives + "],\"duration\":" + shortestJsonNumber(e.durationSeconds) +
-           ",\"damaged\":" + (damaged ? "true" : "false") + "}\n";
+           ",\"damaged\":" + (damaged ? "true" : "false") +
+           (octave.kind == detection::OctaveKind::classic
+                ? std::string()
+                : ",\"octave\":" + jsonString(detection::octaveModeText(octave))) +
+           "}\n";
 }
 
 std::string jsonFailureLine(const std::string& file, const std::string& message) {

@@ -16,9 +16,11 @@ std::string textLine(const std::string& file, const detection::Estimate& estimat
 std::string textFailureLine(const std::string& file, const std::string& message);
 
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
-// as the same double), names that are no UTF-8 made valid with U+FFFD, and
-// "damaged" true when the decoder skipped damage.
-std::string jsonLine(const std::string& file, const detection::Estimate& estimate, bool damaged);
+// as the same double), names that are no UTF-8 made valid with U+FFFD,
+// "damaged" true when the decoder skipped damage. A mode other than classic
+// is named in "octave".
+std::string jsonLine(const std::string& file, const detection::Estimate& estimate, bool damaged,
+                     const detection::OctaveMode& octave = detection::OctaveMode::classic());
 std::string jsonFailureLine(const std::string& file, const std::string& message);
 
 } // namespace quorlen::cli
