@@ -227,7 +227,8 @@ void TempoDetectPanel::refresh() {
     m_double->setEnabled(d.bpm * 2 <= tempo::kControlBpmRange.max);
     m_note->setText(QString::fromStdString(detection::detectionNote({d.name.toStdString(),
                                                  d.estimate.durationSeconds, d.snappedBars,
-                                                 confidence, d.estimate.alternatives})));
+                                                 confidence, d.estimate.alternatives,
+                                                 d.damaged})));
 }
 
 // A QLabel keeps the colour it was given, so a scheme change recolours it.
