@@ -9,9 +9,9 @@
 //      output (parecord on $QUORLEN_MONITOR), which adds the server's own
 //      buffering and the recorder's latency of about 10 ms.
 #include "app/calculator_state.h"
-#include "audio/audio_backend.h"
+#include "audio/engine/audio_backend.h"
 #include "audio/chord_player.h"
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
 #include "tools/euclidean/euclid_playback.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,7 @@
 // parecord on the sink's monitor. The recording's strongest frequencies
 // must be those of the click and of the triad that were played.
 #include "audio/chord_player.h"
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
 #include "support/private_sound_server.h"
 #include "support/wait.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "audio/audio_backend.h"
-#include "audio/rate_adapter.h"
+#include "audio/engine/audio_backend.h"
+#include "audio/engine/rate_adapter.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
 
 #include <RtAudio.h>
 #include <alsa/error.h>
@@ -29,11 +29,12 @@ void onStreamError(RtAudioError::Type type, const std::string& message) {
 // failures are silent in this app.
 void ignoreAlsaMessage(const char*, int, const char*, int, const char*, ...) {}
 
-// 512 frames (11.6 ms) a block, and at most 4 blocks queued in the server:
-// without a limit PulseAudio buffers up to 2 s and a click sounds 150 ms
-// after its request instead of about 50 ms.
-constexpr unsigned int kPreferredBlockFrames = 512;
-constexpr int kQueuedBlocks = 4;
+// 256 frames (5.8 ms) a block, and at most 2 blocks queued in the server:
+// about 12 ms from a rendered block to the speaker where PulseAudio or
+// PipeWire grants it. Without a limit PulseAudio buffers up to 2 s and a
+// click sounds 150 ms after its request.
+constexpr unsigned int kPreferredBlockFrames = 256;
+constexpr int kQueuedBlocks = 2;
 
 } // namespace
 
@@ -96,6 +97,7 @@ bool RtAudioBackend::open(RenderSource& source) {
                 RtAudio::StreamOptions options;
                 options.streamName = "Quorlen Calculator";
                 options.numberOfBuffers = kQueuedBlocks;
+                options.flags = RTAUDIO_MINIMIZE_LATENCY;
                 try {
                     m_source = &source;
                     audio->openStream(&output, nullptr, RTAUDIO_FLOAT32, rate, &blockFrames,
