@@ -1,6 +1,8 @@
 #include "cli/euclid_command.h"
 
+#include "cli/click_track.h"
 #include "cli/command_line.h"
+#include "cli/interrupt.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
 #include "text/number_format.h"
@@ -25,6 +27,8 @@ struct Request {
     int note = 16;
     double bpm = 120.0;
     bool json = false;
+    bool play = false;
+    std::optional<int> cycles; // none: until Ctrl+C
 };
 
 std::optional<int> parseInt(std::string_view text) {
@@ -54,11 +58,11 @@ std::optional<std::string> parse(std::span<const std::string_view> args, Request
     std::vector<std::string_view> positional;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string_view arg = args[i];
-        if (arg == "--json") {
-            request.json = true;
+        if (arg == "--json" || arg == "--play") {
+            (arg == "--json" ? request.json : request.play) = true;
             continue;
         }
-        if (arg == "--rotate" || arg == "--note" || arg == "--bpm") {
+        if (arg == "--rotate" || arg == "--note" || arg == "--bpm" || arg == "--cycles") {
             if (i + 1 == args.size())
                 return std::string(arg) + " needs a value";
             const std::string_view value = args[++i];
@@ -67,6 +71,11 @@ std::optional<std::string> parse(std::span<const std::string_view> args, Request
                 if (!rotation)
                     return "rotation '" + std::string(value) + "' is not a whole number";
                 request.rotation = *rotation;
+            } else if (arg == "--cycles") {
+                const auto cycles = parseInt(value);
+                if (!cycles || *cycles < 1)
+                    return "cycles '" + std::string(value) + "' is not a whole number from 1";
+                request.cycles = *cycles;
             } else if (arg == "--note") {
                 const auto note = parseInt(value);
                 if (!note || (*note != 4 && *note != 8 && *note != 16))
@@ -98,6 +107,8 @@ std::optional<std::string> parse(std::span<const std::string_view> args, Request
                std::to_string(*steps);
     request.steps = *steps;
     request.pulses = *pulses;
+    if (request.cycles && !request.play)
+        return "--cycles goes with --play";
     return std::nullopt;
 }
 
@@ -109,6 +120,21 @@ std::string joined(const std::vector<int>& values, const char* separator) {
         text += std::to_string(values[i]);
     }
     return text;
+}
+
+// The pattern as the app's rhythm tool plays it: a hit click on hits, a
+// quieter, lower one on rests.
+int play(const Request& request, const std::vector<bool>& pattern, double stepMs,
+         std::ostream& out, std::ostream& err) {
+    out.flush();
+    const InterruptFlag interrupt;
+    ClickTrack track{stepMs / 1000.0, std::nullopt, [&](std::int64_t step) {
+                         return pattern[static_cast<size_t>(step % request.steps)] ? kHitClick
+                                                                                    : kRestClick;
+                     }};
+    if (request.cycles)
+        track.steps = std::int64_t{*request.cycles} * request.steps;
+    return playClickTrack(track, interrupt.raised(), "euclid", err);
 }
 
 } // namespace
@@ -130,14 +156,14 @@ int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::os
         out << "{\"pattern\":\"" << notation << "\",\"hits\":[" << joined(hits, ",")
             << "],\"stepMs\":" << text::format("%.17g", stepMs)
             << ",\"cycleMs\":" << text::format("%.17g", cycleMs) << "}\n";
-        return kExitOk;
+        return request.play ? play(request, pattern, stepMs, out, err) : kExitOk;
     }
     out << "E(" << request.pulses << ',' << request.steps << ")  " << notation << '\n'
         << "hits:  " << (hits.empty() ? std::string("none") : joined(hits, " ")) << '\n'
         << "step:  " << text::format("%.1f ms", stepMs) << "  (1/" << request.note << " at "
         << text::compact(request.bpm) << " BPM)\n"
         << "cycle: " << text::format("%.1f ms", cycleMs) << '\n';
-    return kExitOk;
+    return request.play ? play(request, pattern, stepMs, out, err) : kExitOk;
 }
 
 } // namespace quorlen::cli
