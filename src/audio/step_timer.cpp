@@ -14,6 +14,10 @@ namespace {
 constexpr auto kStartingPoll = std::chrono::milliseconds(2);
 // Re-evaluate at least this often, so a lost output is noticed.
 constexpr double kLongestWaitMs = 250;
+// A chord takes 30 ms to render on a busy two-core machine, and several
+// times that when the machine is overloaded, so long steps are asked for
+// earlier: up to half a step ahead, at most 0.5 s.
+constexpr double kLongestLookAheadSeconds = 0.5;
 
 } // namespace
 
@@ -29,6 +33,9 @@ void StepTimer::start(double stepSeconds, QueueStep queue, ShowStep show) {
     m_queue = std::move(queue);
     m_show = std::move(show);
     m_stepSeconds = stepSeconds;
+    m_lookAheadFrames = std::max<std::int64_t>(
+        kQueueAheadFrames,
+        std::llround(std::min(stepSeconds / 2, kLongestLookAheadSeconds) * RenderSource::kRateHz));
     m_running = true;
     m_anchored = false;
     m_nextQueue = 0;
@@ -87,7 +94,7 @@ void StepTimer::onTimer() {
     for (;;) {
         const std::int64_t frame = now();
         if (m_nextQueue <= m_nextShow &&
-            m_grid.dueFrame(m_nextQueue) - kQueueAheadFrames <= frame) {
+            m_grid.dueFrame(m_nextQueue) - m_lookAheadFrames <= frame) {
             const std::int64_t step = m_nextQueue++;
             const std::int64_t due = m_grid.dueFrame(step);
             if (due >= frame)
@@ -106,7 +113,7 @@ void StepTimer::onTimer() {
 
 void StepTimer::arm(std::int64_t now) {
     const std::int64_t nextFrame = m_nextQueue <= m_nextShow
-                                       ? m_grid.dueFrame(m_nextQueue) - kQueueAheadFrames
+                                       ? m_grid.dueFrame(m_nextQueue) - m_lookAheadFrames
                                        : m_grid.dueFrame(m_nextShow);
     const double waitMs = static_cast<double>(nextFrame - now) * 1000.0 / RenderSource::kRateHz;
     m_timer.start(static_cast<int>(std::ceil(std::clamp(waitMs, 1.0, kLongestWaitMs))));

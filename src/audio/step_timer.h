@@ -15,10 +15,11 @@ class Synthesiser;
 
 // The clock of a sequenced player (click track, scale, sweep, chord loop).
 // Steps lie on a grid of the audio clock, anchored where the output is
-// about to render once it runs. Each step's sound is asked for 50 ms ahead
-// of its due frame and placed on that frame by the mixer, so steps are on
-// time to the sample however late this thread's timer fires; the step is
-// announced when its frame is rendered, for the highlight. Without an
+// about to render once it runs. Each step's sound is asked for ahead of its
+// due frame (50 ms, or up to half a step and 0.5 s for long steps, whose
+// chords take longer to render) and placed on that frame by the mixer, so
+// steps are on time to the sample however late this thread's timer fires;
+// the step is announced when its frame is rendered, for the highlight. Without an
 // output the same grid runs on the steady clock and the sounds go nowhere.
 //
 // For each step i the timer calls queue(i, dueFrame) and then show(i), in
@@ -59,6 +60,7 @@ private:
     StepGrid m_grid;
     std::int64_t m_nextQueue = 0;
     std::int64_t m_nextShow = 1;
+    std::int64_t m_lookAheadFrames = kQueueAheadFrames;
 };
 
 } // namespace quorlen
