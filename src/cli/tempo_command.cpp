@@ -15,8 +15,8 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {
-    {"--json", false}, {"--help", false}, {"--click", false}, {"--bars", true}};
+constexpr KnownOption kOptions[] = {{"--json", false}, {"--click", false}, {"--bars", true}};
+constexpr CommandInfo kCommand{"tempo", kTempoSynopsis, kTempoSummary, kOptions};
 
 constexpr int kBeatsPerBar = 4;
 // A day of 4/4 at 400 BPM; more is a typo.
@@ -33,7 +33,7 @@ int click(double bpm, std::optional<int> bars, std::ostream& out, std::ostream& 
                      }};
     if (bars)
         track.steps = std::int64_t{*bars} * kBeatsPerBar;
-    return playClickTrack(track, interrupt.raised(), "tempo", err);
+    return playClickTrack(track, interrupt.raised(), kCommand.name, err);
 }
 
 void printJson(std::ostream& out, double bpm) {
@@ -87,14 +87,10 @@ void printText(std::ostream& out, double bpm) {
 } // namespace
 
 int runTempoCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "tempo", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kTempoSynopsis << "\n      " << kTempoSummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     if (arguments.positionals.size() > 1)
         return refuse(err, "tempo",
                       {"expected one tempo, got " + std::to_string(arguments.positionals.size())});

@@ -115,7 +115,7 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
     m_playing = true;
     m_startOffset = fromSeconds;
     m_started = m_clock() + preview::kStartDelaySeconds;
-    m_outputRan = false;
+    m_outputRan = !m_backend->isStarting();
     m_outputWatch.start();
     outcome(std::nullopt);
 }

@@ -1,10 +1,10 @@
 #include "tools/euclidean/euclid_playback.h"
 
-#include "app/calculator_state.h"
 #include "audio/step_timer.h"
 #include "audio/synthesiser.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
+#include "state/calculator_state.h"
 
 namespace quorlen {
 

@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "support/recording_synthesiser.h"
 #include "support/wait.h"
 #include "tools/temperament/scale_table.h"

@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "support/recording_synthesiser.h"
 #include "tools/harmonics/fundamental_panel.h"
 #include "tools/harmonics/harmonic_bar.h"

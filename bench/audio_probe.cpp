@@ -13,7 +13,7 @@
 //      player at 90 BPM, each for SECONDS (default 60);
 //   5. each player's peak in the recording.
 // usage: quorlen-audio-probe [SECONDS]
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "audio/chord_player.h"
 #include "audio/engine/async_output.h"
 #include "audio/engine/rtaudio_backend.h"
