@@ -17,6 +17,7 @@
 #include "audio/chord_player.h"
 #include "audio/engine/async_output.h"
 #include "audio/engine/rtaudio_backend.h"
+#include "gui_stall.h"
 #include "harmony/key_selection.h"
 #include "support/private_sound_server.h"
 #include "synth/tone_buffers.h"
@@ -49,27 +50,14 @@ double median(std::vector<double> values) {
     return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
-// Runs the event loop for `ms`, returning the longest gap between two turns
-// of a 1 ms timer: how long the GUI thread was kept from its events.
+// The GUI thread's longest stall over `ms` of running its event loop, with
+// `atStart` run from the loop shortly after it starts.
 double longestStallMs(int ms, const std::function<void()>& atStart = {}) {
-    QElapsedTimer clock;
-    clock.start();
-    qint64 last = 0;
-    qint64 longest = 0;
-    QTimer heartbeat;
-    heartbeat.setTimerType(Qt::PreciseTimer);
-    heartbeat.setInterval(1);
-    QObject::connect(&heartbeat, &QTimer::timeout, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        longest = std::max(longest, now - last);
-        last = now;
-    });
-    heartbeat.start();
     if (atStart)
         QTimer::singleShot(5, atStart);
-    while (clock.elapsed() < ms)
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    return longest / 1e6;
+    QElapsedTimer clock;
+    clock.start();
+    return runUntil([&] { return clock.elapsed() >= ms; });
 }
 
 void runFor(int ms) { longestStallMs(ms); }

@@ -8,6 +8,7 @@
 // longest stall around Preview and around Stop.
 // usage: quorlen-detect-probe AUDIO [RUNS]
 #include "app/content_view.h"
+#include "gui_stall.h"
 #include "support/private_sound_server.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/tempo_detect_panel.h"
@@ -54,27 +55,6 @@ void drop(QWidget* target, const QString& path) {
     QApplication::sendEvent(target, &enter);
     QDropEvent dropped(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(target, &dropped);
-}
-
-// Runs the event loop until `done`, returning the longest gap in ms between
-// two turns of a 1 ms timer: how long the GUI thread was busy elsewhere.
-double runUntil(const std::function<bool()>& done) {
-    QElapsedTimer clock;
-    clock.start();
-    qint64 last = clock.nsecsElapsed();
-    qint64 longest = 0;
-    QTimer heartbeat;
-    heartbeat.setTimerType(Qt::PreciseTimer);
-    heartbeat.setInterval(1);
-    QObject::connect(&heartbeat, &QTimer::timeout, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        longest = std::max(longest, now - last);
-        last = now;
-    });
-    heartbeat.start();
-    while (!done())
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    return double(longest) / 1e6;
 }
 
 } // namespace
