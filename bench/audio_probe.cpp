@@ -119,24 +119,33 @@ struct Segment {
     qint64 fromNs;
 };
 
-// Worst and median distance in ms of onset k from onset 0 + round(k × step).
+// Onsets against their grid, two ways: each interval against its step
+// (round(k × step) − round((k − 1) × step) frames), which a glitch of the
+// server or the recorder spoils once; and each onset against onset 0 +
+// round(k × step), which such a glitch shifts for good.
 void printGrid(const char* name, const std::vector<int>& onsets, double stepFrames,
                const Segment& segment) {
-    std::vector<double> offMs;
-    double worst = 0;
+    size_t exact = 0;
+    long worstInterval = 0;
+    std::vector<double> fromFirstMs;
     for (size_t k = 1; k < onsets.size(); ++k) {
-        const double off = (onsets[k] - onsets[0]) - std::llround(static_cast<double>(k) * stepFrames);
-        offMs.push_back(std::abs(off) * 1000 / 44100);
-        worst = std::max(worst, std::abs(off));
+        const auto due = [&](size_t i) { return std::llround(static_cast<double>(i) * stepFrames); };
+        const long interval = std::labs((onsets[k] - onsets[k - 1]) - (due(k) - due(k - 1)));
+        exact += interval <= 1 ? 1 : 0;
+        worstInterval = std::max(worstInterval, interval);
+        fromFirstMs.push_back(std::abs((onsets[k] - onsets[0]) - due(k)) * 1000.0 / 44100);
     }
     if (qEnvironmentVariableIsSet("QUORLEN_PROBE_VERBOSE")) {
         for (size_t k = 1; k < onsets.size(); ++k)
             std::printf(" %d", onsets[k] - onsets[k - 1]);
         std::printf("\n");
     }
-    std::printf("%-34s %4zu onsets, off the grid: median %.3f ms, worst %.0f frames (%.3f ms); "
-                "recording %+ld frames off the wall clock\n",
-                name, onsets.size(), median(offMs), worst, worst * 1000 / 44100, segment.missing());
+    std::printf("%s: %zu onsets; %zu of %zu intervals within 1 frame of the grid, worst %ld "
+                "frames (%.3f ms); from the first onset: median %.3f ms off; the recording "
+                "ran %+ld frames off the wall clock\n",
+                name, onsets.size(), exact, onsets.empty() ? 0 : onsets.size() - 1,
+                worstInterval, worstInterval * 1000.0 / 44100, median(fromFirstMs),
+                segment.missing());
 }
 
 std::vector<std::vector<float>> clickTemplates() {
