@@ -89,6 +89,13 @@ void StepTimer::onTimer() {
         m_steadyOffsetFrames = now();
         m_onSteadyClock = true;
         m_steady.start();
+    } else if (m_onSteadyClock && m_synthesiser.output() == Synthesiser::Output::running) {
+        // An output is back (or came late): move the grid onto its clock so
+        // that the next step keeps its distance from now.
+        const std::int64_t untilNext = m_grid.dueFrame(m_nextQueue) - now();
+        m_onSteadyClock = false;
+        m_grid.anchorFrame += m_synthesiser.safeFrame() + std::max<std::int64_t>(0, untilNext) -
+                              m_grid.dueFrame(m_nextQueue);
     }
 
     for (;;) {
