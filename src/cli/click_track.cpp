@@ -25,12 +25,14 @@ constexpr auto kDrain = 100ms;
 
 enum class Wait { reached, interrupted, outputLost };
 
-// Waits until the audio clock has rendered up to `frame`.
-Wait waitForFrame(const VoicePool& voices, std::int64_t frame,
-                  const std::atomic<bool>& interrupted) {
+// Waits until the audio clock has rendered up to `frame`. Ctrl+C silences
+// the output at once; closing the stream takes the server a moment more.
+Wait waitForFrame(VoicePool& voices, std::int64_t frame, const std::atomic<bool>& interrupted) {
     for (;;) {
-        if (interrupted.load())
+        if (interrupted.load()) {
+            voices.mute();
             return Wait::interrupted;
+        }
         if (!voices.isOutputRunning())
             return Wait::outputLost;
         if (voices.mixer().framesRendered() >= frame)

@@ -84,6 +84,8 @@ void VoiceMixer::render(float* interleavedStereo, int frameCount) noexcept {
         mix(voice, interleavedStereo, from, frameCount);
     }
     m_limiter.process(interleavedStereo, frameCount);
+    if (m_muted.load(std::memory_order_relaxed))
+        std::fill(interleavedStereo, interleavedStereo + 2 * frameCount, 0.0f);
 
     m_frame += frameCount;
     m_lastBlockFrames.store(frameCount, std::memory_order_relaxed);

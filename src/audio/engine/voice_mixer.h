@@ -56,6 +56,10 @@ public:
     int lastBlockFrames() const { return m_lastBlockFrames.load(std::memory_order_relaxed); }
     // Main thread: sounds handed over and not yet let go of.
     size_t buffersHeld() const;
+    // Any thread: from the next block on, the output is silent for good,
+    // though the voices run on; a stop that takes the stream a while to
+    // close is heard at once.
+    void mute() { m_muted.store(true, std::memory_order_relaxed); }
 
     // Audio thread.
     void render(float* interleavedStereo, int frameCount) noexcept override;
@@ -96,6 +100,7 @@ private:
     SpscRing<std::uint64_t, 128> m_returns;
     std::atomic<std::int64_t> m_framesRendered{0};
     std::atomic<int> m_lastBlockFrames{0};
+    std::atomic<bool> m_muted{false};
 
     // Audio thread only.
     std::array<Voice, kVoiceCount> m_voices{};

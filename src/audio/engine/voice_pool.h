@@ -37,6 +37,8 @@ public:
 
     int nextVoice() const { return m_nextVoice; }
     const VoiceMixer& mixer() const { return m_mixer; }
+    // Silences the output from its next block on, for good.
+    void mute() { m_mixer.mute(); }
     const AudioBackend& backend() const { return *m_backend; }
 
 private:

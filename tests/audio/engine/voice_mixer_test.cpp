@@ -146,6 +146,17 @@ TEST(VoiceMixer, DiscardDropsEverythingQueuedOrPlaying) {
         ASSERT_EQ(sample, 0.0f);
 }
 
+TEST(VoiceMixer, MutedStaysSilentWhileTheClockRunsOn) {
+    VoiceMixer mixer(1.0f);
+    mixer.play(0, samples(std::vector<float>(100, 0.5f)));
+    render(mixer, 10);
+    mixer.mute();
+    mixer.play(1, samples({0.5f}), 20);
+    for (const float sample : render(mixer, 30))
+        ASSERT_EQ(sample, 0.0f);
+    EXPECT_EQ(mixer.framesRendered(), 40);
+}
+
 TEST(VoiceMixer, SixteenLoudVoicesStayWithinFullScale) {
     // 16 overlapping full-scale sines sum to 14.4 at volume 0.9; the limiter
     // holds every sample within its ceiling, and the mix recovers its gain
