@@ -24,6 +24,7 @@ MetricTile::MetricTile(const Metric& metric, QWidget* parent) : CopyableValue(pa
 
 void MetricTile::setMetric(const Metric& metric) {
     setCopyText(metric.copy.value_or(metric.value));
+    setAccessibleName(metric.label + QLatin1Char(' ') + metric.value);
     if (metric == m_metric)
         return;
     m_metric = metric;
