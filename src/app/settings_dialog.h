@@ -22,6 +22,8 @@ public:
     static QString statsExplanation();
 
 private:
+    void outlineCheckBox();
+
     QCheckBox* m_stats;
     QComboBox* m_appearancePicker;
 };
