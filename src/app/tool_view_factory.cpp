@@ -31,11 +31,12 @@ QWidget* createHarmonyView(CalculatorState& state, const QColor& tint, QWidget* 
 
 } // namespace
 
-QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
+QWidget* createToolView(CalculatorTool tool, CalculatorState& state,
+                        const DetectionSession& detection, QWidget* parent) {
     const QColor tint = toolInfo(tool).tint;
     switch (tool) {
     case CalculatorTool::bpm:
-        return new TempoView(state, tint, parent);
+        return new TempoView(state, detection(), tint, parent);
     case CalculatorTool::rhythm:
         return new EuclideanRhythmView(state, tint, ChordPlayer::shared(), parent);
     case CalculatorTool::space:
