@@ -34,8 +34,6 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
       m_playTriad([](double rootHz, TriadQuality quality) {
           ChordPlayer::shared().playTriad(rootHz, quality);
       }) {
-    setMinimumWidth(640);
-
     auto* wheelPanel = new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"),
                                         accent, this);
     m_wheel = new FifthsWheel(accent, wheelPanel);
@@ -45,12 +43,11 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
     auto* rowLayout = new QHBoxLayout(row);
     rowLayout->setContentsMargins(0, 0, 0, 0);
     rowLayout->setSpacing(14);
-    // The wheel's card shrinks with narrow windows and never grows past the
-    // wheel, so wide windows leave the room after the details.
-    wheelPanel->setMaximumWidth(FifthsWheel::kSide + 32);
+    // The wheel's card takes the width the details leave, so the row is as
+    // wide as the panels below it; the wheel shrinks with narrow windows
+    // and stays centred in its card.
     rowLayout->addWidget(wheelPanel, 1, Qt::AlignTop);
     rowLayout->addWidget(m_details, 0, Qt::AlignTop);
-    rowLayout->addStretch(0);
     addSection(row);
 
     m_progression = new ProgressionPanel(accent, this);
