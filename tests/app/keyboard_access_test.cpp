@@ -2,6 +2,7 @@
 #include "app/sidebar.h"
 #include "app/sidebar_tool_row.h"
 #include "tools/fifths/fifths_wheel.h"
+#include "tools/tool_screen.h"
 #include "ui/kit_slider.h"
 #include "ui/segmented_picker.h"
 #include "ui/stepper.h"
@@ -76,10 +77,15 @@ TEST_P(KeyboardAccess, TabReachesEveryControlOfTheTool) {
     for (QWidget* control : controls)
         EXPECT_TRUE(reached.count(control)) << describe(control).toStdString();
 
-    // Reading order: the sidebar first, then the tool; never back and forth.
+    // Reading order: the sidebar first, then the tool from its header's
+    // figures down; never back and forth.
     auto inTool = [this](QWidget* w) { return view.toolView()->isAncestorOf(w); };
     const auto firstTool = std::find_if(order.begin(), order.end(), inTool);
+    ASSERT_NE(firstTool, order.end());
     EXPECT_TRUE(std::all_of(firstTool, order.end(), inTool));
+    auto* screen = qobject_cast<ToolScreen*>(view.toolView());
+    ASSERT_NE(screen, nullptr);
+    EXPECT_TRUE(screen->header()->isAncestorOf(*firstTool)) << describe(*firstTool).toStdString();
 }
 
 bool isInteractiveRole(QAccessible::Role role) {
