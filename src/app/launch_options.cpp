@@ -5,6 +5,13 @@
 #include <QRegularExpression>
 
 namespace quorlen {
+namespace {
+
+// Past this a render takes many seconds and hundreds of MB for a picture
+// nobody asked to be that big (8192 x 8192 x 4 bytes is 256 MB).
+constexpr int kMaxScreenshotSide = 8192;
+
+} // namespace
 
 QString launchUsage() {
     return QStringLiteral(
@@ -16,7 +23,8 @@ QString launchUsage() {
         "  --tool ID              bpm, rhythm, space, frequency, temperament, overtones,\n"
         "                         harmony (default: the stored selection)\n"
         "  --scheme light|dark    colour scheme of the screenshot (default: as the app)\n"
-        "  --size WxH             window size (default 960x720, at least 900x680)\n"
+        "  --size WxH             window size (default 960x720, at least 900x680,\n"
+        "                         at most 8192x8192)\n"
         "  --detect AUDIO         analyse AUDIO in the tempo tool before rendering\n");
 }
 
@@ -37,6 +45,9 @@ std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& a
             options.screenshotPath = value();
             if (!options.screenshotPath || options.screenshotPath->isEmpty())
                 return LaunchError{QStringLiteral("--screenshot needs a file name")};
+            if (!options.screenshotPath->endsWith(QLatin1String(".png"), Qt::CaseInsensitive))
+                return LaunchError{QStringLiteral("--screenshot writes PNG: the file name must "
+                                                  "end in .png")};
         } else if (argument == QLatin1String("--tool")) {
             options.tool = value();
             if (!options.tool || !toolFromRawValue(*options.tool))
@@ -56,6 +67,9 @@ std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& a
             if (!match.hasMatch())
                 return LaunchError{QStringLiteral("--size needs WIDTHxHEIGHT, such as 960x720")};
             options.size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
+            if (options.size->width() > kMaxScreenshotSide ||
+                options.size->height() > kMaxScreenshotSide)
+                return LaunchError{QStringLiteral("--size goes up to %1x%1").arg(kMaxScreenshotSide)};
         } else if (argument == QLatin1String("--detect")) {
             options.detectPath = value();
             if (!options.detectPath || options.detectPath->isEmpty())

@@ -12,9 +12,11 @@
 #include <QDeadlineTimer>
 #include <QIcon>
 #include <QImage>
+#include <QImageWriter>
 #include <QLoggingCategory>
 #include <QTextStream>
 
+#include <clocale>
 #include <cstdio>
 #include <optional>
 #include <cstring>
@@ -43,9 +45,15 @@ int saveScreenshot(MainWindow& window, const LaunchOptions& options) {
         QApplication::processEvents();
     }
     const QImage image = window.grab().toImage();
-    if (!image.save(*options.screenshotPath, "PNG")) {
-        std::fprintf(stderr, "quorlen-calculator: cannot write %s\n",
-                     qPrintable(*options.screenshotPath));
+    if (image.isNull()) {
+        std::fprintf(stderr, "quorlen-calculator: not enough memory for a %dx%d screenshot\n",
+                     window.width(), window.height());
+        return 1;
+    }
+    QImageWriter writer(*options.screenshotPath, "png");
+    if (!writer.write(image)) {
+        std::fprintf(stderr, "quorlen-calculator: cannot write %s: %s\n",
+                     qPrintable(*options.screenshotPath), qPrintable(writer.errorString()));
         return 1;
     }
     return 0;
@@ -100,6 +108,9 @@ int main(int argc, char** argv) {
     }
 
     QApplication app(argc, argv);
+    // QApplication adopts the user's locale for every C library call; numbers
+    // printed or read through it would then use the locale's decimal comma.
+    std::setlocale(LC_NUMERIC, "C");
     QApplication::setOrganizationName(QStringLiteral("quorlen"));
     QApplication::setApplicationName(QStringLiteral("calculator"));
     QApplication::setApplicationVersion(QString::fromLatin1(kVersion));

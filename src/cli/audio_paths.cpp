@@ -12,18 +12,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> audioFilesUnder(const fs::path& directory) {
-    std::vector<std::string> files;
-    std::error_code error;
-    fs::recursive_directory_iterator it(
-        directory, fs::directory_options::skip_permission_denied, error);
-    for (; !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
-        std::error_code typeError;
-        if (it->is_regular_file(typeError) && hasAudioExtension(it->path().filename().string()))
-            files.push_back(it->path().string());
+std::vector<AudioPath> audioFilesUnder(const fs::path& directory) {
+    std::vector<AudioPath> found;
+    std::vector<fs::path> pending{directory};
+    while (!pending.empty()) {
+        const fs::path folder = std::move(pending.back());
+        pending.pop_back();
+        std::error_code error;
+        for (fs::directory_iterator it(folder, error); !error && it != fs::directory_iterator();
+             it.increment(error)) {
+            std::error_code typeError;
+            if (!it->is_symlink(typeError) && it->is_directory(typeError))
+                pending.push_back(it->path());
+            else if (it->is_regular_file(typeError) &&
+                     hasAudioExtension(it->path().filename().string()))
+                found.push_back({it->path().string(), {}});
+        }
+        if (error)
+            found.push_back({folder.string(), error.message()});
     }
-    std::sort(files.begin(), files.end());
-    return files;
+    std::sort(found.begin(), found.end(),
+              [](const AudioPath& a, const AudioPath& b) { return a.path < b.path; });
+    return found;
 }
 
 } // namespace
@@ -41,15 +51,15 @@ bool hasAudioExtension(const std::string& fileName) {
     return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
 }
 
-std::vector<std::string> expandAudioPaths(const std::vector<std::string>& paths) {
-    std::vector<std::string> files;
+std::vector<AudioPath> expandAudioPaths(const std::vector<std::string>& paths) {
+    std::vector<AudioPath> files;
     for (const std::string& path : paths) {
         std::error_code error;
         if (fs::is_directory(path, error)) {
-            const std::vector<std::string> found = audioFilesUnder(path);
+            const std::vector<AudioPath> found = audioFilesUnder(path);
             files.insert(files.end(), found.begin(), found.end());
         } else {
-            files.push_back(path);
+            files.push_back({path, {}});
         }
     }
     return files;

@@ -33,11 +33,8 @@ const std::vector<Command> kCommands = {
     {"tet", kTetSynopsis, kTetSummary, runTetCommand},
     {"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, runHarmonicsCommand},
     {"key", kKeySynopsis, kKeySummary, runKeyCommand},
-    {"euclid", "quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]",
-     "K hits spread over N steps: the pattern, its hits, step and cycle in ms.", runEuclid},
-    {"detect", "quorlen detect [--json] [-j N] PATH...",
-     "Tempo, beat offset, downbeat and confidence of audio files, or of folders of them.",
-     detectCommand},
+    {"euclid", kEuclidSynopsis, kEuclidSummary, runEuclid},
+    {"detect", kDetectSynopsis, kDetectSummary, detectCommand},
 };
 
 void printUsage(std::ostream& stream) {

@@ -1,5 +1,6 @@
 #include "cli/detect_command.h"
 
+#include "cli/arguments.h"
 #include "cli/audio_paths.h"
 #include "cli/command_line.h"
 #include "cli/detect_report.h"
@@ -9,14 +10,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <chrono>
 #include <condition_variable>
+#include <limits>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -24,7 +27,8 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr std::string_view kSynopsis = "usage: quorlen detect [--json] [-j N] PATH...\n";
+constexpr KnownOption kOptions[] = {{"--json", false}, {"-j", true, "--jobs"}};
+constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
     bool json = false;
@@ -32,45 +36,20 @@ struct DetectOptions {
     std::vector<std::string> paths;
 };
 
-std::optional<int> parseCount(std::string_view text) {
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < 1)
-        return std::nullopt;
-    return value;
-}
-
-// Returns the reason the arguments were refused, or nothing.
-std::optional<std::string> parseOptions(std::span<const std::string_view> args,
-                                        DetectOptions& options) {
-    bool onlyPaths = false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string_view arg = args[i];
-        if (onlyPaths || arg == "-" || !arg.starts_with('-')) {
-            options.paths.emplace_back(arg);
-        } else if (arg == "--") {
-            onlyPaths = true;
-        } else if (arg == "--json") {
-            options.json = true;
-        } else if (arg == "-j" || arg == "--jobs" || arg.starts_with("-j") ||
-                   arg.starts_with("--jobs=")) {
-            std::string_view value = arg.starts_with("--jobs=") ? arg.substr(7) : arg.substr(2);
-            if (arg == "-j" || arg == "--jobs") {
-                if (i + 1 == args.size())
-                    return "'" + std::string(arg) + "' needs a number of threads";
-                value = args[++i];
-            }
-            const auto count = parseCount(value);
-            if (!count)
-                return "'" + std::string(value) + "' is not a number of threads (1 or more)";
-            options.threads = *count;
-        } else {
-            return "unknown option '" + std::string(arg) + "'";
-        }
+std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& arguments) {
+    DetectOptions options;
+    options.json = arguments.has("--json");
+    if (const auto text = arguments.value("-j")) {
+        const auto threads =
+            wholeNumberArgument(*text, 1, std::numeric_limits<int>::max(), "a number of threads");
+        if (const auto* error = std::get_if<UsageError>(&threads))
+            return *error;
+        options.threads = std::get<int>(threads);
     }
+    options.paths.assign(arguments.positionals.begin(), arguments.positionals.end());
     if (options.paths.empty())
-        return std::string("no file or folder given");
-    return std::nullopt;
+        return UsageError{"no file or folder given"};
+    return options;
 }
 
 // Results of all files, filled by the workers in any order, printed in order.
@@ -111,33 +90,68 @@ private:
     size_t finished_ = 0;
 };
 
+// More threads than a few per core only cost memory and start-up time.
+constexpr int kThreadsPerCore = 2;
+
 struct Job {
-    const std::vector<std::string>& files;
+    const std::vector<AudioPath>& files;
     bool json;
     int innerThreads; // threads inside one analysis
-    const std::atomic<bool>& interrupted;
+    detection::CancelCheck cancelled;
 };
 
-// Analyses files until none is left or Ctrl+C; a cancelled file posts nothing.
-void work(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
-    const detection::CancelCheck cancelled = [&] { return job.interrupted.load(); };
-    for (size_t i = next++; i < job.files.size() && !cancelled(); i = next++) {
-        const std::string& file = job.files[i];
+std::string failureLine(const Job& job, const std::string& file, const std::string& message) {
+    return job.json ? jsonFailureLine(file, message) : textFailureLine(file, message);
+}
+
+// Analyses the next file that no thread has taken yet and posts its line;
+// false when none is left or the run was stopped. A cancelled file posts
+// nothing.
+bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
+    const size_t i = next++;
+    if (i >= job.files.size() || job.cancelled())
+        return false;
+    const AudioPath& entry = job.files[i];
+    const std::string& file = entry.path;
+    if (!entry.error.empty()) {
+        board.post(i, failureLine(job, file, entry.error), true);
+        return true;
+    }
+    try {
+        const detection::Analysis analysis =
+            detection::analyzeFile(file, job.cancelled, {job.innerThreads});
+        board.post(i, job.json ? jsonLine(file, analysis.estimate)
+                               : textLine(file, analysis.estimate), false);
+    } catch (const detection::Failure& failure) {
+        if (failure.kind() == detection::FailureKind::cancelled)
+            return false;
+        board.post(i, failureLine(job, file, failure.what()), true);
+    } catch (const std::bad_alloc&) {
+        board.post(i, failureLine(job, file, "Not enough memory to analyse this file"), true);
+    } catch (const std::exception& error) {
+        board.post(i, failureLine(job, file, error.what()), true);
+    }
+    return true;
+}
+
+// Starts up to `count` workers; when the system refuses a thread (a process
+// limit, no memory for its stack) the run goes on with those it has, down
+// to none, when the calling thread does the work itself.
+std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic<size_t>& next,
+                                       ResultBoard& board) {
+    std::vector<std::jthread> pool;
+    pool.reserve(count);
+    for (size_t w = 0; w < count; ++w) {
         try {
-            const detection::Analysis analysis =
-                detection::analyzeFile(file, cancelled, {job.innerThreads});
-            board.post(i, job.json ? jsonLine(file, analysis.estimate)
-                                   : textLine(file, analysis.estimate), false);
-        } catch (const detection::Failure& failure) {
-            if (failure.kind() == detection::FailureKind::cancelled)
-                return;
-            board.post(i, job.json ? jsonFailureLine(file, failure.what())
-                                   : textFailureLine(file, failure.what()), true);
-        } catch (const std::exception& error) {
-            board.post(i, job.json ? jsonFailureLine(file, error.what())
-                                   : textFailureLine(file, error.what()), true);
+            pool.emplace_back([&] {
+                while (analyseNext(job, next, board)) {
+                }
+            });
+        } catch (const std::system_error&) {
+            break;
         }
     }
+    return pool;
 }
 
 // "\r" + erase-line keeps the progress on one terminal line.
@@ -152,29 +166,32 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     static const std::atomic<bool> kNever{false};
     const std::atomic<bool>& interrupted =
         environment.interrupted ? *environment.interrupted : kNever;
-    const std::vector<std::string> files = expandAudioPaths(options.paths);
+    std::atomic<bool> outputFailed{false};
+    const std::vector<AudioPath> files = expandAudioPaths(options.paths);
     if (files.empty())
         err << "quorlen detect: no audio files found\n"; // folders without any; not a failure
-    const int threads = options.threads > 0 ? options.threads : std::max(environment.defaultThreads, 1);
+    const int cores = std::max(environment.defaultThreads, 1);
+    const int threads = std::clamp(options.threads > 0 ? options.threads : cores, 1,
+                                   kThreadsPerCore * cores);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
     const Job job{files, options.json, std::max(1, threads / std::max<int>(1, int(files.size()))),
-                  interrupted};
+                  [&] { return interrupted.load() || outputFailed.load(); }};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 
     ResultBoard board(files.size());
     std::atomic<size_t> next{0};
-    std::vector<std::jthread> pool;
-    for (size_t w = 0; w < workers; ++w)
-        pool.emplace_back([&] { work(job, next, board); });
+    std::vector<std::jthread> pool = startWorkers(workers, job, next, board);
 
     bool anyFailed = false;
     size_t shown = SIZE_MAX; // count on the progress line, redrawn only when it changes
-    for (size_t i = 0; i < files.size() && !interrupted;) {
+    for (size_t i = 0; i < files.size() && !job.cancelled();) {
         if (progress && board.finished() != shown) {
             shown = board.finished();
             showProgress(err, shown, files.size());
         }
+        if (pool.empty())
+            analyseNext(job, next, board);
         bool failed = false;
         const std::optional<std::string> line = board.take(i, std::chrono::milliseconds(50), failed);
         if (!line || interrupted)
@@ -184,6 +201,9 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
             shown = SIZE_MAX;
         }
         out << *line << std::flush;
+        // Nobody reads the results any more: stop analysing.
+        if (!out)
+            outputFailed = true;
         anyFailed = anyFailed || failed;
         ++i;
     }
@@ -192,23 +212,20 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         clearProgress(err);
     if (interrupted)
         return kExitInterrupted;
-    return anyFailed ? kExitFailed : kExitOk;
+    return anyFailed || outputFailed ? kExitFailed : kExitOk;
 }
 
 } // namespace
 
 int runDetect(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
               const DetectEnvironment& environment) {
-    if (!args.empty() && (args.front() == "--help" || args.front() == "-h")) {
-        out << kSynopsis;
-        return kExitOk;
-    }
-    DetectOptions options;
-    if (const auto refusal = parseOptions(args, options)) {
-        err << "quorlen detect: " << *refusal << '\n' << kSynopsis;
-        return kExitUsage;
-    }
-    return analyzeAll(options, out, err, environment);
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const auto options = readOptions(std::get<ParsedArguments>(read));
+    if (const auto* error = std::get_if<UsageError>(&options))
+        return refuse(err, kCommand.name, *error);
+    return analyzeAll(std::get<DetectOptions>(options), out, err, environment);
 }
 
 int detectCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {

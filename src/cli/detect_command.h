@@ -7,6 +7,10 @@
 
 namespace quorlen::cli {
 
+inline constexpr std::string_view kDetectSynopsis = "quorlen detect [--json] [-j N] PATH...";
+inline constexpr std::string_view kDetectSummary =
+    "Tempo, beat offset, downbeat and confidence of audio files, or of folders of them.";
+
 // What `quorlen detect` needs from its surroundings, so tests can supply it.
 struct DetectEnvironment {
     const std::atomic<bool>* interrupted = nullptr; // raised by Ctrl+C

@@ -6,7 +6,8 @@
 
 namespace quorlen::cli {
 
-// One line (with its newline) per analysed file, for people:
+// One line (with its newline) per analysed file, for people (control bytes
+// and bytes that are no UTF-8 in the name or message shown escaped):
 //   loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars
 //   · also plausible: 60, 240 BPM · 8.0 s
 std::string textLine(const std::string& file, const detection::Estimate& estimate);
@@ -14,11 +15,8 @@ std::string textLine(const std::string& file, const detection::Estimate& estimat
 std::string textFailureLine(const std::string& file, const std::string& message);
 
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
-// as the same double).
+// as the same double), names that are no UTF-8 made valid with U+FFFD.
 std::string jsonLine(const std::string& file, const detection::Estimate& estimate);
 std::string jsonFailureLine(const std::string& file, const std::string& message);
-
-// A JSON string literal, quotes included.
-std::string jsonString(const std::string& text);
 
 } // namespace quorlen::cli

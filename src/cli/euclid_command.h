@@ -6,8 +6,12 @@
 
 namespace quorlen::cli {
 
-// quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]
-// Prints the pattern in x/. notation, its hit indices, and the step and
+inline constexpr std::string_view kEuclidSynopsis =
+    "quorlen euclid K N [--rotate R] [--note 4|8|16] [--bpm B] [--json]";
+inline constexpr std::string_view kEuclidSummary =
+    "K hits spread over N steps: the pattern, its hits, step and cycle in ms.";
+
+// `quorlen euclid`: prints the pattern in x/. notation, its hit indices, and the step and
 // cycle lengths in ms; --json gives the same as one object.
 int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::ostream& err);
 

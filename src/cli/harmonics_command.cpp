@@ -15,8 +15,8 @@ namespace {
 
 using text::format;
 
-constexpr KnownOption kOptions[] = {
-    {"--a4", true}, {"--count", true}, {"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--a4", true}, {"--count", true}, {"--json", false}};
+constexpr CommandInfo kCommand{"harmonics", kHarmonicsSynopsis, kHarmonicsSummary, kOptions};
 
 // The app offers octaves 0 to 4 for the fundamental; 16 harmonics by default.
 constexpr int kHighestOctave = 4;
@@ -91,14 +91,10 @@ void printText(std::ostream& out, const HarmonicsRequest& request) {
 
 int runHarmonicsCommand(std::span<const std::string_view> args, std::ostream& out,
                         std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "harmonics", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kHarmonicsSynopsis << '\n' << kHarmonicsSummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     const auto request = readRequest(arguments);
     if (const auto* error = std::get_if<UsageError>(&request))
         return refuse(err, "harmonics", *error);

@@ -1,5 +1,7 @@
 #include "cli/json_writer.h"
 
+#include "cli/utf8.h"
+
 #include "text/number_format.h"
 
 #include <cmath>
@@ -10,7 +12,16 @@ namespace quorlen::cli {
 
 std::string jsonString(std::string_view text) {
     std::string quoted = "\"";
-    for (const char c : text) {
+    while (!text.empty()) {
+        const size_t length = utf8SequenceLength(text);
+        const char c = text.front();
+        if (length == 0) {
+            // JSON text is UTF-8; a byte that is none (a file name in
+            // another encoding) becomes U+FFFD so the line stays valid.
+            quoted += "\uFFFD";
+            text.remove_prefix(1);
+            continue;
+        }
         switch (c) {
         case '"':
             quoted += "\\\"";
@@ -28,16 +39,15 @@ std::string jsonString(std::string_view text) {
             quoted += "\\t";
             break;
         default:
-            // Other control characters must be escaped; bytes from 0x80 up
-            // are UTF-8 and may stand as they are.
             if (static_cast<unsigned char>(c) < 0x20) {
                 char escape[8];
                 std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
                 quoted += escape;
             } else {
-                quoted += c;
+                quoted += text.substr(0, length);
             }
         }
+        text.remove_prefix(length);
     }
     return quoted + "\"";
 }

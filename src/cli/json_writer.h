@@ -39,7 +39,8 @@ private:
     bool m_afterKey = false;
 };
 
-// `text` as a quoted JSON string; UTF-8 passes through unchanged.
+// `text` as a quoted JSON string: UTF-8 passes through unchanged, each byte
+// that is no UTF-8 becomes U+FFFD.
 std::string jsonString(std::string_view text);
 
 // A double as a JSON number that reads back as the same double, or "null".

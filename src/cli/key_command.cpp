@@ -12,7 +12,8 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--a4", true}, {"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--a4", true}, {"--json", false}};
+constexpr CommandInfo kCommand{"key", kKeySynopsis, kKeySummary, kOptions};
 
 struct KeyRequest {
     KeySelection key;
@@ -121,14 +122,10 @@ std::variant<KeyRequest, UsageError> readRequest(const ParsedArguments& argument
 } // namespace
 
 int runKeyCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "key", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kKeySynopsis << '\n' << kKeySummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     const auto request = readRequest(arguments);
     if (const auto* error = std::get_if<UsageError>(&request))
         return refuse(err, "key", *error);

@@ -1,10 +1,26 @@
 #include "cli/command_line.h"
+#include "cli/output_buffer.h"
 
+#include <unistd.h>
+
+#include <cstring>
 #include <iostream>
 #include <string_view>
 #include <vector>
 
 int main(int argc, char** argv) {
+    using namespace quorlen::cli;
+    occupyClosedStandardDescriptors();
     const std::vector<std::string_view> args(argv + 1, argv + argc);
-    return quorlen::cli::runCommandLine(args, std::cout, std::cerr);
+    OutputBuffer outBuffer(STDOUT_FILENO);
+    std::ostream out(&outBuffer);
+    int status = runCommandLine(args, out, std::cerr);
+    out.flush();
+    if (outBuffer.error() != 0) {
+        std::cerr << "quorlen: cannot write the output: " << std::strerror(outBuffer.error())
+                  << '\n';
+        if (status == kExitOk)
+            status = kExitFailed;
+    }
+    return status;
 }

@@ -12,7 +12,8 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--a4", true}, {"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--a4", true}, {"--json", false}};
+constexpr CommandInfo kCommand{"notes", kNotesSynopsis, kNotesSummary, kOptions};
 
 void printJson(std::ostream& out, double a4) {
     JsonWriter json(out);
@@ -56,14 +57,10 @@ void printText(std::ostream& out, double a4) {
 } // namespace
 
 int runNotesCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "notes", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kNotesSynopsis << '\n' << kNotesSummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     if (!arguments.positionals.empty())
         return refuse(err, "notes",
                       {"unexpected argument '" + std::string(arguments.positionals.front()) + "'"});

@@ -15,8 +15,8 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {
-    {"--total", true}, {"--pre", true}, {"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--total", true}, {"--pre", true}, {"--json", false}};
+constexpr CommandInfo kCommand{"space", kSpaceSynopsis, kSpaceSummary, kOptions};
 
 struct SpaceRequest {
     double bpm;      // as clamped for the bar length, 20 to 400
@@ -148,14 +148,10 @@ void printText(std::ostream& out, const SpaceRequest& request) {
 } // namespace
 
 int runSpaceCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "space", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kSpaceSynopsis << "\n      " << kSpaceSummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     const auto request = readRequest(arguments);
     if (const auto* error = std::get_if<UsageError>(&request))
         return refuse(err, "space", *error);

@@ -12,7 +12,8 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--json", false}};
+constexpr CommandInfo kCommand{"tempo", kTempoSynopsis, kTempoSummary, kOptions};
 
 void printJson(std::ostream& out, double bpm) {
     const tempo::TempoMetrics metrics = tempo::tempoMetrics(bpm);
@@ -65,14 +66,10 @@ void printText(std::ostream& out, double bpm) {
 } // namespace
 
 int runTempoCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "tempo", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kTempoSynopsis << "\n      " << kTempoSummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     if (arguments.positionals.size() > 1)
         return refuse(err, "tempo",
                       {"expected one tempo, got " + std::to_string(arguments.positionals.size())});

@@ -15,8 +15,8 @@ namespace {
 
 using text::format;
 
-constexpr KnownOption kOptions[] = {
-    {"--ref", true}, {"--a4", true}, {"--json", false}, {"--help", false}};
+constexpr KnownOption kOptions[] = {{"--ref", true}, {"--a4", true}, {"--json", false}};
+constexpr CommandInfo kCommand{"tet", kTetSynopsis, kTetSummary, kOptions};
 
 struct TetRequest {
     int divisions;
@@ -88,14 +88,10 @@ std::variant<TetRequest, UsageError> readRequest(const ParsedArguments& argument
 } // namespace
 
 int runTetCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto parsed = parseArguments(args, kOptions);
-    if (const auto* error = std::get_if<UsageError>(&parsed))
-        return refuse(err, "tet", *error);
-    const ParsedArguments& arguments = std::get<ParsedArguments>(parsed);
-    if (arguments.has("--help")) {
-        out << "usage: " << kTetSynopsis << '\n' << kTetSummary << '\n';
-        return kExitOk;
-    }
+    const auto read = readArguments(kCommand, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     const auto request = readRequest(arguments);
     if (const auto* error = std::get_if<UsageError>(&request))
         return refuse(err, "tet", *error);

@@ -23,6 +23,8 @@ TEST(LaunchOptions, ScreenshotTakesToolSchemeAndSize) {
     EXPECT_EQ(options->size, QSize(1200, 800));
 
     EXPECT_TRUE(std::holds_alternative<LaunchOptions>(parse({})));
+    EXPECT_TRUE(std::holds_alternative<LaunchOptions>(
+        parse({"--screenshot", "SHOT.PNG", "--size", "8192x8192"})));
 }
 
 TEST(LaunchOptions, DetectShowsTheTempoTool) {
@@ -49,6 +51,13 @@ TEST(LaunchOptions, RefusesWhatItCannotDo) {
         {"--screenshot", "a.png", "--detect"},
         {"--screenshot", "a.png", "--tool", "harmony", "--detect", "a.wav"},
         {"--frobnicate"},
+        // A picture too big to render in reasonable time and memory, and a
+        // file name that promises a format other than the PNG written.
+        {"--screenshot", "a.png", "--size", "40000x40000"},
+        {"--screenshot", "a.png", "--size", "960x8193"},
+        {"--screenshot", "x.bogus"},
+        {"--screenshot", "x.jpg"},
+        {"--screenshot", "png"},
     };
     for (const auto& words : refused) {
         const auto parsed = parse(words);

@@ -48,5 +48,47 @@ TEST(CommandLine, RefusalsGiveOneReasonLineThenUsageOnStderr) {
     EXPECT_NE(run({"frobnicate"}).err.find("'frobnicate'"), std::string::npos);
 }
 
+// Every command, with arguments it accepts.
+const std::vector<std::vector<std::string_view>> kEveryCommand = {
+    {"tempo"},       {"space"}, {"notes"}, {"tet", "12"}, {"harmonics"}, {"key", "C"},
+    {"euclid", "3", "8"}, {"detect", "x.wav"}};
+
+TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
+    for (const auto& accepted : kEveryCommand) {
+        const std::string name(accepted.front());
+        SCOPED_TRACE(name);
+        const auto with = [&](std::vector<std::string_view> extra) {
+            std::vector<std::string_view> args = accepted;
+            args.insert(args.end(), extra.begin(), extra.end());
+            return run(args);
+        };
+        for (const std::string_view help : {"--help", "-h"}) {
+            const Outcome result = with({help});
+            EXPECT_EQ(result.status, kExitOk);
+            EXPECT_EQ(result.out.rfind("usage: quorlen " + name + " ", 0), 0u) << result.out;
+            EXPECT_TRUE(result.err.empty());
+        }
+        // Help alone, without the arguments the command needs.
+        EXPECT_EQ(run({accepted.front(), "-h"}).status, kExitOk);
+
+        for (const auto& extra : std::vector<std::vector<std::string_view>>{
+                 {"--json", "--json"}, {""}, {"--frob"}, {"--json=1"}}) {
+            const Outcome result = with(extra);
+            EXPECT_EQ(result.status, kExitUsage) << extra.front();
+            EXPECT_TRUE(result.out.empty());
+            EXPECT_EQ(result.err.rfind("quorlen " + name + ": ", 0), 0u) << result.err;
+            EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+        }
+    }
+}
+
+TEST(CommandLine, RefusalsShowArgumentsWithoutTerminalControls) {
+    // An argument quoted back must not reach the terminal as an escape
+    // sequence (ESC [ 2 J clears the screen).
+    const Outcome result = run({"tempo", "\x1b[2J"});
+    EXPECT_EQ(result.status, kExitUsage);
+    EXPECT_EQ(result.err, "quorlen tempo: '\\x1b[2J' is not a tempo in BPM\n");
+}
+
 } // namespace
 } // namespace quorlen::cli

@@ -54,14 +54,29 @@ struct Library {
 
 TEST(DetectCommand, RefusesBadArgumentsWithStatusTwo) {
     const std::vector<std::vector<std::string>> refused = {
-        {}, {"--json"}, {"--frob", "x.wav"}, {"-j"}, {"-j", "0", "x.wav"}, {"-j", "two", "x.wav"},
-        {"--jobs=-1", "x.wav"}};
+        {}, {"--json"}, {"--frob", "x.wav"}, {"-j"}, {"-j", "two", "x.wav"}, {"-j", "1.5", "x.wav"},
+        {"-j", "2", "--jobs=3", "x.wav"}, {"--json", "x.wav", "--json"}, {""}, {"x.wav", ""}};
     for (const auto& args : refused) {
         const Outcome result = detect(args);
         EXPECT_EQ(result.status, kExitUsage) << (args.empty() ? "" : args[0]);
         EXPECT_TRUE(result.out.empty());
         EXPECT_EQ(result.err.rfind("quorlen detect: ", 0), 0u) << result.err;
-        EXPECT_NE(result.err.find("usage: quorlen detect"), std::string::npos);
+        EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+    }
+}
+
+TEST(DetectCommand, ThreadCountsAreClampedNotRefused) {
+    // -j reads like every other count: 0 and below mean one thread, a huge
+    // one is capped; only the answer's speed may differ.
+    const Library library;
+    const std::string loop = library.path("drums/loop.wav");
+    const Outcome one = detect({"-j", "1", loop});
+    ASSERT_EQ(one.status, kExitOk) << one.err;
+    for (const char* threads : {"0", "-1", "100000"}) {
+        SCOPED_TRACE(threads);
+        const Outcome result = detect({"--jobs=" + std::string(threads), loop});
+        EXPECT_EQ(result.status, kExitOk) << result.err;
+        EXPECT_EQ(result.out, one.out);
     }
 }
 
@@ -112,6 +127,46 @@ TEST(DetectCommand, EmptyFolderSucceedsWithANote) {
     EXPECT_EQ(result.err, "quorlen detect: no audio files found\n");
 }
 
+// Whether this process is held to file permissions (root is not).
+bool permissionsApply(const TempDir& dir) {
+    const auto probe = dir.file("probe");
+    std::filesystem::create_directory(probe);
+    std::filesystem::permissions(probe, std::filesystem::perms::none);
+    std::error_code error;
+    std::filesystem::directory_iterator it(probe, error);
+    std::filesystem::permissions(probe, std::filesystem::perms::owner_all);
+    return static_cast<bool>(error);
+}
+
+TEST(DetectCommand, UnreadableFoldersAreReportedNotSkipped) {
+    const Library library;
+    if (!permissionsApply(library.dir))
+        GTEST_SKIP() << "file permissions do not apply to this user";
+    namespace fs = std::filesystem;
+    fs::create_directories(library.dir.file("locked"));
+    fs::permissions(library.dir.file("locked"), fs::perms::none);
+    const Outcome tree = detect({library.dir.path().string()});
+    const Outcome alone = detect({library.path("locked")});
+    fs::permissions(library.dir.file("locked"), fs::perms::owner_all);
+
+    EXPECT_EQ(tree.status, kExitFailed);
+    const auto printed = lines(tree.out);
+    ASSERT_EQ(printed.size(), 4u) << tree.out;
+    // In path order with the files: drums/... < locked.
+    EXPECT_EQ(printed[3], library.path("locked") + ": Permission denied");
+    EXPECT_EQ(alone.status, kExitFailed);
+    EXPECT_EQ(alone.out, library.path("locked") + ": Permission denied\n");
+    EXPECT_TRUE(alone.err.empty());
+}
+
+TEST(DetectCommand, StopsWhenTheOutputCannotBeWritten) {
+    const Library library;
+    std::ostringstream out, err;
+    out.setstate(std::ios::badbit);
+    const std::vector<std::string_view> args = {library.path("drums")};
+    EXPECT_EQ(runDetect(args, out, err, {nullptr, false, 2}), kExitFailed);
+}
+
 TEST(DetectCommand, InterruptedRunPrintsNothingAndSaysSo) {
     const Library library;
     const std::atomic<bool> interrupted{true};
@@ -128,7 +183,9 @@ TEST(DetectCommand, IsListedInTheCommandTable) {
     const std::vector<std::string_view> detectHelp = {"detect", "--help"};
     std::ostringstream out2;
     EXPECT_EQ(runCommandLine(detectHelp, out2, err), kExitOk);
-    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] PATH...\n");
+    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] PATH...\n"
+                          "      Tempo, beat offset, downbeat and confidence of audio files, or "
+                          "of folders of them.\n");
 }
 
 } // namespace

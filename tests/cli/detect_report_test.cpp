@@ -1,4 +1,6 @@
 #include "cli/detect_report.h"
+#include "cli/json_writer.h"
+#include "support/json_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +39,30 @@ TEST(DetectReport, JsonKeepsNumbersExactAndEscapesNames) {
     EXPECT_EQ(jsonString("say \"hi\"\\\n\x01"), "\"say \\\"hi\\\"\\\\\\n\\u0001\"");
     EXPECT_EQ(jsonFailureLine("b.wav", "Format not recognised."),
               "{\"file\":\"b.wav\",\"error\":\"Format not recognised.\"}\n");
+}
+
+TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
+    // Names are bytes: ESC sequences that recolour or clear the terminal, a
+    // carriage return that overwrites the line, a C1 CSI (U+009B, which
+    // some terminals obey), Latin-1 bytes that are no UTF-8, and a cut-off
+    // three-byte sequence.
+    const std::string hostile = "a\x1b[31mb\rc\u009bd\xe9\xff\xe2\x82.wav";
+    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0};
+
+    const std::string text = textLine(hostile, e);
+    EXPECT_EQ(text.rfind("a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav: 120 BPM", 0), 0u)
+        << text;
+    EXPECT_EQ(textFailureLine(hostile, "bad\x07"),
+              "a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav: bad\\x07\n");
+    // Printable UTF-8 stays as it is.
+    EXPECT_EQ(textFailureLine("Café ♯.wav", "x"), "Café ♯.wav: x\n");
+
+    for (const std::string& line : {jsonLine(hostile, e), jsonFailureLine(hostile, "x")}) {
+        const auto json = quorlen::testing::readJson(line);
+        ASSERT_TRUE(json) << line;
+        EXPECT_EQ((*json)["file"].string(),
+                  "a\x1b[31mb\rc\u009bd\uFFFD\uFFFD\uFFFD\uFFFD.wav");
+    }
 }
 
 } // namespace

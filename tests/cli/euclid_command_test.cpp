@@ -35,23 +35,52 @@ TEST(EuclidCommand, NoHitsIsValidOutput) {
               "{\"pattern\":\"....\",\"hits\":[],\"stepMs\":125,\"cycleMs\":500}\n");
 }
 
+TEST(EuclidCommand, NumbersAreReadAndClampedLikeTheAppsFields) {
+    // Steps 1 to 1024, pulses 0 to the steps, tempo 1 to 999 as typed; the
+    // step length itself keeps to 20 to 400 BPM, and the text names the
+    // tempo it used: at 20 BPM a sixteenth is 60000 / 20 / 4 = 750 ms.
+    struct Case {
+        std::vector<std::string_view> args;
+        const char* firstLine;
+        const char* stepLine;
+    };
+    const Case cases[] = {
+        {{"9", "8"}, "E(8,8)  xxxxxxxx", "step:  125.0 ms  (1/16 at 120 BPM)"},
+        {{"-1", "8"}, "E(0,8)  ........", "step:  125.0 ms  (1/16 at 120 BPM)"},
+        {{"3", "0"}, "E(1,1)  x", "step:  125.0 ms  (1/16 at 120 BPM)"},
+        {{"3", "8", "--bpm", "98,5"}, "E(3,8)  x..x..x.", "step:  152.3 ms  (1/16 at 98.5 BPM)"},
+        {{"3", "8", "--bpm", "0"}, "E(3,8)  x..x..x.", "step:  750.0 ms  (1/16 at 20 BPM)"},
+        {{"3", "8", "--bpm", "3.5"}, "E(3,8)  x..x..x.", "step:  750.0 ms  (1/16 at 20 BPM)"},
+        {{"3", "8", "--bpm=1e308"}, "E(3,8)  x..x..x.", "step:  37.5 ms  (1/16 at 400 BPM)"},
+        {{"3", "8", "--bpm", "1e-400"}, "E(3,8)  x..x..x.", "step:  750.0 ms  (1/16 at 20 BPM)"},
+        {{"2", "5", "--rotate", "-6", "--note", "8"}, "E(2,5)  ..x.x", "step:  250.0 ms  (1/8 at 120 BPM)"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string_view> args{"euclid"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        SCOPED_TRACE(std::string(c.firstLine));
+        const Outcome result = run(args);
+        ASSERT_EQ(result.status, kExitOk) << result.err;
+        EXPECT_EQ(result.out.substr(0, result.out.find('\n')), c.firstLine);
+        EXPECT_NE(result.out.find(std::string(c.stepLine) + "\n"), std::string::npos) << result.out;
+    }
+}
+
 TEST(EuclidCommand, BadArgumentsGiveOneLineAndStatus2) {
     const std::vector<std::vector<std::string_view>> refused = {
         {"euclid"},
         {"euclid", "3"},
         {"euclid", "3", "8", "9"},
-        {"euclid", "9", "8"},       // more pulses than steps
-        {"euclid", "-1", "8"},
-        {"euclid", "3", "0"},
         {"euclid", "3", "x"},
         {"euclid", "3.5", "8"},
         {"euclid", "3", "8", "--note", "32"},
         {"euclid", "3", "8", "--note"},
-        {"euclid", "3", "8", "--bpm", "0"},
         {"euclid", "3", "8", "--bpm", "inf"},
         {"euclid", "3", "8", "--bpm", "12x"},
+        {"euclid", "3", "8", "--bpm", "1e999"},
         {"euclid", "3", "8", "--rotate", "1.5"},
         {"euclid", "3", "8", "--swing"},
+        {"euclid", "3", "8", "--bpm", "90", "--bpm", "100"},
     };
     for (const auto& args : refused) {
         const Outcome result = run(args);

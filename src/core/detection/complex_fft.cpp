@@ -2,9 +2,11 @@
 
 #include <fftw3.h>
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <stdexcept>
@@ -13,7 +15,7 @@
 
 namespace quorlen::detection {
 
-// One size's plans. They are made on buffers from fftwf_alloc_*, and every
+// One size's plans. They are made on buffers of kAlignment, and every
 // execution uses such buffers too, so the SIMD alignment always matches.
 struct FftPlans {
     fftwf_plan forward = nullptr;
@@ -25,22 +27,48 @@ namespace {
 
 enum class PlanKind { complex, real };
 
+// FFTW's own allocator ends the process when memory runs out, so buffers
+// come from operator new (which throws std::bad_alloc, one failed file)
+// with the widest alignment FFTW's SIMD code asks for.
+constexpr std::align_val_t kAlignment{64};
+
+template <typename T> T* allocate(size_t count) {
+    return static_cast<T*>(::operator new(count * sizeof(T), kAlignment));
+}
+
+void release(void* buffer) { ::operator delete(buffer, kAlignment); }
+
+// The planner allocates too (twiddle tables, scratch), a few times the
+// transform's size, and aborts if it cannot. Planning happens once per
+// size; before it, memory for several times that must be there, else the
+// analysis fails with bad_alloc instead of taking the process down.
+void ensurePlannerHeadroom(size_t size) {
+    constexpr size_t kTransformsWorth = 16;
+    constexpr size_t kFixedBytes = 1 << 20;
+    void* probe = std::malloc(kTransformsWorth * size * sizeof(fftwf_complex) + kFixedBytes);
+    if (!probe)
+        throw std::bad_alloc();
+    std::free(probe);
+}
+
 void ensurePlans(FftPlans& plans, PlanKind kind, size_t size) {
     const int n = static_cast<int>(size);
+    const bool missing = kind == PlanKind::complex ? !plans.forward : !plans.realForward;
+    if (missing)
+        ensurePlannerHeadroom(size);
     // FFTW_ESTIMATE keeps plans, and so the rounding of results, identical
     // from run to run; measured plans could differ between runs.
     if (kind == PlanKind::complex && !plans.forward) {
-        fftwf_complex* a = fftwf_alloc_complex(size);
-        plans.forward = fftwf_plan_dft_1d(n, a, a, FFTW_FORWARD, FFTW_ESTIMATE);
-        plans.backward = fftwf_plan_dft_1d(n, a, a, FFTW_BACKWARD, FFTW_ESTIMATE);
-        fftwf_free(a);
+        const std::unique_ptr<fftwf_complex, decltype(&release)> a(
+            allocate<fftwf_complex>(size), release);
+        plans.forward = fftwf_plan_dft_1d(n, a.get(), a.get(), FFTW_FORWARD, FFTW_ESTIMATE);
+        plans.backward = fftwf_plan_dft_1d(n, a.get(), a.get(), FFTW_BACKWARD, FFTW_ESTIMATE);
     }
     if (kind == PlanKind::real && !plans.realForward) {
-        float* in = fftwf_alloc_real(size);
-        fftwf_complex* out = fftwf_alloc_complex(size / 2 + 1);
-        plans.realForward = fftwf_plan_dft_r2c_1d(n, in, out, FFTW_ESTIMATE);
-        fftwf_free(in);
-        fftwf_free(out);
+        const std::unique_ptr<float, decltype(&release)> in(allocate<float>(size), release);
+        const std::unique_ptr<fftwf_complex, decltype(&release)> out(
+            allocate<fftwf_complex>(size / 2 + 1), release);
+        plans.realForward = fftwf_plan_dft_r2c_1d(n, in.get(), out.get(), FFTW_ESTIMATE);
     }
     if (kind == PlanKind::complex ? !plans.forward || !plans.backward : !plans.realForward)
         throw std::runtime_error("could not allocate an FFT setup for size " +
@@ -65,20 +93,13 @@ void checkLength(size_t actual, size_t expected) {
         throw std::invalid_argument("FFT buffer shorter than the transform");
 }
 
-template <typename T> T* allocate(size_t count, T* (*allocator)(size_t)) {
-    T* p = allocator(count);
-    if (!p)
-        throw std::bad_alloc();
-    return p;
-}
-
 } // namespace
 
 ComplexFFT::ComplexFFT(size_t size)
     : size_(size), log2n_(log2Of(size)), plans_(plansFor(PlanKind::complex, size)),
-      buffer_(reinterpret_cast<float*>(allocate(size, fftwf_alloc_complex))) {}
+      buffer_(reinterpret_cast<float*>(allocate<fftwf_complex>(size))) {}
 
-ComplexFFT::~ComplexFFT() { fftwf_free(buffer_); }
+ComplexFFT::~ComplexFFT() { release(buffer_); }
 
 void ComplexFFT::run(bool backward, std::span<float> real, std::span<float> imag) {
     checkLength(real.size(), size_);
@@ -110,12 +131,18 @@ void ComplexFFT::inverse(std::span<float> real, std::span<float> imag) {
 
 RealFFT::RealFFT(size_t size)
     : size_(size), plans_(plansFor(PlanKind::real, size)),
-      input_(allocate(size, fftwf_alloc_real)),
-      output_(reinterpret_cast<float*>(allocate(size / 2 + 1, fftwf_alloc_complex))) {}
+      input_(allocate<float>(size)), output_(nullptr) {
+    try {
+        output_ = reinterpret_cast<float*>(allocate<fftwf_complex>(size / 2 + 1));
+    } catch (...) {
+        release(input_);
+        throw;
+    }
+}
 
 RealFFT::~RealFFT() {
-    fftwf_free(input_);
-    fftwf_free(output_);
+    release(input_);
+    release(output_);
 }
 
 void RealFFT::forward(std::span<const float> input, std::span<float> real,

@@ -1,11 +1,14 @@
 #include "text/number_format.h"
 
+#include "text/c_locale.h"
+
 #include <cmath>
 #include <cstdio>
 
 namespace quorlen::text {
 
 std::string format(const char* pattern, double value) {
+    const CLocaleScope cNumbers;
     char buffer[64];
     const int length = std::snprintf(buffer, sizeof buffer, pattern, value);
     if (length < 0)

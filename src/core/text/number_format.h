@@ -6,6 +6,7 @@ namespace quorlen::text {
 
 // printf-style formatting of one number ("%.1f", "%.2f ms"); the pattern is
 // the display format, so values round the way printf rounds (31.25 -> "31.2").
+// The decimal point is "." whatever locale the process runs in.
 std::string format(const char* pattern, double value);
 
 // Rounds halves away from zero, the rule for every explicit rounding step.

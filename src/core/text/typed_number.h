@@ -7,7 +7,8 @@ namespace quorlen::text {
 
 // The whole text as a C-locale decimal, with "," accepted for ".": an
 // optional sign, digits, a point, an exponent, and nothing else (no blanks,
-// no trailing characters, no hex). Non-finite results count as no number.
+// no trailing characters, no hex). Numbers too large for a double count as
+// no number; numbers too small for one are 0.
 std::optional<double> parseTypedNumber(std::string_view text);
 
 struct NumberRange {

@@ -46,11 +46,11 @@ double HarmonicBar::barHeight(int number) {
 
 void HarmonicBar::setHarmonic(const Harmonic& harmonic) {
     m_harmonic = harmonic;
-    char tip[96];
-    std::snprintf(tip, sizeof tip, "%d× = %.1f Hz · %s %+.0f¢", harmonic.number, harmonic.frequency,
-                  harmonic.noteName.c_str(), harmonic.cents);
-    setToolTip(QString::fromUtf8(tip));
-    setAccessibleName(QString::fromUtf8(tip));
+    const std::string tip = std::to_string(harmonic.number) + "× = " +
+                            text::format("%.1f Hz", harmonic.frequency) + " · " +
+                            harmonic.noteName + " " + text::format("%+.0f¢", harmonic.cents);
+    setToolTip(QString::fromStdString(tip));
+    setAccessibleName(QString::fromStdString(tip));
     update();
 }
 
