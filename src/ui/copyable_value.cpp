@@ -99,7 +99,7 @@ void CopyableText::paintLabel(QPainter& painter, bool copied) {
     const QString shown = copied ? QStringLiteral("Copied") : m_display;
     const QColor copiedColor = m_copiedColor.isValid() ? m_copiedColor : QuorlenTheme::saffron();
     painter.setFont(fittedFont(font(), shown, width()));
-    painter.setPen(copied                    ? copiedColor
+    painter.setPen(copied                    ? textInk(copiedColor, currentScheme())
                    : m_tone == Tone::Primary ? colors.primaryText
                                              : colors.secondaryText);
     painter.drawText(rect(), static_cast<int>(m_alignment), shown);

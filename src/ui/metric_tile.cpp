@@ -57,7 +57,7 @@ void MetricTile::paintLabel(QPainter& painter, bool copied) {
 
     const QString shown = copied ? QStringLiteral("Copied") : m_metric.value;
     painter.setFont(fittedFont(valueFont(), shown, inner.width()));
-    painter.setPen(copied ? m_metric.tint : colors.primaryText);
+    painter.setPen(copied ? textInk(m_metric.tint, currentScheme()) : colors.primaryText);
     painter.drawText(QRect(inner.left(), inner.top() + labelHeight + kLineGap, inner.width(),
                            inner.bottom() - inner.top() - labelHeight - kLineGap + 1),
                      Qt::AlignLeft | Qt::AlignVCenter, shown);
