@@ -1,9 +1,10 @@
 #include "tempo_detection/tempo_detect_panel.h"
 
-#include "app/calculator_state.h"
 #include "detection/display_text.h"
+#include "state/calculator_state.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
+#include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/waveform_grid.h"
 #include "text/number_format.h"
@@ -82,6 +83,7 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& mod
     addContent(m_results);
 
     m_ticker.setInterval(kTickerMs);
+    m_model.setOctaveMode(OctaveSetting::instance().mode());
     connectControls();
     refresh();
     refreshPlayhead();
@@ -169,6 +171,10 @@ void TempoDetectPanel::connectControls() {
     });
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
     connect(&m_model, &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
+    // The panel as context: the model outlives it, and each shown panel
+    // brings its own connection.
+    connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged, this,
+            [this] { m_model.setOctaveMode(OctaveSetting::instance().mode()); });
     connect(&m_model, &TempoDetectModel::playheadChanged, this,
             &TempoDetectPanel::refreshPlayhead);
 }
