@@ -2,7 +2,7 @@
 #include "app/sidebar.h"
 #include "app/sidebar_tool_row.h"
 #include "tools/fifths/fifths_wheel.h"
-#include "tools/tool_screen.h"
+#include "tools/common/tool_screen.h"
 #include "ui/kit_slider.h"
 #include "ui/segmented_picker.h"
 #include "ui/stepper.h"
