@@ -171,15 +171,21 @@ void TempoDetectPanel::connectControls() {
     });
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
     connect(&m_model, &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
-    // The panel as context: the model outlives it, and each shown panel
-    // brings its own connection.
-    connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged, this,
-            [this] { m_model.setOctaveMode(OctaveSetting::instance().mode()); });
+    // Ends with the model or with this panel, whichever goes first: the
+    // model usually outlives the panel, but a panel still waiting for its
+    // deferred deletion may outlive the window's model.
+    m_octaveConnection = connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged,
+                                 &m_model, [model = &m_model] {
+                                     model->setOctaveMode(OctaveSetting::instance().mode());
+                                 });
     connect(&m_model, &TempoDetectModel::playheadChanged, this,
             &TempoDetectPanel::refreshPlayhead);
 }
 
-TempoDetectPanel::~TempoDetectPanel() { m_ticker.stop(); }
+TempoDetectPanel::~TempoDetectPanel() {
+    m_ticker.stop();
+    disconnect(m_octaveConnection);
+}
 
 void TempoDetectPanel::analyse(const QString& path) { m_model.analyse(path); }
 

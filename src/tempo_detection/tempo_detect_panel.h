@@ -65,6 +65,7 @@ private:
     KitButton* m_useBpm;
     SchemeLabel* m_note;
     QTimer m_ticker;
+    QMetaObject::Connection m_octaveConnection;
 };
 
 } // namespace quorlen
