@@ -225,7 +225,7 @@ void TempoDetectPanel::refresh() {
     m_double->setEnabled(d.bpm * 2 <= TempoDetectModel::kMaximumBpm);
     const QString note = qs(detection::detectionNote(
         {d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars, confidence,
-         d.estimate.alternatives}));
+         d.estimate.alternatives, d.damaged}));
     m_note->setText(note);
     m_note->setToolTip(note);
     m_note->setAccessibleName(note);
