@@ -65,15 +65,6 @@ TEST(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
     Preferences().setStatsOptOut(false);
 }
 
-TEST(Settings, ExplanationNamesTheStatisticsHost) {
-    const QString text = SettingsDialog::statsExplanation();
-    EXPECT_TRUE(text.startsWith(QStringLiteral("Counts app launches and which tools get used — "
-                                               "nothing else. No cookies, no identifiers, no "
-                                               "personal data. Collected by our own server (")));
-    EXPECT_TRUE(text.endsWith(QStringLiteral("), never shared with third parties.")));
-    EXPECT_TRUE(text.contains(QString::fromLatin1(config::kStatsHost)));
-}
-
 TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
     AppearanceController appearance;
     SettingsDialog dialog(appearance);
