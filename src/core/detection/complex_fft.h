@@ -8,6 +8,13 @@ namespace quorlen::detection {
 
 struct FftPlans;
 
+// Makes the plans of both transforms for `size` now. FFTW ends the process
+// when memory runs out while it plans, and its first plan also sets up the
+// planner itself; an analysis does this before it reads its file, while
+// memory is still plentiful, so that running short later fails one file
+// with std::bad_alloc instead.
+void preparePlans(size_t size);
+
 // Split-complex radix-2 transform of `size` points (a power of two).
 // forward: X[k] = sum x[n] e^(-2 pi i kn/N), unscaled.
 // inverse: x[n] = (1/N) sum X[k] e^(+2 pi i kn/N), so inverse(forward(x)) = x.

@@ -2,7 +2,9 @@
 
 #include "detection/audio_loader.h"
 #include "detection/autocorrelation.h"
+#include "detection/complex_fft.h"
 #include "detection/downbeat.h"
+#include "detection/filterbank.h"
 #include "detection/final_tempo.h"
 #include "detection/onset_envelope.h"
 #include "detection/resample.h"
@@ -61,6 +63,15 @@ double confidence(double raw, double envelopeMean, double secondRaw) {
     return std::clamp(0.5 * clipUnit(x) + 0.5 * clipUnit(y), 0.0, 1.0);
 }
 
+void prepareAnalysis() {
+    preparePlans(kFrameLength);
+    // The autocorrelation's transform grows with the file, up to the
+    // envelope of the 300 s analysis window.
+    const size_t largest = autocorrelationFftSize(kAnalysisWindow / kHopSamples + 1);
+    for (size_t size = 2; size <= largest; size *= 2)
+        preparePlans(size);
+}
+
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                  const CancelCheck& isCancelled, const AnalysisOptions& options) {
     const size_t cropStart = condition(samples, sampleRateHz, isCancelled);
@@ -100,6 +111,7 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options) try {
+    prepareAnalysis();
     DecodedAudio audio = loadMono(path, isCancelled);
     Analysis analysis;
     analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);

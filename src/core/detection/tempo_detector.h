@@ -42,6 +42,13 @@ inline constexpr int kWaveformColumns = 1600;
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                  const CancelCheck& isCancelled, const AnalysisOptions& options = {});
 
+// Makes every FFT plan an analysis can need. FFTW ends the process when
+// memory runs out while it plans; done at start, before threads are started
+// and files read, running short later fails one file instead. Throws
+// std::bad_alloc when even this does not fit. analyzeFile() calls it too
+// (it costs nothing once done).
+void prepareAnalysis();
+
 // Decodes the file at `path` and analyses it; the waveform has 1600 columns
 // of the decoded signal. Throws Failure (unreadable with the decoder's
 // message, and everything `analyze` throws).
