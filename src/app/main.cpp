@@ -2,6 +2,7 @@
 #include "app/content_view.h"
 #include "app/launch_options.h"
 #include "app/main_window.h"
+#include "app/preferences.h"
 #include "app/startup_probe.h"
 #include "quorlen/version.h"
 #include "tempo_detection/tempo_detect_panel.h"
@@ -131,6 +132,7 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    Preferences::avoidUnusableStore();
     AppearanceController appearance;
     if (options.scheme)
         appearance.forceScheme(*options.scheme);

@@ -2,6 +2,12 @@
 
 #include "harmony/circle_of_fifths.h"
 
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
 namespace quorlen {
 namespace {
 const QString kStatsOptOut = QStringLiteral("statsOptOut");
@@ -10,6 +16,20 @@ const QString kFifthsIndex = QStringLiteral("MainWindow/fifthsSelectedIndex");
 const QString kFifthsMinor = QStringLiteral("MainWindow/fifthsMinorSelected");
 const QString kAppearance = QStringLiteral("appearance");
 } // namespace
+
+void Preferences::avoidUnusableStore() {
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                         QStringLiteral("/quorlen/calculator.conf");
+    const QFileInfo info(path);
+    if (!info.exists() || info.isFile())
+        return;
+    // Kept for the session, so a choice made in Settings holds until exit.
+    static QTemporaryDir scratch;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       scratch.isValid() ? scratch.path() : QStringLiteral("/dev/null"));
+    std::fprintf(stderr, "quorlen-calculator: %s is not a regular file; settings are not kept\n",
+                 qPrintable(path));
+}
 
 Preferences::Preferences()
     : m_settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
