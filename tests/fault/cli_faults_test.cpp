@@ -5,6 +5,7 @@
 // clear line, never a crash.
 #include "child_process.h"
 #include "support/json_reader.h"
+#include "support/lines.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -19,14 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using detection::testing::TempDir;
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        result.push_back(line);
-    return result;
-}
 
 ChildRun quorlen(std::vector<std::string> args) {
     ChildRun run;
