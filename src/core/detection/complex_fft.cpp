@@ -95,9 +95,10 @@ void checkLength(size_t actual, size_t expected) {
 
 } // namespace
 
-void preparePlans(size_t size) {
-    plansFor(PlanKind::real, size);
+void preparePlans(size_t size, bool real) {
     plansFor(PlanKind::complex, size);
+    if (real)
+        plansFor(PlanKind::real, size);
 }
 
 ComplexFFT::ComplexFFT(size_t size)

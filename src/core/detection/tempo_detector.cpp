@@ -64,12 +64,16 @@ double confidence(double raw, double envelopeMean, double secondRaw) {
 }
 
 void prepareAnalysis() {
-    preparePlans(kFrameLength);
-    // The autocorrelation's transform grows with the file, up to the
-    // envelope of the 300 s analysis window.
-    const size_t largest = autocorrelationFftSize(kAnalysisWindow / kHopSamples + 1);
-    for (size_t size = 2; size <= largest; size *= 2)
-        preparePlans(size);
+    preparePlans(kFrameLength, true);
+    // The autocorrelation's transform grows with the envelope, from that of
+    // the shortest file analysed to that of the 300 s window.
+    const auto envelopeFrames = [](size_t samples) {
+        return (samples - kFrameLength) / kHopSamples + 1;
+    };
+    const size_t largest = autocorrelationFftSize(envelopeFrames(kAnalysisWindow));
+    for (size_t size = autocorrelationFftSize(envelopeFrames(kMinimumSamples)); size <= largest;
+         size *= 2)
+        preparePlans(size, false);
 }
 
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
