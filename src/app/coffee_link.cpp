@@ -1,6 +1,6 @@
 #include "app/coffee_link.h"
 
-#include "app/config.h"
+#include "config/deployment.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/calculator_state.h"
 #include "app/calculator_tool.h"
+#include "state/calculator_state.h"
 
 #include <QWidget>
 

@@ -1,8 +1,8 @@
 #include "app/settings_dialog.h"
 
 #include "app/appearance.h"
-#include "app/config.h"
 #include "app/preferences.h"
+#include "config/deployment.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 

@@ -1,12 +1,12 @@
 #include "app/tool_view_factory.h"
 
-#include "app/calculator_state.h"
 #include "app/preferences.h"
 #include "audio/chord_player.h"
+#include "state/calculator_state.h"
+#include "tools/euclidean/euclidean_rhythm_view.h"
 #include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/harmonics/harmonic_series_view.h"
 #include "tools/note_frequencies/note_frequency_view.h"
-#include "tools/euclidean/euclidean_rhythm_view.h"
 #include "tools/reverb_delay/reverb_delay_view.h"
 #include "tools/temperament/temperament_view.h"
 #include "tools/tempo/tempo_view.h"
@@ -16,7 +16,7 @@ namespace {
 
 // The harmony screen is rebuilt on every visit; the key it shows is kept
 // with the window's other restored state, read here and written on change.
-QWidget* createHarmonyView(CalculatorState& state, const QColor& tint, QWidget* parent) {
+QWidget* createFifthsView(CalculatorState& state, const QColor& tint, QWidget* parent) {
     const Preferences stored;
     auto* view = new CircleOfFifthsView(
         state, tint, KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},
@@ -49,7 +49,7 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* pa
     case CalculatorTool::harmony:
         break;
     }
-    return createHarmonyView(state, tint, parent);
+    return createFifthsView(state, tint, parent);
 }
 
 } // namespace quorlen

@@ -1,6 +1,6 @@
 #include "stats/stats.h"
 
-#include "app/config.h"
+#include "config/deployment.h"
 
 #include <QCoreApplication>
 #include <QHostAddress>

@@ -1,7 +1,7 @@
 #include "tempo_detection/tempo_detect_panel.h"
 
-#include "app/calculator_state.h"
 #include "detection/display_text.h"
+#include "state/calculator_state.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/tempo_detect_model.h"

@@ -1,7 +1,7 @@
 #include "app/appearance.h"
-#include "app/config.h"
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
+#include "config/deployment.h"
 #include "ui/color_scheme.h"
 
 #include <QCheckBox>

@@ -1,6 +1,6 @@
 #include "tools/euclidean/euclid_controls.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 #include "ui/integer_stepper.h"

@@ -1,9 +1,9 @@
 #include "tools/euclidean/euclid_playback.h"
 
-#include "app/calculator_state.h"
 #include "audio/chord_player.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
+#include "state/calculator_state.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 #include "tools/euclidean/euclidean_rhythm_view.h"
 
-#include "app/calculator_state.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
+#include "state/calculator_state.h"
 #include "text/number_format.h"
 #include "tools/euclidean/euclid_controls.h"
 #include "tools/euclidean/euclid_playback.h"

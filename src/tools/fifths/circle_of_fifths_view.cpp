@@ -1,8 +1,8 @@
 #include "tools/fifths/circle_of_fifths_view.h"
 
-#include "app/calculator_state.h"
 #include "audio/chord_player.h"
 #include "harmony/progression.h"
+#include "state/calculator_state.h"
 #include "tools/fifths/fifths_wheel.h"
 #include "tools/fifths/key_detail_panel.h"
 #include "tools/fifths/progression_panel.h"

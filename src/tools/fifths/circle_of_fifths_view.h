@@ -1,7 +1,7 @@
 #pragma once
 
 #include "harmony/key_selection.h"
-#include "tools/tool_screen.h"
+#include "tools/common/tool_screen.h"
 
 #include <QTimer>
 

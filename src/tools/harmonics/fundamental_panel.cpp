@@ -1,7 +1,7 @@
 #include "tools/harmonics/fundamental_panel.h"
 
-#include "app/calculator_state.h"
 #include "pitch/note_names.h"
+#include "state/calculator_state.h"
 #include "text/number_format.h"
 #include "ui/copyable_value.h"
 #include "ui/fonts.h"

@@ -1,7 +1,7 @@
 #include "tools/harmonics/harmonic_bar.h"
 
-#include "tools/cents_color.h"
 #include "text/number_format.h"
+#include "tools/common/cents_color.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 

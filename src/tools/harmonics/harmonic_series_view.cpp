@@ -1,8 +1,8 @@
 #include "tools/harmonics/harmonic_series_view.h"
 
-#include "app/calculator_state.h"
 #include "audio/chord_player.h"
 #include "pitch/harmonic_series.h"
+#include "state/calculator_state.h"
 #include "text/number_format.h"
 #include "tools/harmonics/fundamental_panel.h"
 #include "tools/harmonics/harmonic_bar.h"

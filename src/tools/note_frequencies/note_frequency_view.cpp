@@ -1,6 +1,6 @@
 #include "tools/note_frequencies/note_frequency_view.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "text/number_format.h"
 #include "tools/note_frequencies/frequency_matrix.h"
 #include "tools/note_frequencies/tuning_controls.h"

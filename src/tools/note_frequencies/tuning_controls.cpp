@@ -1,7 +1,7 @@
 #include "tools/note_frequencies/tuning_controls.h"
 
-#include "app/calculator_state.h"
 #include "pitch/pitch_fields.h"
+#include "state/calculator_state.h"
 #include "text/number_format.h"
 #include "ui/fonts.h"
 #include "ui/kit_button.h"

@@ -1,6 +1,6 @@
 #include "tools/reverb_delay/delay_strip.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tempo/delay_pick.h"
 #include "tempo/reverb_times.h"
 #include "tools/reverb_delay/space_tiles.h"

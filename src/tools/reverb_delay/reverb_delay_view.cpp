@@ -1,6 +1,6 @@
 #include "tools/reverb_delay/reverb_delay_view.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tempo/reverb_times.h"
 #include "tools/reverb_delay/custom_space_panel.h"
 #include "tools/reverb_delay/delay_strip.h"

@@ -1,6 +1,6 @@
 #include "tools/reverb_delay/reverb_table.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tempo/reverb_times.h"
 #include "tools/reverb_delay/reverb_row.h"
 #include "ui/column_header.h"

@@ -1,9 +1,9 @@
 #include "tools/temperament/temperament_view.h"
 
-#include "app/calculator_state.h"
 #include "audio/chord_player.h"
 #include "pitch/pitch_fields.h"
 #include "pitch/tet_scale.h"
+#include "state/calculator_state.h"
 #include "text/number_format.h"
 #include "tools/temperament/scale_table.h"
 #include "tools/temperament/tuning_lab.h"

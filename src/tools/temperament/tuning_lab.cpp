@@ -1,7 +1,7 @@
 #include "tools/temperament/tuning_lab.h"
 
-#include "app/calculator_state.h"
 #include "pitch/pitch_fields.h"
+#include "state/calculator_state.h"
 #include "ui/fonts.h"
 #include "ui/kit_button.h"
 #include "ui/premium_input_field.h"

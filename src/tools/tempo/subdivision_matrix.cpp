@@ -1,10 +1,10 @@
 #include "tools/tempo/subdivision_matrix.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tempo/tempo_field.h"
-#include "ui/copyable_value.h"
-#include "ui/column_header.h"
 #include "ui/color_scheme.h"
+#include "ui/column_header.h"
+#include "ui/copyable_value.h"
 #include "ui/fonts.h"
 #include "ui/hairline.h"
 

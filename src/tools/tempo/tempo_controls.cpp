@@ -1,6 +1,6 @@
 #include "tools/tempo/tempo_controls.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tempo/tap_tempo.h"
 #include "tempo/tempo_field.h"
 #include "tools/tempo/tap_button.h"

@@ -1,6 +1,6 @@
 #include "tools/tempo/tempo_view.h"
 
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tempo/note_division.h"
 #include "tempo/tempo_field.h"
 #include "tempo_detection/tempo_detect_panel.h"

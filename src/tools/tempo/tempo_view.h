@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/tool_screen.h"
+#include "tools/common/tool_screen.h"
 
 namespace quorlen {
 

@@ -1,8 +1,8 @@
 #include "tools/euclidean/euclidean_rhythm_view.h"
 
-#include "app/calculator_state.h"
 #include "audio/chord_player.h"
 #include "audio/fake_audio_backend.h"
+#include "state/calculator_state.h"
 #include "support/wait.h"
 #include "tools/euclidean/euclid_playback.h"
 #include "tools/euclidean/euclid_wheel.h"

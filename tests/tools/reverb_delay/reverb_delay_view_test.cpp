@@ -24,7 +24,7 @@ QT_END_NAMESPACE
 namespace quorlen {
 namespace {
 
-class SpaceScreen : public ::testing::Test {
+class ReverbDelayViewTest : public ::testing::Test {
 protected:
     void SetUp() override {
         content.resize(1000, 1000);
@@ -50,7 +50,7 @@ protected:
     ReverbDelayView* view = nullptr;
 };
 
-TEST_F(SpaceScreen, FollowsTheSharedTempoClampedTo20Through400) {
+TEST_F(ReverbDelayViewTest, FollowsTheSharedTempoClampedTo20Through400) {
     // bar 240000 / clamp(bpm, 20, 400); beat bar/4; pre 1/64 bar/64; the
     // Medium Room decays bar - bar/64; the 1/8T delay is bar/12.
     const std::tuple<double, QStringList, const char*, const char*> cases[] = {
@@ -68,7 +68,7 @@ TEST_F(SpaceScreen, FollowsTheSharedTempoClampedTo20Through400) {
     EXPECT_EQ(content.state().bpm(), 1000); // read, never written
 }
 
-TEST_F(SpaceScreen, PresetRowsAt120Bpm) {
+TEST_F(ReverbDelayViewTest, PresetRowsAt120Bpm) {
     const QStringList expected[] = {
         {"7.8 ms", "492.2 ms", "500.0 ms"},     {"15.6 ms", "984.4 ms", "1000.0 ms"},
         {"31.2 ms", "1968.8 ms", "2000.0 ms"},  {"62.5 ms", "3937.5 ms", "4000.0 ms"},
@@ -82,7 +82,7 @@ TEST_F(SpaceScreen, PresetRowsAt120Bpm) {
     }
 }
 
-TEST_F(SpaceScreen, PickersStoreTheCustomSpaceInTheSharedState) {
+TEST_F(ReverbDelayViewTest, PickersStoreTheCustomSpaceInTheSharedState) {
     CustomSpacePanel* panel = view->customPanel();
     EXPECT_EQ(customTiles(), (QStringList{"31.2 ms", "1968.8 ms", "2000.0 ms"}));
     EXPECT_EQ(panel->totalPicker()->selectedIndex(), 2);
@@ -105,7 +105,7 @@ TEST_F(SpaceScreen, PickersStoreTheCustomSpaceInTheSharedState) {
     EXPECT_EQ(customTiles(), (QStringList{"2.3 ms", "4797.7 ms", "4800.0 ms"}));
 }
 
-TEST_F(SpaceScreen, EveryValueCopiesWithOneDecimalAndNoUnit) {
+TEST_F(ReverbDelayViewTest, EveryValueCopiesWithOneDecimalAndNoUnit) {
     QClipboard* clipboard = QGuiApplication::clipboard();
     CopyableText* decay = row(2)->decayCell();
     QTest::mouseClick(decay, Qt::LeftButton);
@@ -120,7 +120,7 @@ TEST_F(SpaceScreen, EveryValueCopiesWithOneDecimalAndNoUnit) {
     EXPECT_EQ(clipboard->text(), "31.2");
 }
 
-TEST(SpaceTool, ShowsTheTempoSetInTheTempoTool) {
+TEST(ReverbDelayView, ShowsTheTempoSetInTheTempoTool) {
     ContentView content{QStringLiteral("bpm")};
     content.state().setBpm(90);
     content.selectTool(CalculatorTool::space);

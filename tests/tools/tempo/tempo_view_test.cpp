@@ -28,7 +28,7 @@ namespace quorlen {
 namespace {
 
 // The window's content showing the tempo tool, with a clock the test sets.
-class TempoScreen : public ::testing::Test {
+class TempoViewTest : public ::testing::Test {
 protected:
     void SetUp() override {
         content.resize(1100, 1000);
@@ -66,7 +66,7 @@ protected:
     double nowSeconds = 0;
 };
 
-TEST_F(TempoScreen, TypingFollowsLiveAndAClickOutsideCommits) {
+TEST_F(TempoViewTest, TypingFollowsLiveAndAClickOutsideCommits) {
     EXPECT_EQ(straight("1/4"), "500.00 ms");
     QTest::mouseClick(field->lineEdit(), Qt::LeftButton);
     ASSERT_TRUE(field->isFocused());
@@ -95,7 +95,7 @@ TEST_F(TempoScreen, TypingFollowsLiveAndAClickOutsideCommits) {
     EXPECT_EQ(summary(), "A4 = 440 Hz\n140.5 BPM = 427.0 ms");
 }
 
-TEST_F(TempoScreen, ReturnCommitsWithTheTypedRangeAndRestoresNonsense) {
+TEST_F(TempoViewTest, ReturnCommitsWithTheTypedRangeAndRestoresNonsense) {
     // Typed commits clamp to 1...999 and rewrite the text from the value.
     const std::tuple<const char*, double, const char*> cases[] = {
         {"98,5", 98.5, "98.50"}, {"128", 128, "128"}, {"5000", 999, "999"},
@@ -110,7 +110,7 @@ TEST_F(TempoScreen, ReturnCommitsWithTheTypedRangeAndRestoresNonsense) {
     }
 }
 
-TEST_F(TempoScreen, TapsSetTheTempoAndTheFieldFollows) {
+TEST_F(TempoViewTest, TapsSetTheTempoAndTheFieldFollows) {
     tapAt(10.0);
     EXPECT_EQ(content.state().bpm(), 120);
     tapAt(10.4); // 60 / 0.4 = 150
@@ -123,7 +123,7 @@ TEST_F(TempoScreen, TapsSetTheTempoAndTheFieldFollows) {
     EXPECT_EQ(content.state().bpm(), 400);
 }
 
-TEST_F(TempoScreen, SpaceTapsUnlessTheFieldIsTyping) {
+TEST_F(TempoViewTest, SpaceTapsUnlessTheFieldIsTyping) {
     nowSeconds = 1.0;
     QTest::keyClick(&content, Qt::Key_Space);
     nowSeconds = 1.25;
@@ -138,7 +138,7 @@ TEST_F(TempoScreen, SpaceTapsUnlessTheFieldIsTyping) {
     EXPECT_EQ(content.state().bpm(), 240);
 }
 
-TEST_F(TempoScreen, StepperAndSliderKeepTo20Through400) {
+TEST_F(TempoViewTest, StepperAndSliderKeepTo20Through400) {
     auto* stepper = view->findChild<Stepper*>(QStringLiteral("bpmStepper"));
     auto* slider = view->findChild<KitSlider*>(QStringLiteral("bpmSlider"));
     ASSERT_TRUE(stepper && slider);
@@ -165,7 +165,7 @@ TEST_F(TempoScreen, StepperAndSliderKeepTo20Through400) {
     EXPECT_EQ(content.state().bpm(), 20);
 }
 
-TEST_F(TempoScreen, ValuesCopyWithoutUnit) {
+TEST_F(TempoViewTest, ValuesCopyWithoutUnit) {
     MatrixRow* eightBars = view->matrix()->row(QStringLiteral("8/1"));
     QTest::mouseClick(eightBars->straightCell(), Qt::LeftButton);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "16000.00");
@@ -184,7 +184,7 @@ TEST_F(TempoScreen, ValuesCopyWithoutUnit) {
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "8.00");
 }
 
-TEST(TempoTool, ShowsATempoSetWhileItWasNotShown) {
+TEST(TempoView, ShowsATempoSetWhileItWasNotShown) {
     ContentView content{QStringLiteral("space")};
     content.state().setBpm(90);
     content.selectTool(CalculatorTool::bpm);

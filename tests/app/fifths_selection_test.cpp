@@ -11,18 +11,18 @@
 namespace quorlen {
 namespace {
 
-CircleOfFifthsView* harmonyScreen(const ContentView& view) {
+CircleOfFifthsView* fifthsView(const ContentView& view) {
     return qobject_cast<CircleOfFifthsView*>(view.toolView());
 }
 
-TEST(HarmonySelection, IsRememberedBesideTheWindowStateAcrossToolSwitches) {
+TEST(FifthsSelection, IsRememberedBesideTheWindowStateAcrossToolSwitches) {
     Preferences().setFifthsSelectedIndex(0);
     Preferences().setFifthsMinorSelected(false);
     ContentView view(QStringLiteral("harmony"));
     view.resize(960, 1100);
     view.show();
-    ASSERT_TRUE(harmonyScreen(view));
-    FifthsWheel* wheel = harmonyScreen(view)->wheel();
+    ASSERT_TRUE(fifthsView(view));
+    FifthsWheel* wheel = fifthsView(view)->wheel();
     QTest::mouseClick(wheel, Qt::LeftButton, {}, wheel->segmentCentre(4, true).toPoint()); // C♯m
 
     QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
@@ -33,11 +33,11 @@ TEST(HarmonySelection, IsRememberedBesideTheWindowStateAcrossToolSwitches) {
     // The screen is rebuilt on every visit and comes back on the same key.
     view.selectTool(CalculatorTool::frequency);
     view.selectTool(CalculatorTool::harmony);
-    ASSERT_TRUE(harmonyScreen(view));
-    EXPECT_EQ(harmonyScreen(view)->selection(), (KeySelection{4, true}));
+    ASSERT_TRUE(fifthsView(view));
+    EXPECT_EQ(fifthsView(view)->selection(), (KeySelection{4, true}));
 }
 
-TEST(HarmonySelection, AStoredIndexOutOfRangeIsWrapped) {
+TEST(FifthsSelection, AStoredIndexOutOfRangeIsWrapped) {
     const struct {
         int stored;
         int shown;
@@ -49,8 +49,8 @@ TEST(HarmonySelection, AStoredIndexOutOfRangeIsWrapped) {
         store.sync();
         EXPECT_EQ(Preferences().fifthsSelectedIndex(), c.shown) << c.stored;
         ContentView view(QStringLiteral("harmony"));
-        ASSERT_TRUE(harmonyScreen(view));
-        EXPECT_EQ(harmonyScreen(view)->selection().index, c.shown) << c.stored;
+        ASSERT_TRUE(fifthsView(view));
+        EXPECT_EQ(fifthsView(view)->selection().index, c.shown) << c.stored;
     }
 }
 

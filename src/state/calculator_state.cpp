@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 
 namespace quorlen {
 

@@ -1,4 +1,4 @@
-#include "tools/tool_screen.h"
+#include "tools/common/tool_screen.h"
 
 #include <QHideEvent>
 #include <QVBoxLayout>

@@ -8,10 +8,10 @@
 //   4. delay from a request to the sound in a recording of the server's
 //      output (parecord on $QUORLEN_MONITOR), which adds the server's own
 //      buffering and the recorder's latency of about 10 ms.
-#include "app/calculator_state.h"
 #include "audio/audio_backend.h"
 #include "audio/chord_player.h"
 #include "audio/rtaudio_backend.h"
+#include "state/calculator_state.h"
 #include "tools/euclidean/euclid_playback.h"
 
 #include <QCoreApplication>

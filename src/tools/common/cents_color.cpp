@@ -1,4 +1,4 @@
-#include "tools/cents_color.h"
+#include "tools/common/cents_color.h"
 
 #include "ui/theme.h"
 

@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tools/fifths/chord_tile.h"
 #include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/fifths/fifths_wheel.h"
@@ -56,7 +56,7 @@ struct HarmonyScreen {
     QString metric(int tile) const { return view.header()->tiles()[tile]->metric().value; }
 };
 
-TEST(HarmonyView, ClickingASegmentAndAChordGrowsTheProgression) {
+TEST(CircleOfFifthsView, ClickingASegmentAndAChordGrowsTheProgression) {
     HarmonyScreen s;
     EXPECT_EQ(s.metric(0), QStringLiteral("C"));
     EXPECT_EQ(s.view.details()->longName(), QStringLiteral("C major"));
@@ -110,7 +110,7 @@ TEST(HarmonyView, ClickingASegmentAndAChordGrowsTheProgression) {
     EXPECT_EQ(s.played.size(), 1u);
 }
 
-TEST(HarmonyView, WheelFillsFollowTheSelection) {
+TEST(CircleOfFifthsView, WheelFillsFollowTheSelection) {
     HarmonyScreen s;
     const QColor accent(178, 34, 34);
     FifthsWheel* wheel = s.view.wheel();
@@ -129,7 +129,7 @@ TEST(HarmonyView, WheelFillsFollowTheSelection) {
     EXPECT_FALSE(wheel->hoveredSegment());
 }
 
-TEST(HarmonyView, ClipboardTextIsSpelledInAscii) {
+TEST(CircleOfFifthsView, ClipboardTextIsSpelledInAscii) {
     HarmonyScreen s({6, true}); // D♯ minor
     QClipboard* clipboard = QGuiApplication::clipboard();
     QTest::mouseClick(s.view.header()->tiles()[0], Qt::LeftButton);
@@ -151,7 +151,7 @@ TEST(HarmonyView, ClipboardTextIsSpelledInAscii) {
     EXPECT_FALSE(s.view.progressionPanel()->chips().value(0));
 }
 
-TEST(HarmonyView, PlaybackLoopsAndFollowsEditsWhilePlaying) {
+TEST(CircleOfFifthsView, PlaybackLoopsAndFollowsEditsWhilePlaying) {
     HarmonyScreen s;
     ProgressionPanel* panel = s.view.progressionPanel();
     s.view.startPlayback(); // empty: nothing happens
@@ -192,7 +192,7 @@ TEST(HarmonyView, PlaybackLoopsAndFollowsEditsWhilePlaying) {
     EXPECT_EQ(s.state.progression(), (Degrees{1, 4, 0})) << "the loop outlives the screen";
 }
 
-TEST(HarmonyView, EachStepSoundsInTheKeySelectedWhenItSounds) {
+TEST(CircleOfFifthsView, EachStepSoundsInTheKeySelectedWhenItSounds) {
     HarmonyScreen s;
     s.clickSegment(0, false); // C: 440 × 2^(−21/12) = 130.81 Hz
     ASSERT_EQ(s.played.size(), 1u);
@@ -216,7 +216,7 @@ TEST(HarmonyView, EachStepSoundsInTheKeySelectedWhenItSounds) {
     EXPECT_EQ(s.state.playingStep(), 0);
 }
 
-TEST(HarmonyView, StoppingRules) {
+TEST(CircleOfFifthsView, StoppingRules) {
     HarmonyScreen s({0, true});
     ProgressionPanel* panel = s.view.progressionPanel();
     const QStringList presetNames = [&] {

@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tools/note_frequencies/frequency_cell.h"
 #include "tools/note_frequencies/frequency_matrix.h"
 #include "tools/note_frequencies/note_frequency_view.h"

@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tools/harmonics/fundamental_panel.h"
 #include "tools/harmonics/harmonic_bar.h"
 #include "tools/harmonics/harmonic_series_view.h"

@@ -1,4 +1,4 @@
-#include "app/calculator_state.h"
+#include "state/calculator_state.h"
 #include "tools/temperament/scale_table.h"
 #include "tools/temperament/step_row.h"
 #include "tools/temperament/temperament_view.h"

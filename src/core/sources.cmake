@@ -1,0 +1,43 @@
+# The core's sources, relative to src/core: the library and the fuzzing
+# build (fuzz/) both compile this list.
+set(quorlen_core_sources
+  harmony/circle_of_fifths.cpp
+  harmony/key_selection.cpp
+  harmony/progression.cpp
+  harmony/wheel_geometry.cpp
+  pitch/harmonic_series.cpp
+  pitch/note_names.cpp
+  pitch/pitch_fields.cpp
+  pitch/tet_scale.cpp
+  text/c_locale.cpp
+  text/number_format.cpp
+  text/typed_number.cpp
+  text/sidebar_summary.cpp
+  tempo/delay_pick.cpp
+  tempo/note_division.cpp
+  tempo/reverb_times.cpp
+  tempo/tap_tempo.cpp
+  tempo/tempo_field.cpp
+  synth/tone_buffers.cpp
+  synth/triad.cpp
+  rhythm/euclid.cpp
+  rhythm/step_length.cpp
+  detection/audio_loader.cpp
+  detection/autocorrelation.cpp
+  detection/complex_fft.cpp
+  detection/display_text.cpp
+  detection/downbeat.cpp
+  detection/failure.cpp
+  detection/filterbank.cpp
+  detection/final_tempo.cpp
+  detection/grid_score.cpp
+  detection/onset_envelope.cpp
+  detection/parallel_for.cpp
+  detection/resample.cpp
+  detection/tempo_detector.cpp
+  detection/tempo_search.cpp
+  rhythm/wheel_layout.cpp
+  detection/waveform_layout.cpp
+  preview/preview_frames.cpp
+  preview/sound_file_reader.cpp
+)
