@@ -15,6 +15,7 @@ const QString kSelectedTool = QStringLiteral("MainWindow/selectedCalculatorTool"
 const QString kFifthsIndex = QStringLiteral("MainWindow/fifthsSelectedIndex");
 const QString kFifthsMinor = QStringLiteral("MainWindow/fifthsMinorSelected");
 const QString kAppearance = QStringLiteral("appearance");
+const QString kTempoOctave = QStringLiteral("tempoDetectionOctave");
 } // namespace
 
 void Preferences::avoidUnusableStore() {
@@ -81,6 +82,16 @@ AppearanceChoice Preferences::appearance() const {
 void Preferences::setAppearance(AppearanceChoice choice) {
     static const char* const names[] = {"system", "light", "dark"};
     m_settings.setValue(kAppearance, QString::fromLatin1(names[static_cast<int>(choice)]));
+    m_settings.sync();
+}
+
+detection::OctaveMode Preferences::tempoOctave() const {
+    const std::string text = m_settings.value(kTempoOctave).toString().toStdString();
+    return detection::parseOctaveMode(text).value_or(detection::OctaveMode::classic());
+}
+
+void Preferences::setTempoOctave(const detection::OctaveMode& mode) {
+    m_settings.setValue(kTempoOctave, QString::fromStdString(detection::octaveModeText(mode)));
     m_settings.sync();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "detection/octave_mode.h"
+
 #include <QSettings>
 #include <QString>
 
@@ -39,6 +41,11 @@ public:
 
     AppearanceChoice appearance() const;
     void setAppearance(AppearanceChoice choice);
+
+    // How tempo detection chooses the octave: classic unless another mode
+    // was stored (a stored text that names no mode reads as classic).
+    detection::OctaveMode tempoOctave() const;
+    void setTempoOctave(const detection::OctaveMode& mode);
 
 private:
     mutable QSettings m_settings;

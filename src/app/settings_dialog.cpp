@@ -1,8 +1,10 @@
 #include "app/settings_dialog.h"
 
 #include "app/appearance.h"
+#include "app/octave_picker.h"
 #include "app/preferences.h"
 #include "config/deployment.h"
+#include "tempo_detection/octave_setting.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 
@@ -57,6 +59,13 @@ SettingsDialog::SettingsDialog(AppearanceController& appearance, QWidget* parent
         appearance.setChoice(static_cast<AppearanceChoice>(index));
     });
     form->addRow(QStringLiteral("Appearance"), m_appearancePicker);
+    m_octavePicker = new OctavePicker(Preferences().tempoOctave(), this);
+    connect(m_octavePicker, &OctavePicker::modeChanged, this,
+            [](const detection::OctaveMode& mode) {
+                Preferences().setTempoOctave(mode);
+                OctaveSetting::instance().setMode(mode);
+            });
+    form->addRow(QStringLiteral("Tempo detection"), m_octavePicker);
     column->addLayout(form);
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);

@@ -8,9 +8,10 @@ class QComboBox;
 namespace quorlen {
 
 class AppearanceController;
+class OctavePicker;
 
-// Preferences: the usage-statistics opt-out and the appearance choice, both
-// stored the moment they change.
+// Preferences: the usage-statistics opt-out, the appearance choice and how
+// tempo detection picks the octave, all stored the moment they change.
 class SettingsDialog : public QDialog {
     Q_OBJECT
 public:
@@ -18,12 +19,14 @@ public:
 
     QCheckBox* statsToggle() const { return m_stats; }
     QComboBox* appearancePicker() const { return m_appearancePicker; }
+    OctavePicker* octavePicker() const { return m_octavePicker; }
 
     static QString statsExplanation();
 
 private:
     QCheckBox* m_stats;
     QComboBox* m_appearancePicker;
+    OctavePicker* m_octavePicker;
 };
 
 } // namespace quorlen

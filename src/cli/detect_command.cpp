@@ -27,11 +27,12 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false}, {"-j", true, "--jobs"}};
+constexpr KnownOption kOptions[] = {{"--json", false}, {"-j", true, "--jobs"}, {"--octave", true}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
     bool json = false;
+    detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
     std::vector<std::string> paths;
 };
@@ -45,6 +46,14 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
         if (const auto* error = std::get_if<UsageError>(&threads))
             return *error;
         options.threads = std::get<int>(threads);
+    }
+    if (const auto text = arguments.value("--octave")) {
+        const auto mode = detection::parseOctaveMode(*text);
+        if (!mode)
+            return UsageError{"'" + std::string(*text) +
+                              "' is not an octave mode (classic, auto, or LO-HI with HI at "
+                              "least 2 x LO)"};
+        options.octave = *mode;
     }
     options.paths.assign(arguments.positionals.begin(), arguments.positionals.end());
     if (options.paths.empty())
@@ -96,6 +105,7 @@ constexpr int kThreadsPerCore = 2;
 struct Job {
     const std::vector<AudioPath>& files;
     bool json;
+    detection::OctaveMode octave;
     int innerThreads; // threads inside one analysis
     detection::CancelCheck cancelled;
 };
@@ -119,8 +129,8 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     }
     try {
         const detection::Analysis analysis =
-            detection::analyzeFile(file, job.cancelled, {job.innerThreads});
-        board.post(i, job.json ? jsonLine(file, analysis.estimate)
+            detection::analyzeFile(file, job.cancelled, {job.innerThreads}, job.octave);
+        board.post(i, job.json ? jsonLine(file, analysis.estimate, job.octave)
                                : textLine(file, analysis.estimate), false);
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
@@ -175,7 +185,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
                                    kThreadsPerCore * cores);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
-    const Job job{files, options.json, std::max(1, threads / std::max<int>(1, int(files.size()))),
+    const Job job{files, options.json, options.octave, std::max(1, threads / std::max<int>(1, int(files.size()))),
                   [&] { return interrupted.load() || outputFailed.load(); }};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 

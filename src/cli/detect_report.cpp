@@ -40,7 +40,8 @@ std::string textFailureLine(const std::string& file, const std::string& message)
     return terminalSafe(file) + ": " + terminalSafe(message) + '\n';
 }
 
-std::string jsonLine(const std::string& file, const detection::Estimate& e) {
+std::string jsonLine(const std::string& file, const detection::Estimate& e,
+                     const detection::OctaveMode& octave) {
     std::string alternatives;
     for (const double bpm : e.alternatives)
         alternatives += (alternatives.empty() ? "" : ",") + shortestJsonNumber(bpm);
@@ -49,7 +50,11 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e) {
            ",\"downbeat\":" + std::to_string(e.downbeat) +
            ",\"confidence\":" + shortestJsonNumber(e.confidence) + ",\"snappedBars\":" +
            (e.snappedBars ? std::to_string(*e.snappedBars) : "null") + ",\"alternatives\":[" +
-           alternatives + "],\"duration\":" + shortestJsonNumber(e.durationSeconds) + "}\n";
+           alternatives + "],\"duration\":" + shortestJsonNumber(e.durationSeconds) +
+           (octave.kind == detection::OctaveKind::classic
+                ? std::string()
+                : ",\"octave\":" + jsonString(detection::octaveModeText(octave))) +
+           "}\n";
 }
 
 std::string jsonFailureLine(const std::string& file, const std::string& message) {

@@ -15,8 +15,10 @@ std::string textLine(const std::string& file, const detection::Estimate& estimat
 std::string textFailureLine(const std::string& file, const std::string& message);
 
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
-// as the same double), names that are no UTF-8 made valid with U+FFFD.
-std::string jsonLine(const std::string& file, const detection::Estimate& estimate);
+// as the same double), names that are no UTF-8 made valid with U+FFFD. A
+// mode other than classic is named in "octave".
+std::string jsonLine(const std::string& file, const detection::Estimate& estimate,
+                     const detection::OctaveMode& octave = detection::OctaveMode::classic());
 std::string jsonFailureLine(const std::string& file, const std::string& message);
 
 } // namespace quorlen::cli

@@ -30,7 +30,11 @@ set(quorlen_core_sources
   detection/failure.cpp
   detection/filterbank.cpp
   detection/final_tempo.cpp
+  detection/beat_phase.cpp
   detection/grid_score.cpp
+  detection/octave_choice.cpp
+  detection/octave_mode.cpp
+  detection/octave_model.cpp
   detection/onset_envelope.cpp
   detection/parallel_for.cpp
   detection/resample.cpp

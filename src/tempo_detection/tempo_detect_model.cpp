@@ -24,6 +24,7 @@ struct TempoDetectModel::Job {
     std::mutex mutex;
     TempoDetectModel* receiver = nullptr;
     QString path;
+    detection::OctaveMode octave;
 };
 
 struct TempoDetectModel::Outcome {
@@ -35,12 +36,13 @@ struct TempoDetectModel::Outcome {
 namespace {
 
 detection::Analysis analyseWithEngine(const std::string& path,
-                                      const detection::CancelCheck& isCancelled) {
+                                      const detection::CancelCheck& isCancelled,
+                                      const detection::OctaveMode& octave) {
     // One core stays free for the window, so it keeps drawing while a long
     // file is analysed.
     detection::AnalysisOptions options;
     options.threads = std::max(1, QThread::idealThreadCount() - 1);
-    return detection::analyzeFile(path, isCancelled, options);
+    return detection::analyzeFile(path, isCancelled, options, octave);
 }
 
 } // namespace
@@ -111,11 +113,13 @@ void TempoDetectModel::analyse(const QString& path) {
     auto job = std::make_shared<Job>();
     job->receiver = this;
     job->path = path;
+    job->octave = m_octave;
     m_running = job;
     analysisPool().start([job, analyser = m_analyser] {
         Outcome outcome;
         try {
-            outcome.analysis = analyser(job->path.toStdString(), [&job] { return job->cancelled.load(); });
+            outcome.analysis = analyser(
+                job->path.toStdString(), [&job] { return job->cancelled.load(); }, job->octave);
         } catch (const detection::Failure& failure) {
             outcome.cancelled = failure.kind() == detection::FailureKind::cancelled;
             outcome.error = QString::fromStdString(failure.what());
@@ -154,6 +158,18 @@ void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& out
         m_failed = true;
     }
     emit changed();
+}
+
+void TempoDetectModel::setOctaveMode(const detection::OctaveMode& mode) {
+    if (mode == m_octave)
+        return;
+    m_octave = mode;
+    // A copy: analysing again replaces the job and the result it names.
+    const std::optional<QString> path = m_running  ? std::optional(m_running->path)
+                                        : m_result ? std::optional(m_result->path)
+                                                   : std::nullopt;
+    if (path)
+        analyse(*path);
 }
 
 void TempoDetectModel::rescale(double factor) {

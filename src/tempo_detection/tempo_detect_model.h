@@ -39,9 +39,11 @@ public:
     };
 
     // Runs on a worker thread: decodes and analyses the file, polling the
-    // callback. Tests pass their own.
+    // callback, with the tempo's octave chosen as the mode says. Tests pass
+    // their own.
     using Analyser = std::function<detection::Analysis(const std::string& path,
-                                                       const detection::CancelCheck& isCancelled)>;
+                                                       const detection::CancelCheck& isCancelled,
+                                                       const detection::OctaveMode& octave)>;
 
     static constexpr double kMinimumBpm = 20;
     static constexpr double kMaximumBpm = 400;
@@ -73,6 +75,11 @@ public:
     // Drops the running analysis, if any, without a word: it never
     // publishes, and the model stops analysing.
     void cancelAnalysis();
+    // How the next analyses choose the tempo's octave (classic at first).
+    // A change analyses the shown (or the running) file again, so the
+    // result, its grid and its alternatives follow the mode.
+    void setOctaveMode(const detection::OctaveMode& mode);
+    const detection::OctaveMode& octaveMode() const { return m_octave; }
     // result.bpm × factor, when that stays within 20 ... 400 BPM.
     void rescale(double factor);
     // From `fromSeconds` when given and not negative, else from the start.
@@ -101,6 +108,7 @@ private:
     std::optional<double> m_playhead;
     std::unique_ptr<TempoPreviewPlayer> m_player;
     Analyser m_analyser;
+    detection::OctaveMode m_octave;
     std::shared_ptr<Job> m_running;
     // Identifies the latest preview request; outcomes of older ones are dropped.
     uint64_t m_previewRequest = 0;

@@ -4,6 +4,7 @@
 #include "state/calculator_state.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
+#include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/waveform_grid.h"
 #include "text/number_format.h"
@@ -86,6 +87,7 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
     addContent(m_results);
 
     m_ticker.setInterval(kTickerMs);
+    m_model->setOctaveMode(OctaveSetting::instance().mode());
     connectControls();
     refresh();
     refreshPlayhead();
@@ -173,6 +175,8 @@ void TempoDetectPanel::connectControls() {
     });
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
     connect(m_model.get(), &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
+    connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged, m_model.get(),
+            [model = m_model.get()] { model->setOctaveMode(OctaveSetting::instance().mode()); });
     connect(m_model.get(), &TempoDetectModel::playheadChanged, this,
             &TempoDetectPanel::refreshPlayhead);
 }

@@ -1,12 +1,15 @@
 #include "app/appearance.h"
+#include "app/octave_picker.h"
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
 #include "config/deployment.h"
+#include "tempo_detection/octave_setting.h"
 #include "ui/color_scheme.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QSettings>
+#include <QSpinBox>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -53,6 +56,45 @@ TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
     dialog.appearancePicker()->setCurrentIndex(1);
     EXPECT_EQ(currentScheme(), ColorScheme::Light);
     EXPECT_EQ(AppearanceController().choice(), AppearanceChoice::light);
+}
+
+TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
+    Preferences().setTempoOctave(detection::OctaveMode::classic());
+    AppearanceController appearance;
+    {
+        SettingsDialog dialog(appearance);
+        OctavePicker* picker = dialog.octavePicker();
+        EXPECT_EQ(picker->choice()->currentText(), QStringLiteral("As analysed"));
+        EXPECT_FALSE(picker->lowBound()->isEnabled()) << "the range only counts when chosen";
+        picker->choice()->setCurrentIndex(1);
+        EXPECT_EQ(picker->choice()->currentText(), QStringLiteral("Automatic octave"));
+        EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::automatic());
+        EXPECT_EQ(OctaveSetting::instance().mode(), detection::OctaveMode::automatic());
+
+        picker->choice()->setCurrentIndex(2);
+        EXPECT_EQ(picker->choice()->currentText(), QStringLiteral("Preferred range"));
+        EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::range(80, 160));
+        // Raising the lower bound past half the upper one pushes the upper one.
+        picker->lowBound()->setValue(95);
+        EXPECT_EQ(picker->highBound()->value(), 190);
+        picker->highBound()->setValue(100);
+        EXPECT_EQ(picker->highBound()->value(), 190) << "an upper bound below 2 x 95 is refused";
+        EXPECT_EQ(OctaveSetting::instance().mode(), detection::OctaveMode::range(95, 190));
+    }
+    SettingsDialog reopened(appearance);
+    EXPECT_EQ(reopened.octavePicker()->choice()->currentIndex(), 2);
+    EXPECT_EQ(reopened.octavePicker()->lowBound()->value(), 95);
+    EXPECT_EQ(reopened.octavePicker()->highBound()->value(), 190);
+    QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
+                    QStringLiteral("calculator"));
+    EXPECT_EQ(store.value(QStringLiteral("tempoDetectionOctave")).toString(), "95-190");
+
+    // A stored text that names no mode reads as the classic one.
+    store.setValue(QStringLiteral("tempoDetectionOctave"), QStringLiteral("80-100"));
+    store.sync();
+    EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::classic());
+    Preferences().setTempoOctave(detection::OctaveMode::classic());
+    OctaveSetting::instance().setMode(detection::OctaveMode::classic());
 }
 
 } // namespace

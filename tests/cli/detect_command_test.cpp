@@ -49,7 +49,9 @@ struct Library {
 TEST(DetectCommand, RefusesBadArgumentsWithStatusTwo) {
     const std::vector<std::vector<std::string>> refused = {
         {}, {"--json"}, {"--frob", "x.wav"}, {"-j"}, {"-j", "two", "x.wav"}, {"-j", "1.5", "x.wav"},
-        {"-j", "2", "--jobs=3", "x.wav"}, {"--json", "x.wav", "--json"}, {""}, {"x.wav", ""}};
+        {"-j", "2", "--jobs=3", "x.wav"}, {"--json", "x.wav", "--json"}, {""}, {"x.wav", ""},
+        {"--octave"}, {"--octave", "x.wav"}, {"--octave=80-120", "x.wav"},
+        {"--octave", "AUTO", "x.wav"}};
     for (const auto& args : refused) {
         const Outcome result = detect(args);
         EXPECT_EQ(result.status, kExitUsage) << (args.empty() ? "" : args[0]);
@@ -72,6 +74,31 @@ TEST(DetectCommand, ThreadCountsAreClampedNotRefused) {
         EXPECT_EQ(result.status, kExitOk) << result.err;
         EXPECT_EQ(result.out, one.out);
     }
+}
+
+TEST(DetectCommand, AnOctaveModeChangesTheTempoAndIsNamedInTheJson) {
+    const Library library;
+    const std::string loop = library.path("drums/loop.wav"); // 16 beats in 8 s
+    const auto run = [&](std::vector<std::string> options) {
+        options.push_back(loop);
+        const Outcome result = detect(options);
+        EXPECT_EQ(result.status, kExitOk) << result.err;
+        return result.out;
+    };
+    const std::string classic = run({"--json"});
+    EXPECT_EQ(run({"--json", "--octave", "classic"}), classic) << "classic is the default";
+    EXPECT_EQ(classic.find("\"octave\""), std::string::npos) << classic;
+    EXPECT_NE(classic.find("\"bpm\":120,"), std::string::npos) << classic;
+
+    // Folded into [40, 80): 60 BPM, and the 8 s still hold whole bars (2).
+    const std::string folded = run({"--json", "--octave=40-80"});
+    EXPECT_NE(folded.find("\"bpm\":60,"), std::string::npos) << folded;
+    EXPECT_NE(folded.find("\"snappedBars\":2,"), std::string::npos) << folded;
+    EXPECT_NE(folded.find(",\"octave\":\"40-80\"}"), std::string::npos) << folded;
+    EXPECT_NE(run({"--json", "--octave", "auto"}).find(",\"octave\":\"auto\"}"),
+              std::string::npos);
+    // The text line has no field for the mode; it shows the folded tempo.
+    EXPECT_NE(run({"--octave", "150-300"}).find(": 240 BPM · "), std::string::npos);
 }
 
 TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
@@ -173,11 +200,12 @@ TEST(DetectCommand, IsListedInTheCommandTable) {
     std::ostringstream out, err;
     const std::vector<std::string_view> help = {"--help"};
     EXPECT_EQ(runCommandLine(help, out, err), kExitOk);
-    EXPECT_NE(out.str().find("detect [--json] [-j N] PATH..."), std::string::npos);
+    EXPECT_NE(out.str().find("detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH..."), std::string::npos);
     const std::vector<std::string_view> detectHelp = {"detect", "--help"};
     std::ostringstream out2;
     EXPECT_EQ(runCommandLine(detectHelp, out2, err), kExitOk);
-    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] PATH...\n"
+    EXPECT_EQ(out2.str(), "usage: quorlen detect [--json] [-j N] [--octave classic|auto|LO-HI] "
+                          "PATH...\n"
                           "      Tempo, beat offset, downbeat and confidence of audio files, or "
                           "of folders of them.\n");
 }

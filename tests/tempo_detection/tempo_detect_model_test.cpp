@@ -35,7 +35,8 @@ struct Analyser {
     std::atomic<bool> slowSawCancel{false};
 
     TempoDetectModel::Analyser function() {
-        return [this](const std::string& path, const detection::CancelCheck& isCancelled) {
+        return [this](const std::string& path, const detection::CancelCheck& isCancelled,
+                      const detection::OctaveMode&) {
             const std::string name = path.substr(path.find_last_of('/') + 1);
             if (name == "slow.wav") {
                 while (!release)

@@ -1,9 +1,14 @@
+#include "app/appearance.h"
 #include "app/content_view.h"
+#include "app/octave_picker.h"
+#include "app/preferences.h"
+#include "app/settings_dialog.h"
 #include "app/sidebar.h"
 #include "audio/fake_audio_backend.h"
 #include "support/wait.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
+#include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tempo_detection/waveform_grid.h"
 #include "test_signals.h"
@@ -17,10 +22,12 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMimeData>
 #include <QPointer>
+#include <QSpinBox>
 #include <QTest>
 #include <QUrl>
 
@@ -71,13 +78,24 @@ std::string writeLoop(const generated::TempDir& dir) {
     return path;
 }
 
-TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
+// The real window on the tempo tool, and the loop written beside it.
+struct WindowWithLoop {
+    WindowWithLoop() {
+        content.resize(1100, 1400);
+        content.show();
+    }
+    TempoView* view() { return qobject_cast<TempoView*>(content.toolView()); }
+
     generated::TempDir dir;
     const QString path = QString::fromStdString(writeLoop(dir));
     ContentView content{QStringLiteral("bpm")};
-    content.resize(1100, 1400);
-    content.show();
-    auto* view = qobject_cast<TempoView*>(content.toolView());
+};
+
+TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
+    WindowWithLoop window;
+    ContentView& content = window.content;
+    const QString& path = window.path;
+    TempoView* view = window.view();
     ASSERT_NE(view, nullptr);
     TempoDetectPanel* panel = view->detectPanel();
     auto* zone = child<DropZone>(panel, "dropZone");
@@ -114,6 +132,43 @@ TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "128");
 }
 
+TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
+    WindowWithLoop window;
+    ASSERT_NE(window.view(), nullptr);
+    TempoDetectPanel* panel = window.view()->detectPanel();
+    const auto shownTempo = [&] { return child<CopyableText>(panel, "detectedTempo")->display(); };
+    const auto analysed = [&] {
+        return quorlen::testing::waitUntil([&] { return !panel->model().isAnalysing(); }, 20000);
+    };
+    panel->analyse(window.path);
+    ASSERT_TRUE(analysed());
+    ASSERT_EQ(shownTempo(), "128");
+
+    // The range 40-80 folds 128 to 64: the 16 beats of the loop become 8.
+    AppearanceController appearance;
+    SettingsDialog settings(appearance);
+    OctavePicker* picker = settings.octavePicker();
+    picker->lowBound()->setValue(40);
+    picker->highBound()->setValue(80);
+    picker->choice()->setCurrentIndex(2);
+    ASSERT_TRUE(panel->model().isAnalysing()) << "a new mode analyses the shown file again";
+    ASSERT_TRUE(analysed());
+    EXPECT_EQ(shownTempo(), "64");
+    EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 32");
+    EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 128");
+    const QString note = child<QLabel>(panel, "detectionNote")->text();
+    EXPECT_TRUE(note.contains("file length fits exactly 2 bars")) << note.toStdString();
+    QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
+    EXPECT_EQ(window.content.state().bpm(), 64);
+
+    // Back to "As analysed": the panel is as it was.
+    picker->choice()->setCurrentIndex(0);
+    ASSERT_TRUE(analysed());
+    EXPECT_EQ(shownTempo(), "128");
+    EXPECT_TRUE(child<QLabel>(panel, "detectionNote")->text().contains("fits exactly 4 bars"));
+    Preferences().setTempoOctave(detection::OctaveMode::classic());
+}
+
 // A panel over a model whose analyses the test decides, and a silent output.
 struct PanelRig {
     explicit PanelRig(std::function<detection::Analysis()> answer) {
@@ -121,7 +176,9 @@ struct PanelRig {
             std::make_unique<quorlen::testing::FakeAudioBackend>());
         auto model = std::make_unique<TempoDetectModel>(
             std::move(player),
-            [answer](const std::string&, const detection::CancelCheck&) { return answer(); });
+            [answer](const std::string&, const detection::CancelCheck&, const detection::OctaveMode&) {
+                return answer();
+            });
         panel = std::make_unique<TempoDetectPanel>(state, std::move(model));
         panel->resize(700, 400);
         panel->show();

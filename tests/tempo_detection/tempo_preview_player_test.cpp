@@ -47,7 +47,8 @@ struct Rig {
         auto player = std::make_unique<TempoPreviewPlayer>(std::move(owned),
                                                            [this] { return nowSeconds; });
         model = std::make_unique<TempoDetectModel>(
-            std::move(player), [durationSeconds](const std::string&, const detection::CancelCheck&) {
+            std::move(player), [durationSeconds](const std::string&, const detection::CancelCheck&,
+                                                 const detection::OctaveMode&) {
                 detection::Analysis analysis;
                 analysis.estimate.bpm = 120;
                 analysis.estimate.durationSeconds = durationSeconds;

@@ -43,7 +43,8 @@ std::vector<LoopCandidate> loopCandidates(double durationSeconds) {
 }
 
 std::optional<FinalTempo> snapToLoop(std::span<const double> envelope, double fps,
-                                     double durationSeconds, const Candidate& best) {
+                                     double durationSeconds, const Candidate& best,
+                                     LoopScope scope) {
     if (!(durationSeconds > 0.0 && durationSeconds <= kMaxLoopSeconds))
         return std::nullopt;
     const double tolerance = std::max(kHopSeconds / durationSeconds, kMinSnapTolerance);
@@ -52,7 +53,8 @@ std::optional<FinalTempo> snapToLoop(std::span<const double> envelope, double fp
     for (const LoopCandidate& loop : loopCandidates(durationSeconds)) {
         const double rel = std::abs(loop.bpm - best.bpm) / best.bpm;
         const bool close = rel <= kCloseLoop;
-        if (!close && !(durationSeconds < kShortFileSeconds) && !nearRelative(loop.bpm, best.bpm))
+        if (!close && (scope == LoopScope::sameOctave ||
+                       (!(durationSeconds < kShortFileSeconds) && !nearRelative(loop.bpm, best.bpm))))
             continue;
         const GridFit comb = gridScore(envelope, fps, loop.bpm, std::nullopt);
         const double factor =

@@ -28,12 +28,18 @@ struct FinalTempo {
     std::optional<int> snappedBars;
 };
 
+// Which loop tempos snapping may move to: any octave or triplet relative
+// of the detected tempo, or only those within 2.5 % of it (once the octave
+// has been chosen on other grounds, snapping must not undo the choice).
+enum class LoopScope { relatives, sameOctave };
+
 // For files of at most 90 s: the loop tempo that best fits the normalised
 // envelope, if any passes its threshold (none within max(hop / duration,
 // 0.2 %) of the detected tempo, 0.97 x best score within 2.5 %, 0.7 x best
 // score for octave and triplet relatives).
 std::optional<FinalTempo> snapToLoop(std::span<const double> envelope, double fps,
-                                     double durationSeconds, const Candidate& best);
+                                     double durationSeconds, const Candidate& best,
+                                     LoopScope scope = LoopScope::relatives);
 
 // A round tempo (whole, half or tenth BPM) within bpm / frames of the best
 // candidate replaces it when its whole-envelope grid keeps 90 % of the

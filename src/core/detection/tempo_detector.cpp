@@ -6,6 +6,7 @@
 #include "detection/downbeat.h"
 #include "detection/filterbank.h"
 #include "detection/final_tempo.h"
+#include "detection/octave_choice.h"
 #include "detection/onset_envelope.h"
 #include "detection/resample.h"
 #include "detection/tempo_search.h"
@@ -25,6 +26,7 @@ constexpr size_t kAnalysisWindow = 6615000; // 300 s at 22050 Hz
 constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
 constexpr size_t kMaxAlternatives = 3;
+constexpr double kSecondDistance = 0.03;
 
 // Conditioned signal: 22050 Hz, at most 300 s; returns the crop start.
 size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelCheck& isCancelled) {
@@ -53,6 +55,15 @@ std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>
     return alternatives;
 }
 
+// The grid score of the best-ranked candidate more than 3 % away from `bpm`
+// (0 when there is none): the rival that the confidence weighs against.
+double secondRawAround(double bpm, const std::vector<Candidate>& refined) {
+    for (const Candidate& c : refined)
+        if (std::abs(c.bpm - bpm) > kSecondDistance * bpm)
+            return c.raw;
+    return 0.0;
+}
+
 double clipUnit(double v) { return v <= 0.0 ? 0.0 : std::min(v, 1.0); }
 
 } // namespace
@@ -76,52 +87,73 @@ void prepareAnalysis() {
         preparePlans(size, false);
 }
 
-Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
-                 const CancelCheck& isCancelled, const AnalysisOptions& options) {
-    const size_t cropStart = condition(samples, sampleRateHz, isCancelled);
+TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz,
+                           double durationSeconds, const CancelCheck& isCancelled,
+                           const AnalysisOptions& options) {
+    TempoEvidence evidence;
+    evidence.durationSeconds = durationSeconds;
+    evidence.cropStartSamples = condition(samples, sampleRateHz, isCancelled);
     Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
     samples = {};
     const double fps = kEnvelopeFps;
-    const std::vector<double> full = normalize(envelope.full, fps);
-    const std::vector<double> low = normalize(envelope.low, fps);
+    evidence.full = normalize(envelope.full, fps);
+    evidence.low = normalize(envelope.low, fps);
+    const std::vector<double>& full = evidence.full;
     if (full.empty())
         throw Failure::noRhythm();
     const double mean = std::accumulate(full.begin(), full.end(), 0.0) / double(full.size());
     if (!(mean > 0.0) || !std::isfinite(mean))
         throw Failure::noRhythm();
+    evidence.envelopeMean = mean;
 
     const std::vector<double> tempos = expandOctaves(autocorrelationCandidates(full, fps));
     if (tempos.empty())
         throw Failure::noRhythm();
     const std::vector<Candidate> coarse = coarseRanking(full, fps, tempos, options.threads);
-    const TempoCandidates candidates =
-        refineCandidates(full, fps, coarse, isCancelled, options.threads);
-    const Candidate& best = candidates.refined.front();
+    evidence.candidates = refineCandidates(full, fps, coarse, isCancelled, options.threads);
+    return evidence;
+}
 
-    const std::optional<FinalTempo> snapped = snapToLoop(full, fps, durationSeconds, best);
-    const FinalTempo chosen = snapped ? *snapped : roundTempo(full, fps, best);
+Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) {
+    const double fps = kEnvelopeFps;
+    const Candidate& best = evidence.candidates.refined.front();
+    const std::optional<FinalTempo> snapped =
+        snapToLoop(evidence.full, fps, evidence.durationSeconds, best);
+    const FinalTempo classic = snapped ? *snapped : roundTempo(evidence.full, fps, best);
+    const bool isClassic = octave.kind == OctaveKind::classic;
+    const FinalTempo chosen = isClassic ? classic : chooseFinalOctave(evidence, octave, classic);
+    const double secondRaw = isClassic ? evidence.candidates.secondRaw
+                                       : secondRawAround(chosen.bpm, evidence.candidates.refined);
     Estimate estimate;
     estimate.bpm = chosen.bpm;
-    estimate.beatOffsetSeconds =
-        double(cropStart) / kAnalysisRateHz + chosen.phase / fps + kGridLatencySeconds;
-    estimate.downbeat = downbeat(low, fps, chosen.bpm, chosen.phase);
-    estimate.confidence = confidence(chosen.raw, mean, candidates.secondRaw);
+    estimate.beatOffsetSeconds = double(evidence.cropStartSamples) / kAnalysisRateHz +
+                                 chosen.phase / fps + kGridLatencySeconds;
+    estimate.downbeat = downbeat(evidence.low, fps, chosen.bpm, chosen.phase);
+    estimate.confidence = confidence(chosen.raw, evidence.envelopeMean, secondRaw);
     estimate.snappedBars = chosen.snappedBars;
-    estimate.alternatives = alternativesTo(chosen.bpm, candidates.refined);
-    estimate.durationSeconds = durationSeconds;
+    estimate.alternatives = alternativesTo(chosen.bpm, evidence.candidates.refined);
+    estimate.durationSeconds = evidence.durationSeconds;
     return estimate;
 }
 
+Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
+                 const CancelCheck& isCancelled, const AnalysisOptions& options,
+                 const OctaveMode& octave) {
+    return estimateTempo(
+        measureTempo(std::move(samples), sampleRateHz, durationSeconds, isCancelled, options),
+        octave);
+}
+
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
-                     const AnalysisOptions& options) try {
+                     const AnalysisOptions& options, const OctaveMode& octave) try {
     prepareAnalysis();
     DecodedAudio audio = loadMono(path, isCancelled);
     Analysis analysis;
     analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
     const double duration = audio.durationSeconds();
     analysis.estimate =
-        analyze(std::move(audio.samples), audio.sampleRate, duration, isCancelled, options);
+        analyze(std::move(audio.samples), audio.sampleRate, duration, isCancelled, options, octave);
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.

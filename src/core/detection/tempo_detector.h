@@ -1,6 +1,8 @@
 #pragma once
 
 #include "detection/failure.h"
+#include "detection/octave_mode.h"
+#include "detection/tempo_search.h"
 
 #include <optional>
 #include <string>
@@ -34,13 +36,36 @@ struct AnalysisOptions {
 
 inline constexpr int kWaveformColumns = 1600;
 
-// Tempo, beat grid, downbeat and confidence of mono `samples` at
-// `sampleRateHz`. Resamples to 22050 Hz, crops to the loudest 300 s,
-// builds the onset envelope, ranks and refines tempo candidates, then snaps
-// loops of up to 90 s to whole bars or prefers a round tempo.
+// What the analysis measured before any tempo was chosen: every octave
+// mode's estimate is made from it.
+struct TempoEvidence {
+    std::vector<double> full; // normalised full-band onset envelope
+    std::vector<double> low;  // normalised low-band onset envelope
+    double envelopeMean = 0.0; // mean of `full`, above 0
+    TempoCandidates candidates;
+    size_t cropStartSamples = 0; // at 22050 Hz
+    double durationSeconds = 0.0;
+};
+
+// The first stages of `analyze`: resampling to 22050 Hz, cropping to the
+// loudest 300 s, the onset envelopes and the ranked, refined candidates.
 // Throws Failure: tooShort (under 1.2 s), noRhythm, cancelled.
+TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz,
+                           double durationSeconds, const CancelCheck& isCancelled,
+                           const AnalysisOptions& options = {});
+
+// The estimate of `evidence` in an octave mode. The classic mode snaps
+// loops of up to 90 s to whole bars or prefers a round tempo; the others
+// change its octave (the model's choice, or folding into a range) and then
+// place the grid, downbeat, loop length, confidence and alternatives anew
+// for the tempo they chose.
+Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave);
+
+// Tempo, beat grid, downbeat and confidence of mono `samples` at
+// `sampleRateHz`: `measureTempo`, then `estimateTempo`.
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
-                 const CancelCheck& isCancelled, const AnalysisOptions& options = {});
+                 const CancelCheck& isCancelled, const AnalysisOptions& options = {},
+                 const OctaveMode& octave = OctaveMode::classic());
 
 // Makes every FFT plan an analysis can need. FFTW ends the process when
 // memory runs out while it plans; done at start, before threads are started
@@ -53,7 +78,8 @@ void prepareAnalysis();
 // of the decoded signal. Throws Failure (unreadable with the decoder's
 // message, and everything `analyze` throws).
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
-                     const AnalysisOptions& options = {});
+                     const AnalysisOptions& options = {},
+                     const OctaveMode& octave = OctaveMode::classic());
 
 // 0.5 clip((raw / mean - 1.25) / 1.75) + 0.5 clip((raw / secondRaw - 1) / 0.8),
 // where the second part is 1.25 before clipping when there is no second tempo.

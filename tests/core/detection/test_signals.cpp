@@ -36,6 +36,51 @@ std::vector<float> clickTrain(const ClickTrain& spec) {
     return out;
 }
 
+namespace {
+
+void addDrum(std::vector<float>& out, size_t start, char drum, float hatGain, std::mt19937& noise) {
+    constexpr double kRate = 44100.0;
+    std::uniform_real_distribution<float> uniform(-1.0f, 1.0f);
+    const double seconds = drum == 'k' ? 0.3 : drum == 's' ? 0.2 : 0.05;
+    float previous = 0.0f;
+    double phase = 0.0;
+    for (size_t k = 0; k < size_t(seconds * kRate) && start + k < out.size(); ++k) {
+        const double t = double(k) / kRate;
+        double value = 0.0;
+        if (drum == 'k') {
+            phase += 2.0 * std::numbers::pi * (50.0 + 100.0 * std::exp(-t / 0.02)) / kRate;
+            value = 0.9 * std::sin(phase) * std::exp(-t / 0.08);
+        } else if (drum == 's') {
+            value = (0.4 * std::sin(2.0 * std::numbers::pi * 200.0 * t) + 0.5 * uniform(noise)) *
+                    std::exp(-t / 0.05);
+        } else if (drum == 'h') {
+            // The difference of white noise leaves only the top of the spectrum.
+            const float white = uniform(noise);
+            value = hatGain * (white - previous) * std::exp(-t / 0.012);
+            previous = white;
+        }
+        out[start + k] += static_cast<float>(value);
+    }
+}
+
+} // namespace
+
+std::vector<float> drumGroove(const Groove& spec) {
+    constexpr double kRate = 44100.0;
+    std::vector<float> out(static_cast<size_t>(std::llround(spec.seconds * kRate)), 0.0f);
+    std::mt19937 noise(7);
+    const double stepSeconds = 60.0 / spec.bpm / 4.0;
+    const size_t steps = spec.steps.size();
+    for (size_t i = 0; steps > 0; ++i) {
+        const double t = spec.firstBeatSeconds + double(i) * stepSeconds;
+        if (t >= spec.seconds)
+            break;
+        for (const char drum : spec.steps[i % steps])
+            addDrum(out, static_cast<size_t>(std::llround(t * kRate)), drum, spec.hatGain, noise);
+    }
+    return out;
+}
+
 std::vector<float> sine(double hz, double seconds, double rateHz, float gain) {
     std::vector<float> out(static_cast<size_t>(std::llround(seconds * rateHz)));
     for (size_t i = 0; i < out.size(); ++i)

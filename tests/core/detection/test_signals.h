@@ -22,6 +22,21 @@ struct ClickTrain {
 
 std::vector<float> clickTrain(const ClickTrain& spec);
 
+// A drum groove at 44.1 kHz: one bar of 16 sixteenth steps repeated, each
+// step a string of the drums struck on it ("k" kick, "s" snare, "h" closed
+// hi-hat; "-" or "" for none). The kick is a 150 -> 50 Hz sweep, the snare
+// a 200 Hz tone with noise, the hat bright noise; the noise is seeded, so
+// the signal is the same on every run.
+struct Groove {
+    double bpm = 120.0;
+    double seconds = 10.0;
+    std::vector<std::string> steps; // 16 per bar
+    double firstBeatSeconds = 0.0;
+    float hatGain = 0.5f;
+};
+
+std::vector<float> drumGroove(const Groove& spec);
+
 std::vector<float> sine(double hz, double seconds, double rateHz, float gain = 0.5f);
 
 // A 22050 Hz tone of `cyclesPerHop` cycles per 256 samples whose samples

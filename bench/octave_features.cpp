@@ -1,0 +1,38 @@
+// Prints what the octave model sees of each file, as JSON Lines, for
+// scripts/fit-octave-model: the classic tempo and the features of each of
+// its relatives. octave_features FILE...
+#include "detection/audio_loader.h"
+#include "detection/octave_model.h"
+#include "detection/onset_envelope.h"
+#include "detection/tempo_detector.h"
+
+#include <cstdio>
+#include <exception>
+
+using namespace quorlen::detection;
+
+int main(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        try {
+            DecodedAudio audio = loadMono(argv[i], {});
+            const double duration = audio.durationSeconds();
+            const TempoEvidence evidence =
+                measureTempo(std::move(audio.samples), audio.sampleRate, duration, {});
+            const double classic = estimateTempo(evidence, OctaveMode::classic()).bpm;
+            std::printf("{\"file\":\"%s\",\"classic\":%.6f,\"candidates\":[", argv[i], classic);
+            const auto candidates =
+                octaveCandidates({evidence.full, evidence.low, kEnvelopeFps}, classic);
+            for (size_t c = 0; c < candidates.size(); ++c) {
+                const OctaveFeatures& f = candidates[c];
+                std::printf("%s{\"bpm\":%.6f,\"ratio\":%.6f,\"logTempo\":%.6f,"
+                            "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f}",
+                            c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength,
+                            f.lowStrength, f.kicksPerBeat);
+            }
+            std::printf("]}\n");
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "%s: %s\n", argv[i], error.what());
+        }
+    }
+    return 0;
+}

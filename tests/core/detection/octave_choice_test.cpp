@@ -1,0 +1,109 @@
+#include "detection/tempo_detector.h"
+
+#include "test_signals.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+namespace quorlen::detection {
+namespace {
+
+using testing::Groove;
+
+TempoEvidence measureGroove(const Groove& groove) {
+    std::vector<float> x = testing::drumGroove(groove);
+    const double duration = double(x.size()) / 44100.0;
+    return measureTempo(std::move(x), 44100.0, duration, {});
+}
+
+// Kick on every beat, snare on 2 and 4, hats between the beats.
+const std::vector<std::string> kFourOnTheFloor = {"k", "", "h", "", "ks", "", "h", "",
+                                                  "k", "", "h", "", "ks", "", "h", ""};
+// Two-step break: kick on 1 and the "and" of 3, snare on 2 and 4.
+const std::vector<std::string> kTwoStep = {"kh", "", "h", "", "sh", "", "h", "",
+                                           "h", "", "kh", "", "sh", "", "h", ""};
+// Kick alone on the beats, loud hats alone between them.
+const std::vector<std::string> kKickAndOffbeatHat = {"k", "", "h", "", "k", "", "h", "",
+                                                     "k", "", "h", "", "k", "", "h", ""};
+
+TEST(OctaveChoice, AutomaticPicksTheTempoTheGrooveIsPlayedAt) {
+    struct Case {
+        Groove groove;
+        const char* source;
+    };
+    // Files are not a whole number of bars, so no loop snapping helps.
+    const std::vector<Case> cases = {
+        {{.bpm = 128, .seconds = 11.3, .steps = kFourOnTheFloor}, "house at 128, not 64"},
+        {{.bpm = 140, .seconds = 10.7, .steps = kTwoStep}, "break at 140, not 70"},
+    };
+    for (const Case& c : cases) {
+        const TempoEvidence evidence = measureGroove(c.groove);
+        const Estimate automatic = estimateTempo(evidence, OctaveMode::automatic());
+        EXPECT_NEAR(automatic.bpm, c.groove.bpm, 0.01 * c.groove.bpm) << c.source;
+        EXPECT_GE(automatic.confidence, 0.0);
+        EXPECT_LE(automatic.confidence, 1.0);
+        for (const double alternative : automatic.alternatives)
+            EXPECT_GT(std::abs(alternative - automatic.bpm), 0.02 * automatic.bpm) << c.source;
+    }
+}
+
+TEST(OctaveChoice, TheGridLandsOnTheKicksNotTheLouderHats) {
+    // Kicks at 0.25 s + k * 0.5 s. The reported first beat must be a kick
+    // (within 10 ms), not a hat a quarter second away.
+    const Groove groove{.bpm = 120, .seconds = 9.7, .steps = kKickAndOffbeatHat,
+                        .firstBeatSeconds = 0.25, .hatGain = 2.0f};
+    const TempoEvidence evidence = measureGroove(groove);
+    for (const OctaveMode& mode : {OctaveMode::automatic(), *OctaveMode::range(80, 160)}) {
+        const Estimate e = estimateTempo(evidence, mode);
+        ASSERT_NEAR(e.bpm, 120, 1.2);
+        const double period = 60.0 / e.bpm;
+        const double off = std::remainder(e.beatOffsetSeconds - groove.firstBeatSeconds, period);
+        EXPECT_LE(std::abs(off), 0.010) << octaveModeText(mode) << " first beat "
+                                        << e.beatOffsetSeconds;
+    }
+}
+
+TEST(OctaveChoice, ClassicModeIsTheClassicAnalysis) {
+    const Groove groove{.bpm = 128, .seconds = 11.3, .steps = kFourOnTheFloor};
+    std::vector<float> x = testing::drumGroove(groove);
+    const double duration = double(x.size()) / 44100.0;
+    const Estimate whole = analyze(x, 44100.0, duration, {});
+    EXPECT_EQ(estimateTempo(measureGroove(groove), OctaveMode::classic()), whole);
+    EXPECT_EQ(analyze(x, 44100.0, duration, {}, {}, OctaveMode::classic()), whole);
+}
+
+TEST(OctaveChoice, ARangeFoldsTheClassicTempoAndRedoesWhatDependsOnIt) {
+    // An 8-second loop of 16 beats at 120 BPM: classic snaps it to 4 bars.
+    const Groove groove{.bpm = 120, .seconds = 8.0, .steps = kFourOnTheFloor};
+    const TempoEvidence evidence = measureGroove(groove);
+    const Estimate classic = estimateTempo(evidence, OctaveMode::classic());
+    ASSERT_EQ(classic.bpm, 120.0);
+    ASSERT_EQ(classic.snappedBars, 4);
+
+    struct Case {
+        OctaveMode mode;
+        double bpm;
+        std::optional<int> bars;
+        const char* source;
+    };
+    const std::vector<Case> cases = {
+        {*OctaveMode::range(150, 300), 240.0, 8, "doubled: 32 beats, 8 bars"},
+        {*OctaveMode::range(40, 80), 60.0, 2, "halved: 8 beats, 2 bars"},
+        {*OctaveMode::range(120, 240), 120.0, 4, "the lower bound itself stays"},
+        {*OctaveMode::range(60, 120), 60.0, 2, "the upper bound is outside"},
+        {*OctaveMode::range(20, 40), 30.0, 1, "quartered: 4 beats, 1 bar"},
+    };
+    for (const Case& c : cases) {
+        const Estimate e = estimateTempo(evidence, c.mode);
+        EXPECT_EQ(e.bpm, c.bpm) << c.source;
+        EXPECT_EQ(e.snappedBars, c.bars) << c.source;
+        EXPECT_EQ(e.durationSeconds, classic.durationSeconds);
+        for (const double alternative : e.alternatives)
+            EXPECT_GT(std::abs(alternative - e.bpm), 0.02 * e.bpm) << c.source;
+    }
+}
+
+} // namespace
+} // namespace quorlen::detection
