@@ -61,8 +61,8 @@ const std::vector<Candidate>& coarseList() {
     return list;
 }
 
-// Decoding and mixing a real file: QUORLEN_BENCH_FILE names it (the
-// benchmark script sets it to its generated WAV and MP3).
+// Decoding and mixing a real file, named by an environment variable (the
+// benchmark script sets them to its generated WAV, MP3 and AAC).
 void BM_LoadMono(benchmark::State& state, const char* variable) {
     const char* path = std::getenv(variable);
     if (!path) {
@@ -74,6 +74,7 @@ void BM_LoadMono(benchmark::State& state, const char* variable) {
 }
 BENCHMARK_CAPTURE(BM_LoadMono, wav, "QUORLEN_BENCH_WAV")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_LoadMono, mp3, "QUORLEN_BENCH_MP3")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_LoadMono, aac, "QUORLEN_BENCH_AAC")->Unit(benchmark::kMillisecond);
 
 void BM_Resample(benchmark::State& state) {
     for (auto _ : state)

@@ -19,9 +19,17 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 # Libraries come from dpkg-shlibdeps; what is loaded at run time without
-# being linked (fonts, Qt's platform plugins, the sound server) is named here.
+# being linked (fonts, Qt's platform plugins, the sound server, FFmpeg's
+# libraries opened at the first file read) is named here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(FFMPEG_RUNTIME REQUIRED libavformat libavcodec libavutil)
+set(ffmpeg_packages "")
+foreach(library avformat avcodec avutil)
+  string(REGEX MATCH "^[0-9]+" major "${FFMPEG_RUNTIME_lib${library}_VERSION}")
+  string(APPEND ffmpeg_packages ", lib${library}${major}")
+endforeach()
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "qt6-qpa-plugins, fonts-inter, fonts-jetbrains-mono, fonts-noto-color-emoji")
+    "qt6-qpa-plugins, fonts-inter, fonts-jetbrains-mono, fonts-noto-color-emoji${ffmpeg_packages}")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pulseaudio | pipewire-pulse, xdg-utils")
 include(CPack)

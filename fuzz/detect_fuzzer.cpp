@@ -1,6 +1,6 @@
-// libFuzzer target: arbitrary bytes through decoding (every format the
-// installed libsndfile reads) and the whole analysis. Failures the detector
-// reports are fine; crashes, sanitizer reports, other exceptions and hangs
+// libFuzzer target: arbitrary bytes through decoding (libsndfile's PCM and
+// FLAC, FFmpeg's every other format) and the whole analysis. Failures the
+// detector reports are fine; crashes, sanitizer reports, other exceptions and hangs
 // are findings.
 #include "detection/audio_loader.h"
 #include "detection/downbeat.h"

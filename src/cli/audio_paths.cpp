@@ -1,10 +1,9 @@
 #include "cli/audio_paths.h"
 
+#include "decoding/audio_extensions.h"
+
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 
 namespace quorlen::cli {
@@ -25,7 +24,7 @@ std::vector<AudioPath> audioFilesUnder(const fs::path& directory) {
             if (!it->is_symlink(typeError) && it->is_directory(typeError))
                 pending.push_back(it->path());
             else if (it->is_regular_file(typeError) &&
-                     hasAudioExtension(it->path().filename().string()))
+                     decoding::hasAudioExtension(it->path().filename().string()))
                 found.push_back({it->path().string(), {}});
         }
         if (error)
@@ -37,19 +36,6 @@ std::vector<AudioPath> audioFilesUnder(const fs::path& directory) {
 }
 
 } // namespace
-
-bool hasAudioExtension(const std::string& fileName) {
-    static constexpr std::array<std::string_view, 12> kExtensions = {
-        ".wav", ".wave", ".aif", ".aiff", ".aifc", ".caf",
-        ".mp3", ".flac", ".ogg", ".oga", ".opus", ".w64"};
-    const auto dot = fileName.rfind('.');
-    if (dot == std::string::npos || dot == 0)
-        return false;
-    std::string extension = fileName.substr(dot);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
-}
 
 std::vector<AudioPath> expandAudioPaths(const std::vector<std::string>& paths) {
     std::vector<AudioPath> files;

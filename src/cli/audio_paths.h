@@ -13,13 +13,11 @@ struct AudioPath {
 
 // The files a list of command-line paths stands for, in order: a file as
 // given (whatever its name, so a wrong one is reported rather than skipped),
-// a directory as its audio files found recursively, sorted by path. A path
-// that does not exist is kept, so its analysis reports why; a folder that
-// cannot be read, the given one or one inside it, is kept with the reason.
+// a directory as its audio files (by extension) found recursively, sorted by
+// path. A path that does not exist is kept, so its analysis reports why; a
+// folder that cannot be read, the given one or one inside it, is kept with
+// the reason.
 // Symbolic links to folders are not followed, so a link loop ends the walk.
 std::vector<AudioPath> expandAudioPaths(const std::vector<std::string>& paths);
-
-// Whether a file name has an extension the decoder reads (case-insensitive).
-bool hasAudioExtension(const std::string& fileName);
 
 } // namespace quorlen::cli

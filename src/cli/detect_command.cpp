@@ -130,8 +130,8 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     try {
         const detection::Analysis analysis =
             detection::analyzeFile(file, job.cancelled, {job.innerThreads}, job.octave);
-        board.post(i, job.json ? jsonLine(file, analysis.estimate, job.octave)
-                               : textLine(file, analysis.estimate), false);
+        board.post(i, job.json ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
+                               : textLine(file, analysis.estimate, analysis.damaged), false);
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;

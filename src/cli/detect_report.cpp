@@ -23,7 +23,7 @@ std::string shortestJsonNumber(double value) {
 
 } // namespace
 
-std::string textLine(const std::string& file, const detection::Estimate& e) {
+std::string textLine(const std::string& file, const detection::Estimate& e, bool damaged) {
     std::string line = terminalSafe(file) + ": " + detection::tempoText(e.bpm, false) + " BPM";
     line += kSeparator + detection::confidenceLabel(e.confidence);
     line += kSeparator + text::format("first beat %.3f s", e.beatOffsetSeconds);
@@ -33,6 +33,8 @@ std::string textLine(const std::string& file, const detection::Estimate& e) {
     if (!e.alternatives.empty())
         line += kSeparator + detection::alternativesText(e.alternatives);
     line += kSeparator + text::format("%.1f s", e.durationSeconds);
+    if (damaged)
+        line += kSeparator + detection::kDamagedNote;
     return line + '\n';
 }
 
@@ -40,7 +42,7 @@ std::string textFailureLine(const std::string& file, const std::string& message)
     return terminalSafe(file) + ": " + terminalSafe(message) + '\n';
 }
 
-std::string jsonLine(const std::string& file, const detection::Estimate& e,
+std::string jsonLine(const std::string& file, const detection::Estimate& e, bool damaged,
                      const detection::OctaveMode& octave) {
     std::string alternatives;
     for (const double bpm : e.alternatives)
@@ -51,6 +53,7 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e,
            ",\"confidence\":" + shortestJsonNumber(e.confidence) + ",\"snappedBars\":" +
            (e.snappedBars ? std::to_string(*e.snappedBars) : "null") + ",\"alternatives\":[" +
            alternatives + "],\"duration\":" + shortestJsonNumber(e.durationSeconds) +
+           ",\"damaged\":" + (damaged ? "true" : "false") +
            (octave.kind == detection::OctaveKind::classic
                 ? std::string()
                 : ",\"octave\":" + jsonString(detection::octaveModeText(octave))) +

@@ -10,14 +10,16 @@ namespace quorlen::cli {
 // and bytes that are no UTF-8 in the name or message shown escaped):
 //   loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars
 //   · also plausible: 60, 240 BPM · 8.0 s
-std::string textLine(const std::string& file, const detection::Estimate& estimate);
-// ... and for a file that could not be analysed: "notes.wav: Format not recognised."
+// ending in " · parts of the file could not be decoded" when `damaged`.
+std::string textLine(const std::string& file, const detection::Estimate& estimate, bool damaged);
+// ... and for a file that could not be analysed: "notes.wav: Not an audio file".
 std::string textFailureLine(const std::string& file, const std::string& message);
 
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
-// as the same double), names that are no UTF-8 made valid with U+FFFD. A
-// mode other than classic is named in "octave".
-std::string jsonLine(const std::string& file, const detection::Estimate& estimate,
+// as the same double), names that are no UTF-8 made valid with U+FFFD,
+// "damaged" true when the decoder skipped damage. A mode other than classic
+// is named in "octave".
+std::string jsonLine(const std::string& file, const detection::Estimate& estimate, bool damaged,
                      const detection::OctaveMode& octave = detection::OctaveMode::classic());
 std::string jsonFailureLine(const std::string& file, const std::string& message);
 

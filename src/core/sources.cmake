@@ -22,6 +22,13 @@ set(quorlen_core_sources
   synth/triad.cpp
   rhythm/euclid.cpp
   rhythm/step_length.cpp
+  decoding/audio_extensions.cpp
+  decoding/audio_file_reader.cpp
+  decoding/byte_source.cpp
+  decoding/ffmpeg_decoder.cpp
+  decoding/ffmpeg_library.cpp
+  decoding/frame_conversion.cpp
+  decoding/sndfile_decoder.cpp
   detection/audio_loader.cpp
   detection/autocorrelation.cpp
   detection/complex_fft.cpp
@@ -43,5 +50,4 @@ set(quorlen_core_sources
   rhythm/wheel_layout.cpp
   detection/waveform_layout.cpp
   preview/preview_frames.cpp
-  preview/sound_file_reader.cpp
 )

@@ -1,7 +1,7 @@
 #include "tempo_detection/preview_reader.h"
 
 #include "preview/preview_frames.h"
-#include "preview/sound_file_reader.h"
+#include "decoding/audio_file_reader.h"
 #include "tempo_detection/preview_stream.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ PreviewReader::~PreviewReader() {
     m_thread.join();
 }
 
-void PreviewReader::play(uint64_t generation, std::unique_ptr<preview::SoundFileReader> file,
+void PreviewReader::play(uint64_t generation, std::unique_ptr<decoding::AudioFileReader> file,
                          std::vector<float> head) {
     {
         std::lock_guard lock(m_mutex);
@@ -99,7 +99,7 @@ bool PreviewReader::pushAll(std::vector<float>& stereo, size_t& consumed, uint64
 }
 
 void PreviewReader::stream(Command& command) {
-    preview::SoundFileReader& file = *command.file;
+    decoding::AudioFileReader& file = *command.file;
     const int channels = file.channels();
     preview::LinearResampler resampler(file.rateHz(), RenderSource::kRateHz);
     std::vector<float> stereoChunk;

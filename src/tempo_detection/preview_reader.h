@@ -10,8 +10,8 @@
 
 namespace quorlen {
 
-namespace preview {
-class SoundFileReader;
+namespace decoding {
+class AudioFileReader;
 }
 class PreviewStream;
 
@@ -33,7 +33,7 @@ public:
     // Main thread. Abandons what is being read and plays `file` from its
     // current position, after `head` (the already read and faded first
     // frames, interleaved in the file's channels).
-    void play(uint64_t generation, std::unique_ptr<preview::SoundFileReader> file,
+    void play(uint64_t generation, std::unique_ptr<decoding::AudioFileReader> file,
               std::vector<float> head);
     // Main thread. Abandons what is being read.
     void stop();
@@ -41,7 +41,7 @@ public:
 private:
     struct Command {
         uint64_t generation = 0;
-        std::unique_ptr<preview::SoundFileReader> file;
+        std::unique_ptr<decoding::AudioFileReader> file;
         std::vector<float> head;
     };
 

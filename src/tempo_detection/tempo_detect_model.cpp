@@ -1,5 +1,6 @@
 #include "tempo_detection/tempo_detect_model.h"
 
+#include "decoding/audio_extensions.h"
 #include "tempo_detection/analysis_pool.h"
 #include "tempo_detection/tempo_preview_player.h"
 
@@ -86,14 +87,13 @@ void TempoDetectModel::chooseFile(QWidget* dialogParent) {
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setAcceptMode(QFileDialog::AcceptOpen);
     dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Analyse"));
-    dialog->setMimeTypeFilters({QStringLiteral("audio/x-wav"), QStringLiteral("audio/x-aiff"),
-                                QStringLiteral("audio/mpeg"), QStringLiteral("audio/x-caf"),
-                                QStringLiteral("audio/flac"), QStringLiteral("audio/ogg")});
-    // One filter for every audio file first, so none is hidden by default.
-    QStringList filters = dialog->nameFilters();
-    filters.prepend(QStringLiteral("Audio files (*.wav *.wave *.aif *.aiff *.aifc *.mp3 *.caf "
-                                   "*.flac *.ogg *.oga)"));
-    dialog->setNameFilters(filters);
+    // One filter for every file the reader decodes, then "All files".
+    QStringList patterns;
+    for (const std::string_view extension : decoding::audioExtensions())
+        patterns << QStringLiteral("*.") + QString::fromLatin1(extension.data(),
+                                                                qsizetype(extension.size()));
+    dialog->setNameFilters({QStringLiteral("Audio files (") + patterns.join(u' ') + u')',
+                            QStringLiteral("All files (*)")});
     QPointer<TempoDetectModel> self(this);
     connect(dialog, &QFileDialog::fileSelected, this, [self](const QString& path) {
         if (self)
@@ -150,7 +150,8 @@ void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& out
                              job->path,
                              analysis.estimate.bpm,
                              analysis.estimate.beatOffsetSeconds,
-                             analysis.estimate.snappedBars};
+                             analysis.estimate.snappedBars,
+                             analysis.damaged};
         m_status.reset();
         m_failed = false;
     } else if (!outcome.cancelled) {

@@ -36,6 +36,7 @@ public:
         double bpm = 0;               // shown; halving and doubling change it
         double beatOffsetSeconds = 0;
         std::optional<int> snappedBars; // cleared by halving and doubling
+        bool damaged = false;           // the decoder skipped parts of the file
     };
 
     // Runs on a worker thread: decodes and analyses the file, polling the

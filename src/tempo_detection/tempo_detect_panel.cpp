@@ -229,7 +229,8 @@ void TempoDetectPanel::refresh() {
     m_double->setEnabled(d.bpm * 2 <= TempoDetectModel::kMaximumBpm);
     m_note->setText(qs(detection::detectionNote({d.name.toStdString(),
                                                  d.estimate.durationSeconds, d.snappedBars,
-                                                 confidence, d.estimate.alternatives})));
+                                                 confidence, d.estimate.alternatives,
+                                                 d.damaged})));
 }
 
 // A QLabel keeps the colour it was given, so a scheme change recolours it.

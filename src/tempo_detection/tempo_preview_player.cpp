@@ -3,12 +3,14 @@
 #include "audio/audio_backend.h"
 #include "audio/rtaudio_backend.h"
 #include "preview/preview_frames.h"
-#include "preview/sound_file_reader.h"
+#include "decoding/audio_file_reader.h"
 #include "tempo_detection/preview_reader.h"
 #include "tempo_detection/preview_stream.h"
 
 #include <QElapsedTimer>
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <stdexcept>
 
@@ -70,21 +72,28 @@ void TempoPreviewPlayer::start(const QString& path, double fromSeconds,
 
 void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
                                   std::function<void()> onFinish, const StartOutcome& outcome) {
-    std::unique_ptr<preview::SoundFileReader> file;
+    std::unique_ptr<decoding::AudioFileReader> file;
     std::vector<float> head;
     try {
-        file = std::make_unique<preview::SoundFileReader>(path.toStdString());
+        file = std::make_unique<decoding::AudioFileReader>(path.toStdString());
         const auto startFrame = static_cast<long long>(std::trunc(fromSeconds * file->rateHz()));
-        const long long remaining = file->frames() - startFrame;
+        // The announced length may be an estimate (0 when unknown); a start
+        // past the real end shows as a first read that finds nothing.
+        const long long announced = file->announcedFrames();
+        const long long remaining = announced > 0 ? announced - startFrame : LLONG_MAX;
         if (remaining < 1) {
             outcome(std::nullopt);
             return;
         }
-        const long long fadeFrames = preview::fadeInFrames(file->rateHz(), remaining);
+        const long long fadeFrames = std::max(1LL, preview::fadeInFrames(file->rateHz(), remaining));
         file->seek(startFrame);
         const int channels = file->channels();
         head.resize(static_cast<size_t>(fadeFrames * channels));
         const long long read = file->read(head.data(), fadeFrames);
+        if (read < 1) {
+            outcome(std::nullopt);
+            return;
+        }
         head.resize(static_cast<size_t>(read * channels));
         for (long long i = 0; i < read; ++i) {
             const float gain = preview::fadeInGain(i, read);

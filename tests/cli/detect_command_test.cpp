@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <sys/stat.h>
+
 #include <sstream>
 
 namespace quorlen::cli {
@@ -114,7 +116,7 @@ TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
     EXPECT_EQ(printed[1].rfind(library.path("drums/loop.wav") + ": 120 BPM · ", 0), 0u) << printed[1];
     EXPECT_NE(printed[1].find(" · 4 bars · "), std::string::npos);
     EXPECT_NE(printed[1].find(" · 8.0 s"), std::string::npos);
-    EXPECT_EQ(printed[2], library.path("drums/notes.wav") + ": Format not recognised.");
+    EXPECT_EQ(printed[2], library.path("drums/notes.wav") + ": Not an audio file");
     EXPECT_TRUE(result.err.empty());
 }
 
@@ -133,10 +135,23 @@ TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
     EXPECT_EQ(printed[0].rfind("{\"file\":\"" + inputs[0] + "\",\"bpm\":120,\"beatOffset\":", 0), 0u)
         << printed[0];
     EXPECT_NE(printed[0].find(",\"snappedBars\":4,\"alternatives\":["), std::string::npos);
-    EXPECT_NE(printed[0].find(",\"duration\":8}"), std::string::npos);
+    EXPECT_NE(printed[0].find(",\"duration\":8,\"damaged\":false}"), std::string::npos);
     EXPECT_EQ(printed[1], "{\"file\":\"" + inputs[1] +
-                              "\",\"error\":\"System error : No such file or directory.\"}");
+                              "\",\"error\":\"File not found\"}");
     EXPECT_EQ(printed[3], printed[0]); // the same loop again, found in the folder
+}
+
+// A FIFO without a writer would block an open() forever; it is refused at
+// once and the files after it are analysed as usual.
+TEST(DetectCommand, RefusesAFifoAtOnceAndGoesOn) {
+    const Library library;
+    ASSERT_EQ(mkfifo(library.path("pipe.wav").c_str(), 0600), 0);
+    const Outcome result = detect({library.path("pipe.wav"), library.path("drums/loop.wav")});
+    EXPECT_EQ(result.status, kExitFailed);
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 2u) << result.out;
+    EXPECT_EQ(printed[0], library.path("pipe.wav") + ": Not a regular file");
+    EXPECT_EQ(printed[1].rfind(library.path("drums/loop.wav") + ": 120 BPM · ", 0), 0u);
 }
 
 TEST(DetectCommand, EmptyFolderSucceedsWithANote) {

@@ -7,12 +7,17 @@
 #include <string>
 #include <vector>
 
+namespace quorlen::decoding {
+class AudioFileReader;
+}
+
 namespace quorlen::detection {
 
 // One file decoded to a single channel of 32-bit floats at its own rate.
 struct DecodedAudio {
     std::vector<float> samples;
     double sampleRate = 0.0;
+    bool damaged = false; // parts of the file could not be decoded and were skipped
 
     // Seconds of audio as decoded, before any resampling or cropping.
     double durationSeconds() const {
@@ -20,18 +25,19 @@ struct DecodedAudio {
     }
 };
 
-// Frames per read; the one read buffer holds this many frames of every channel.
-inline constexpr long long kReadChunkFrames = 262144;
-// Lowest file rate accepted (telephone audio is 8000 Hz).
-inline constexpr int kMinimumSampleRateHz = 1000;
+// The one read buffer's size, whatever the channel count: a header that
+// claims a thousand channels gets fewer frames per read, not more memory.
+inline constexpr size_t kReadBufferBytes = 4 * 1024 * 1024;
+// Longest audio read: beyond it a file (or a stream that never ends) is
+// refused rather than filling memory. 3 hours at 48 kHz is 2 GB of samples.
+inline constexpr double kMaximumSeconds = 3 * 3600.0;
+inline constexpr const char* kTooLongMessage = "File is longer than 3 hours";
 
-// Decodes any format the installed libsndfile reads (WAV, AIFF, CAF, MP3,
-// FLAC, Ogg, ...) and mixes all channels to mono with equal weights.
-// Non-finite samples count as silence. A read error after some audio was
-// collected keeps what was read (a damaged tail does not fail the file).
-// Throws Failure: unreadable with libsndfile's message (or "Unsupported
-// sample rate" below 1000 Hz), tooShort for an empty file, cancelled when
-// `isCancelled` answers true (polled once per chunk).
+// Decodes the file with the system's audio-file reader and mixes all
+// channels to mono with equal weights. Non-finite samples count as
+// silence. Throws Failure: unreadable with the reader's message (or
+// kTooLongMessage), tooShort for a file without frames, cancelled when
+// `isCancelled` answers true (polled once per read).
 DecodedAudio loadMono(const std::string& path, const CancelCheck& isCancelled);
 
 // The same for a file held in memory.

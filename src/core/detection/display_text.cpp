@@ -38,6 +38,8 @@ std::string alternativesText(const std::vector<double>& alternativesBpm) {
 
 std::string detectionNote(const NoteInput& input) {
     std::string note = input.name + kSeparator + text::format("%.1f s", input.durationSeconds);
+    if (input.damaged)
+        note += kSeparator + kDamagedNote;
     if (input.snappedBars)
         note += kSeparator + "file length fits exactly " + std::to_string(*input.snappedBars) +
                 " bars — tempo snapped to the loop";

@@ -29,13 +29,17 @@ struct NoteInput {
     std::optional<int> snappedBars;
     double confidence = 0.0;
     std::vector<double> alternativesBpm;
+    bool damaged = false; // the decoder skipped parts of the file
 };
+
+inline constexpr const char* kDamagedNote = "parts of the file could not be decoded";
 
 // The line under a detection, parts joined with " · ":
 //   loop.wav · 8.0 s · file length fits exactly 4 bars — tempo snapped to
 //   the loop · also plausible: 60, 240 BPM
 // with the advice to check the grid added before the alternatives when the
-// confidence is under 0.7.
+// confidence is under 0.7, and kDamagedNote right after the duration when
+// the decoder had to skip damage.
 std::string detectionNote(const NoteInput& input);
 
 } // namespace quorlen::detection

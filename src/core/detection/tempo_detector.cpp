@@ -150,6 +150,7 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
     prepareAnalysis();
     DecodedAudio audio = loadMono(path, isCancelled);
     Analysis analysis;
+    analysis.damaged = audio.damaged;
     analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
     const double duration = audio.durationSeconds();
     analysis.estimate =

@@ -27,6 +27,7 @@ struct Estimate {
 struct Analysis {
     Estimate estimate;
     std::vector<float> waveform;
+    bool damaged = false; // parts of the file could not be decoded and were skipped
 };
 
 // Knobs that change only how fast the answer comes, never the answer.
@@ -75,7 +76,7 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 void prepareAnalysis();
 
 // Decodes the file at `path` and analyses it; the waveform has 1600 columns
-// of the decoded signal. Throws Failure (unreadable with the decoder's
+// of the decoded signal. Throws Failure (unreadable with the reader's
 // message, and everything `analyze` throws).
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options = {},

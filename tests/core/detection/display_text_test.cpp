@@ -57,6 +57,11 @@ TEST(DisplayText, NoteJoinsItsPartsInOrder) {
         // Under 0.7 the advice comes before the alternatives.
         {{"a.wav", 30.0, std::nullopt, 0.699, {87.5}},
          std::string("a.wav · 30.0 s · ") + advice + " · also plausible: 87.5 BPM"},
+        // Damage skipped by the decoder is said right after the duration.
+        {{"cut.mp3", 19.5, 4, 0.5, {60}, true},
+         std::string("cut.mp3 · 19.5 s · parts of the file could not be decoded · file length "
+                     "fits exactly 4 bars — tempo snapped to the loop · ") +
+             advice + " · also plausible: 60 BPM"},
     };
     for (const Case& c : cases)
         EXPECT_EQ(detectionNote(c.input), c.note);

@@ -1,0 +1,156 @@
+#include "decoding/audio_file_reader.h"
+#include "decoding/audio_extensions.h"
+#include "decoding/read_error.h"
+
+#include "test_encoder.h"
+#include "test_signals.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+
+namespace quorlen::decoding {
+namespace {
+
+using detection::testing::Encoding;
+using detection::testing::TempDir;
+namespace t = detection::testing;
+
+std::vector<float> readAll(AudioFileReader& reader) {
+    std::vector<float> all;
+    std::vector<float> chunk(4096 * static_cast<size_t>(reader.channels()));
+    for (long long n; (n = reader.read(chunk.data(), 4096)) > 0;)
+        all.insert(all.end(), chunk.begin(), chunk.begin() + n * reader.channels());
+    return all;
+}
+
+std::string openFailure(const std::filesystem::path& path) {
+    try {
+        AudioFileReader reader(path.string());
+    } catch (const ReadError& error) {
+        return error.what();
+    }
+    return "(opened)";
+}
+
+TEST(AudioFileReader, RefusesWhatItCannotReadWithOneShortMessage) {
+    TempDir dir;
+    t::writeBytes(dir.file("notes.wav"), "These are not the samples you are looking for.\n");
+    t::writeBytes(dir.file("empty.mp3"), "");
+    std::filesystem::create_directory(dir.file("folder.wav"));
+    ASSERT_EQ(mkfifo(dir.file("pipe.wav").c_str(), 0600), 0);
+    const std::vector<float> tone = t::sine(440, 1.0, 8000);
+    ASSERT_TRUE(t::writeSound(dir.file("500hz.wav"), std::vector<float>(1000, 0.1f), 1, 500,
+                              SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(t::encodeSound(dir.file("silent-film.mp4"), tone, 1, 8000,
+                               {.encoder = "aac", .videoOnly = true}));
+    struct Case {
+        const char* name;
+        const char* message;
+    };
+    const std::vector<Case> cases = {
+        {"missing.wav", message::kNotFound},
+        {"notes.wav", message::kNotAudio},
+        {"empty.mp3", message::kNotAudio},
+        {"folder.wav", message::kNotRegular},
+        {"pipe.wav", message::kNotRegular}, // no writer: opening must not wait for one
+        {"500hz.wav", message::kUnsupportedRate},
+        {"silent-film.mp4", message::kNoAudio},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(openFailure(dir.file(c.name)), c.message) << c.name;
+
+    t::writeBytes(dir.file("locked.wav"), "RIFF");
+    ASSERT_EQ(chmod(dir.file("locked.wav").c_str(), 0), 0);
+    if (geteuid() != 0) { // root reads it anyway
+        EXPECT_EQ(openFailure(dir.file("locked.wav")), message::kPermissionDenied);
+    }
+}
+
+// Every compressed format decodes to the loop's length at its own rate; the
+// encoders' priming and padding must not show as extra or missing audio.
+TEST(AudioFileReader, DecodesCompressedFormatsToTheirLength) {
+    TempDir dir;
+    const std::vector<float> loop = t::clickTrain({.bpm = 120, .seconds = 4, .rateHz = 44100});
+    std::vector<float> stereo;
+    for (const float v : loop)
+        stereo.insert(stereo.end(), {v, 0.5f * v});
+    struct Case {
+        const char* name;
+        Encoding encoding;
+        int rateHz;
+        long long toleranceFrames; // FFmpeg's AAC-in-MP4 and WMA keep the last frame's padding
+    };
+    const std::vector<Case> cases = {
+        {"lame.mp3", {.encoder = "libmp3lame", .bitRate = 192000}, 44100, 0},
+        {"aac.m4a", {.encoder = "aac", .bitRate = 128000}, 44100, 1024},
+        {"alac.m4a", {.encoder = "alac"}, 44100, 0},
+        {"vorbis.ogg", {.encoder = "libvorbis"}, 44100, 0},
+        {"opus.opus", {.encoder = "libopus", .bitRate = 96000}, 48000, 0},
+        {"wma.wma", {.encoder = "wmav2", .bitRate = 128000}, 44100, 4096},
+        {"film.mp4", {.encoder = "aac", .bitRate = 128000, .withVideo = true}, 44100, 1024},
+    };
+    for (const Case& c : cases) {
+        const std::vector<float> source =
+            c.rateHz == 44100 ? stereo : std::vector<float>(2 * 4 * size_t(c.rateHz), 0.1f);
+        ASSERT_TRUE(t::encodeSound(dir.file(c.name), source, 2, c.rateHz, c.encoding)) << c.name;
+        AudioFileReader reader(dir.file(c.name).string());
+        EXPECT_EQ(reader.rateHz(), c.rateHz) << c.name;
+        EXPECT_EQ(reader.channels(), 2) << c.name;
+        const auto frames = static_cast<long long>(readAll(reader).size() / 2);
+        EXPECT_NEAR(frames, 4 * c.rateHz, c.toleranceFrames) << c.name;
+        EXPECT_FALSE(reader.damaged()) << c.name;
+    }
+}
+
+// The preview starts anywhere: what a seek reaches is what reading from the
+// start gives at that frame.
+TEST(AudioFileReader, SeekingLandsOnTheFrameReadingFromTheStartReaches) {
+    TempDir dir;
+    const std::vector<float> x = t::clickTrain({.bpm = 100, .seconds = 6, .rateHz = 44100});
+    ASSERT_TRUE(t::writeSound(dir.file("pcm.wav"), x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(t::writeSound(dir.file("pcm.flac"), x, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(t::encodeSound(dir.file("lame.mp3"), x, 1, 44100, {.encoder = "libmp3lame"}));
+    ASSERT_TRUE(t::encodeSound(dir.file("aac.m4a"), x, 1, 44100, {.encoder = "aac"}));
+    for (const char* name : {"pcm.wav", "pcm.flac", "lame.mp3", "aac.m4a"}) {
+        AudioFileReader whole(dir.file(name).string());
+        const std::vector<float> all = readAll(whole);
+        for (const long long frame : {0LL, 1LL, 100000LL, 200001LL}) {
+            AudioFileReader reader(dir.file(name).string());
+            reader.seek(frame);
+            std::vector<float> got(2000);
+            ASSERT_EQ(reader.read(got.data(), 2000), 2000) << name << " at " << frame;
+            for (size_t i = 0; i < got.size(); i += 50)
+                ASSERT_NEAR(got[i], all[size_t(frame) + i], 1e-6) << name << " at " << frame;
+        }
+        AudioFileReader pastTheEnd(dir.file(name).string());
+        pastTheEnd.seek(static_cast<long long>(all.size()) + 10);
+        float one = 0;
+        EXPECT_EQ(pastTheEnd.read(&one, 1), 0) << name;
+    }
+}
+
+TEST(AudioFileReader, ReadsBytesInMemoryLikeTheFile) {
+    TempDir dir;
+    const std::vector<float> x = t::sine(330, 1.0, 22050);
+    ASSERT_TRUE(t::encodeSound(dir.file("tone.mp3"), x, 1, 22050, {.encoder = "libmp3lame"}));
+    const std::string bytes = t::readBytes(dir.file("tone.mp3"));
+    AudioFileReader fromFile(dir.file("tone.mp3").string());
+    AudioFileReader fromMemory(std::as_bytes(std::span(bytes)));
+    EXPECT_EQ(readAll(fromMemory), readAll(fromFile));
+}
+
+TEST(AudioExtensions, KnowsTheReadersFormatsWhateverTheCase) {
+    for (const char* name : {"a.wav", "B.M4A", "set.Opus", "clip.mp4", "x.y.flac", "mix.WMA"})
+        EXPECT_TRUE(hasAudioExtension(name)) << name;
+    for (const char* name : {"readme.txt", "wav", ".wav", "notes.wav.txt", "cover.jpg", "x."})
+        EXPECT_FALSE(hasAudioExtension(name)) << name;
+}
+
+} // namespace
+} // namespace quorlen::decoding
