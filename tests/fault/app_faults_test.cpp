@@ -82,6 +82,19 @@ TEST(AppFaults, ASettingsPathThatIsNoFileDoesNotHoldTheStartUp) {
     }
 }
 
+TEST(AppFaults, AFifoToAnalyseDoesNotHoldTheWindow) {
+    const TempDir home;
+    const fs::path fifo = home.file("stream.wav");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const fs::path png = home.file("shot.png");
+    const ChildResult result =
+        runChild(app(home, {"--screenshot", png.string(), "--detect", fifo.string()}));
+    EXPECT_FALSE(result.timedOut);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_LT(result.seconds, 30);
+    EXPECT_TRUE(isPng(png));
+}
+
 TEST(AppFaults, AnAnalysisOutOfMemoryShowsItsMessage) {
     const TempDir home;
     namespace t = detection::testing;

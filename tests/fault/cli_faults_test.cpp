@@ -11,7 +11,10 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <sstream>
 
@@ -51,11 +54,40 @@ struct Loops {
     std::string path() const { return dir.path().string(); }
 };
 
-// What a file that memory did not suffice for reads: the reader's own
-// message for its buffer, or the analysis's.
+// What a file that memory did not suffice for reads: the reader's messages
+// (for its buffer, for the decoded signal) or the analysis's.
 bool saysOutOfMemory(const std::string& line) {
     return line.ends_with(".wav: Could not allocate an audio buffer") ||
+           line.ends_with(".wav: Not enough memory to read this file") ||
            line.ends_with(".wav: Not enough memory to analyse this file");
+}
+
+// A WAV header of 16-bit PCM that claims `channels` channels, then
+// `dataBytes` of silence.
+std::string wavHeaderClaiming(int channels, uint32_t dataBytes) {
+    std::string bytes;
+    const auto u32 = [&](uint32_t v) {
+        for (int i = 0; i < 4; ++i)
+            bytes += static_cast<char>((v >> (8 * i)) & 0xFF);
+    };
+    const auto u16 = [&](uint32_t v) {
+        bytes += static_cast<char>(v & 0xFF);
+        bytes += static_cast<char>((v >> 8) & 0xFF);
+    };
+    const uint32_t rate = 44100;
+    bytes += "RIFF";
+    u32(36 + dataBytes);
+    bytes += "WAVEfmt ";
+    u32(16);
+    u16(1); // PCM
+    u16(static_cast<uint32_t>(channels));
+    u32(rate);
+    u32(rate * static_cast<uint32_t>(channels) * 2);
+    u16(static_cast<uint32_t>(channels) * 2);
+    u16(16);
+    bytes += "data";
+    u32(dataBytes);
+    return bytes + std::string(dataBytes, '\0');
 }
 
 void expectCleanEnd(const ChildResult& result, double seconds) {
@@ -197,6 +229,37 @@ TEST(CliFaults, HostileFileNamesKeepJsonValidAndTheTerminalSafe) {
     })) << text.out;
     EXPECT_NE(text.out.find("\\x1b[2J\\x1b[H.wav: 120 BPM"), std::string::npos) << text.out;
     EXPECT_NE(text.out.find("caf\\xe9.wav: 120 BPM"), std::string::npos) << text.out;
+}
+
+TEST(CliFaults, AFifoIsRefusedAtOnceAndHoldsUpNoOtherFile) {
+    const Loops loops;
+    const fs::path fifo = loops.dir.file("stream.wav");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const ChildResult result = runChild(
+        quorlen({"detect", fifo.string(), loops.dir.file("loop0.wav").string()}));
+    expectCleanEnd(result, 10);
+    EXPECT_EQ(result.status, 1);
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 2u) << result.out;
+    EXPECT_EQ(printed[0], fifo.string() + ": Not a regular file");
+    EXPECT_NE(printed[1].find("loop0.wav: 120 BPM"), std::string::npos) << printed[1];
+}
+
+TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
+    const TempDir dir;
+    for (int i = 0; i < 4; ++i)
+        detection::testing::writeBytes(dir.file("wide" + std::to_string(i) + ".wav"),
+                                       wavHeaderClaiming(1024, 8192));
+    ChildRun run = quorlen({"detect", "-j", "4", dir.path().string()});
+    // A read buffer sized in frames would want 1 GB for each of the files.
+    run.addressSpaceBytes = 512ull << 20;
+    const ChildResult result = runChild(run);
+    expectCleanEnd(result, 10);
+    EXPECT_TRUE(result.status == 0 || result.status == 1) << result.err;
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 4u) << result.out << result.err;
+    for (const std::string& line : printed)
+        EXPECT_FALSE(saysOutOfMemory(line)) << line;
 }
 
 } // namespace
