@@ -3,11 +3,13 @@
 // result is published and painted, the longest the GUI thread went without
 // serving its event loop meanwhile, and, when a sound server is reachable,
 // the delay from a click on Preview to the first sample of the file heard on
-// the server's sink, recorded from its monitor by parecord
-// (PULSE_SERVER and QUORLEN_MONITOR name them), the same for a restart by a
-// click on the waveform, and the GUI thread's longest stall around Stop.
+// the sink of a private PulseAudio server (support/private_sound_server.h),
+// the same for a restart by a click on the waveform, and the GUI thread's
+// longest stall around Preview and around Stop.
 // usage: quorlen-detect-probe AUDIO [RUNS]
 #include "app/content_view.h"
+#include "gui_stall.h"
+#include "support/private_sound_server.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tools/tempo/tempo_view.h"
@@ -18,7 +20,6 @@
 #include <QDropEvent>
 #include <QElapsedTimer>
 #include <QMimeData>
-#include <QProcess>
 #include <QTimer>
 #include <QUrl>
 
@@ -54,27 +55,6 @@ void drop(QWidget* target, const QString& path) {
     QApplication::sendEvent(target, &enter);
     QDropEvent dropped(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(target, &dropped);
-}
-
-// Runs the event loop until `done`, returning the longest gap in ms between
-// two turns of a 1 ms timer: how long the GUI thread was busy elsewhere.
-double runUntil(const std::function<bool()>& done) {
-    QElapsedTimer clock;
-    clock.start();
-    qint64 last = clock.nsecsElapsed();
-    qint64 longest = 0;
-    QTimer heartbeat;
-    heartbeat.setTimerType(Qt::PreciseTimer);
-    heartbeat.setInterval(1);
-    QObject::connect(&heartbeat, &QTimer::timeout, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        longest = std::max(longest, now - last);
-        last = now;
-    });
-    heartbeat.start();
-    while (!done())
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    return double(longest) / 1e6;
 }
 
 } // namespace
@@ -119,49 +99,45 @@ int main(int argc, char** argv) {
     print("drop to result (ms)", dropToResult);
     print("longest GUI stall (ms)", stalls);
 
-    const QString monitor = qEnvironmentVariable("QUORLEN_MONITOR");
-    if (qEnvironmentVariableIsEmpty("PULSE_SERVER") || monitor.isEmpty())
+    testing::PrivateSoundServer server;
+    if (const QString reason = server.start(); !reason.isEmpty()) {
+        std::printf("no preview timing: %s\n", qPrintable(reason));
         return 0;
-    // The sink's output as it plays, in 10 ms pieces.
-    QProcess recorder;
-    recorder.start(QStringLiteral("parecord"),
-                   {QStringLiteral("--device=") + monitor, QStringLiteral("--raw"),
-                    QStringLiteral("--format=float32le"), QStringLiteral("--rate=44100"),
-                    QStringLiteral("--channels=2"), QStringLiteral("--latency-msec=10")});
-    if (!recorder.waitForStarted(5000))
-        return 1;
+    }
+    qputenv("PULSE_SERVER", server.address().toLocal8Bit());
+    // Whether the sink sounded since the last look.
+    int seen = server.frameCount();
     auto heardSound = [&] {
-        const QByteArray bytes = recorder.readAllStandardOutput();
-        for (qsizetype i = 0; i + 4 <= bytes.size(); i += 4) {
-            float sample = 0;
-            std::memcpy(&sample, bytes.constData() + i, sizeof sample);
-            if (std::abs(sample) > 1e-3f)
-                return true;
-        }
-        return false;
+        const int now = server.frameCount();
+        bool sound = false;
+        for (; seen < now; ++seen)
+            sound = sound || std::abs(server.sample(seen, 0)) > testing::kSilenceLevel;
+        return sound;
     };
     auto* previewButton = panel->findChild<KitButton*>(QStringLiteral("previewButton"));
     std::vector<double> previewToSound;
     std::vector<double> restartToSound;
     std::vector<double> stopStalls;
+    std::vector<double> previewStalls;
     for (int run = 0; run < runs; ++run) {
         // Silence first, so that what is heard next is this run's preview.
         QElapsedTimer quiet;
         quiet.start();
         while (quiet.elapsed() < 500) {
-            recorder.waitForReadyRead(50);
+            QApplication::processEvents(QEventLoop::AllEvents, 50);
             if (heardSound())
                 quiet.restart();
         }
         QElapsedTimer clock;
-        clock.start();
-        previewButton->click();
         bool heard = false;
-        while (!heard && clock.elapsed() < 5000) {
-            QApplication::processEvents();
-            recorder.waitForReadyRead(1);
-            heard = heardSound();
-        }
+        previewStalls.push_back(runUntil([&] {
+            if (!clock.isValid()) {
+                clock.start();
+                previewButton->click();
+            }
+            heard = heard || heardSound();
+            return heard || clock.elapsed() > 5000;
+        }));
         if (!heard) {
             std::fprintf(stderr, "the preview was never heard: %s\n",
                          qPrintable(model.status().value_or(QString())));
@@ -175,17 +151,15 @@ int main(int argc, char** argv) {
         QElapsedTimer playing;
         playing.start();
         while (playing.elapsed() < 500) {
-            QApplication::processEvents();
-            recorder.waitForReadyRead(5);
-            recorder.readAllStandardOutput();
+            QApplication::processEvents(QEventLoop::AllEvents, 5);
+            heardSound();
         }
         clock.restart();
         model.startPreview(10.0);
         qint64 silentSinceNs = -1;
         bool restarted = false;
         while (!restarted && clock.elapsed() < 5000) {
-            QApplication::processEvents();
-            recorder.waitForReadyRead(1);
+            QApplication::processEvents(QEventLoop::AllEvents, 1);
             const bool sound = heardSound();
             if (!sound && silentSinceNs < 0)
                 silentSinceNs = clock.nsecsElapsed();
@@ -203,9 +177,8 @@ int main(int argc, char** argv) {
         }));
     }
     print("Preview to sound (ms)", previewToSound);
+    print("longest GUI stall, Preview (ms)", previewStalls);
     print("restart to sound (ms)", restartToSound);
     print("longest GUI stall, Stop (ms)", stopStalls);
-    recorder.kill();
-    recorder.waitForFinished();
     return 0;
 }

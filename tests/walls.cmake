@@ -16,9 +16,10 @@ function(quorlen_wall_test name)
     RESOURCE_LOCK build_folder)
 endfunction()
 
-# The core and the command line are pure C++.
+# The core, the sound engine and the command line are pure C++.
 quorlen_wall_test(core_rejects_qt TARGET quorlen_core INCLUDE QtCore/QString)
 quorlen_wall_test(cli_rejects_qt TARGET quorlen_cli INCLUDE QtCore/QString)
+quorlen_wall_test(audio_engine_rejects_qt TARGET quorlen_audio_engine INCLUDE QtCore/QString)
 # Lower Qt targets do not see the ones above them.
 quorlen_wall_test(ui_rejects_state TARGET quorlen_ui INCLUDE state/calculator_state.h)
 quorlen_wall_test(state_rejects_ui TARGET quorlen_state INCLUDE ui/theme.h)

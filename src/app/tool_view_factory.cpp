@@ -16,11 +16,12 @@ namespace {
 
 // The harmony screen is rebuilt on every visit; the key it shows is kept
 // with the window's other restored state, read here and written on change.
-QWidget* createFifthsView(CalculatorState& state, const QColor& tint, QWidget* parent) {
+QWidget* createFifthsView(CalculatorState& state, const QColor& tint, Synthesiser& synthesiser,
+                           QWidget* parent) {
     const Preferences stored;
     auto* view = new CircleOfFifthsView(
         state, tint, KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},
-        parent);
+        synthesiser, parent);
     QObject::connect(view, &CircleOfFifthsView::selectionChanged, view, [](int index, bool minor) {
         Preferences preferences;
         preferences.setFifthsSelectedIndex(index);
@@ -33,23 +34,25 @@ QWidget* createFifthsView(CalculatorState& state, const QColor& tint, QWidget* p
 
 QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
     const QColor tint = toolInfo(tool).tint;
+    // The one synthesiser, handed to every tool that sounds.
+    Synthesiser& synthesiser = ChordPlayer::shared();
     switch (tool) {
     case CalculatorTool::bpm:
         return new TempoView(state, tint, parent);
     case CalculatorTool::rhythm:
-        return new EuclideanRhythmView(state, tint, ChordPlayer::shared(), parent);
+        return new EuclideanRhythmView(state, tint, synthesiser, parent);
     case CalculatorTool::space:
         return new ReverbDelayView(state, tint, parent);
     case CalculatorTool::frequency:
         return new NoteFrequencyView(state, tint, parent);
     case CalculatorTool::temperament:
-        return new TemperamentView(state, tint, parent);
+        return new TemperamentView(state, tint, synthesiser, parent);
     case CalculatorTool::overtones:
-        return new HarmonicSeriesView(state, tint, parent);
+        return new HarmonicSeriesView(state, tint, synthesiser, parent);
     case CalculatorTool::harmony:
         break;
     }
-    return createFifthsView(state, tint, parent);
+    return createFifthsView(state, tint, synthesiser, parent);
 }
 
 } // namespace quorlen

@@ -1,7 +1,9 @@
 #include "audio/chord_player.h"
 
-#include "audio/audio_backend.h"
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/async_output.h"
+#include "audio/engine/audio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
+#include "audio/engine/step_grid.h"
 
 #include <QCoreApplication>
 
@@ -11,14 +13,15 @@ namespace quorlen {
 
 ChordPlayer& ChordPlayer::shared() {
     // Parented to the application so the stream closes before Qt shuts down.
-    static ChordPlayer* instance = new ChordPlayer(std::make_unique<RtAudioBackend>(), kIdleDelay,
-                                                   QCoreApplication::instance());
+    static ChordPlayer* instance =
+        new ChordPlayer(std::make_unique<AsyncOutput>(std::make_unique<RtAudioBackend>()),
+                        kIdleDelay, QCoreApplication::instance());
     return *instance;
 }
 
 ChordPlayer::ChordPlayer(std::unique_ptr<AudioBackend> backend,
                          std::chrono::milliseconds idleDelay, QObject* parent)
-    : QObject(parent), m_backend(std::move(backend)) {
+    : QObject(parent), m_voices(std::move(backend)) {
     // A precise timer: a coarse one may fire up to 5 % early.
     m_idlePause.setSingleShot(true);
     m_idlePause.setTimerType(Qt::PreciseTimer);
@@ -28,48 +31,55 @@ ChordPlayer::ChordPlayer(std::unique_ptr<AudioBackend> backend,
 
 ChordPlayer::~ChordPlayer() = default;
 
-void ChordPlayer::playTriad(double rootHz, synth::TriadQuality quality) {
+void ChordPlayer::playTriad(double rootHz, synth::TriadQuality quality, std::int64_t dueFrame) {
     const auto notes = synth::triadFrequencies(rootHz, quality);
-    playTones(notes);
+    playTones(notes, dueFrame);
 }
 
 // Rendering allocates up to 70560 floats; if even that fails the sound is
 // dropped like any other audio failure.
-void ChordPlayer::playTones(std::span<const double> frequenciesHz) {
+void ChordPlayer::playTones(std::span<const double> frequenciesHz, std::int64_t dueFrame) {
     try {
-        schedule(synth::makeBuffer(frequenciesHz));
+        schedule(synth::makeBuffer(frequenciesHz), dueFrame);
     } catch (const std::bad_alloc&) {
     }
 }
 
-void ChordPlayer::playPartials(std::span<const synth::Partial> partials) {
+void ChordPlayer::playPartials(std::span<const synth::Partial> partials, std::int64_t dueFrame) {
     try {
-        schedule(synth::makePartialsBuffer(partials));
+        schedule(synth::makePartialsBuffer(partials), dueFrame);
     } catch (const std::bad_alloc&) {
     }
 }
 
-void ChordPlayer::playTick(double frequencyHz, float gain) {
+void ChordPlayer::playTick(double frequencyHz, float gain, std::int64_t dueFrame) {
     try {
-        schedule(synth::makeTickBuffer(frequencyHz, gain));
+        schedule(synth::makeTickBuffer(frequencyHz, gain), dueFrame);
     } catch (const std::bad_alloc&) {
     }
 }
 
-void ChordPlayer::schedule(std::vector<float> samples) {
-    if (!m_backend->isRunning() && !m_backend->start(m_mixer))
+void ChordPlayer::startOutput() {
+    if (m_voices.startOutput())
+        m_idlePause.start();
+}
+
+Synthesiser::Output ChordPlayer::output() const {
+    if (m_voices.isOutputStarting())
+        return Output::starting;
+    return m_voices.isOutputRunning() ? Output::running : Output::none;
+}
+
+std::int64_t ChordPlayer::safeFrame() const { return firstSafeFrame(m_voices.mixer()); }
+
+void ChordPlayer::schedule(std::vector<float> samples, std::int64_t dueFrame) {
+    if (!m_voices.play(std::move(samples), dueFrame))
         return;
-    const int voice = m_nextPlayer;
-    m_nextPlayer = (m_nextPlayer + 1) % kVoiceCount;
-    m_mixer.play(voice, std::make_shared<const std::vector<float>>(std::move(samples)));
     // Restarting the single shot postpones the pause to a full delay after
     // this request.
     m_idlePause.start();
 }
 
-void ChordPlayer::pauseWhenIdle() {
-    if (m_backend->isRunning())
-        m_backend->pause();
-}
+void ChordPlayer::pauseWhenIdle() { m_voices.pauseOutput(); }
 
 } // namespace quorlen

@@ -1,31 +1,30 @@
 #pragma once
 
-#include "audio/voice_mixer.h"
-#include "synth/tone_buffers.h"
-#include "synth/triad.h"
+#include "audio/engine/voice_pool.h"
+#include "audio/synthesiser.h"
 
 #include <QObject>
 #include <QTimer>
 
 #include <chrono>
 #include <memory>
-#include <span>
+#include <vector>
 
 namespace quorlen {
 
 class AudioBackend;
 
 // The application's one synthesiser. Each request renders a finished buffer
-// and plays it on the next of 16 voices, round robin, so sounds overlap and
-// a sound is cut only when 16 newer ones have started. The output starts
-// with the first sound and pauses once no sound was requested for the idle
-// delay (10 s). Main thread only. Failures are silent: a sound that cannot
-// be made or played is dropped, and the next request tries again.
-class ChordPlayer : public QObject {
+// and plays it on the next of 16 voices (VoicePool). The output starts with
+// the first sound, on a thread of its own over the sound card, and pauses
+// once no sound was requested for the idle delay (10 s). Main thread only.
+// Failures are silent: a sound that cannot be made or played is dropped,
+// and the next request tries again.
+class ChordPlayer : public QObject, public Synthesiser {
     Q_OBJECT
 public:
-    static constexpr int kVoiceCount = VoiceMixer::kVoiceCount;
-    static constexpr float kOutputVolume = 0.9f;
+    static constexpr int kVoiceCount = VoicePool::kVoiceCount;
+    static constexpr float kOutputVolume = VoicePool::kOutputVolume;
     static constexpr std::chrono::milliseconds kIdleDelay{10000};
 
     // Created on first use over the sound card; lives as long as the
@@ -37,26 +36,27 @@ public:
                          QObject* parent = nullptr);
     ~ChordPlayer() override;
 
-    // A strummed root, third and fifth.
-    void playTriad(double rootHz, synth::TriadQuality quality);
-    // A strummed chord, notes entering in array order.
-    void playTones(std::span<const double> frequenciesHz);
-    void playPartials(std::span<const synth::Partial> partials);
-    void playTick(double frequencyHz, float gain);
+    void playTriad(double rootHz, synth::TriadQuality quality,
+                   std::int64_t dueFrame = kAsap) override;
+    void playTones(std::span<const double> frequenciesHz, std::int64_t dueFrame = kAsap) override;
+    void playPartials(std::span<const synth::Partial> partials,
+                      std::int64_t dueFrame = kAsap) override;
+    void playTick(double frequencyHz, float gain, std::int64_t dueFrame = kAsap) override;
+
+    void startOutput() override;
+    Output output() const override;
+    std::int64_t safeFrame() const override;
 
     // Voice that plays the next sound.
-    int nextPlayer() const { return m_nextPlayer; }
+    int nextPlayer() const { return m_voices.nextVoice(); }
     bool isIdlePausePending() const { return m_idlePause.isActive(); }
+    VoicePool& voices() { return m_voices; }
 
 private:
-    void schedule(std::vector<float> samples);
+    void schedule(std::vector<float> samples, std::int64_t dueFrame);
     void pauseWhenIdle();
 
-    // Declared first so it is destroyed last, after the backend's audio
-    // thread has stopped reading it.
-    VoiceMixer m_mixer{kOutputVolume};
-    std::unique_ptr<AudioBackend> m_backend;
-    int m_nextPlayer = 0;
+    VoicePool m_voices;
     QTimer m_idlePause;
 };
 

@@ -1,13 +1,17 @@
 #include "cli/euclid_command.h"
 
 #include "cli/arguments.h"
+#include "cli/click_track.h"
 #include "cli/command_line.h"
+#include "cli/interrupt.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
 #include "tempo/tempo_field.h"
 #include "text/number_format.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -20,8 +24,11 @@ constexpr int kMaxSteps = 1024;
 // Rotation wraps modulo the steps; the bound only keeps the count an int.
 constexpr int kMaxRotation = 1'000'000'000;
 
-constexpr KnownOption kOptions[] = {
-    {"--rotate", true}, {"--note", true}, {"--bpm", true}, {"--json", false}};
+// A day of 16 steps at 400 BPM in sixteenths; more is a typo.
+constexpr int kMaxCycles = 1'000'000;
+
+constexpr KnownOption kOptions[] = {{"--rotate", true}, {"--note", true},  {"--bpm", true},
+                                    {"--json", false},  {"--play", false}, {"--cycles", true}};
 constexpr CommandInfo kCommand{"euclid", kEuclidSynopsis, kEuclidSummary, kOptions};
 
 struct Request {
@@ -30,6 +37,7 @@ struct Request {
     int rotation = 0;
     int note = 16;
     double bpm = 120.0;
+    std::optional<int> cycles; // with --play; none: until Ctrl+C
 };
 
 template <typename T> const UsageError* failed(const std::variant<T, UsageError>& read) {
@@ -69,7 +77,30 @@ std::variant<Request, UsageError> readRequest(const ParsedArguments& arguments) 
             return *error;
         request.bpm = std::get<double>(bpm);
     }
+    if (const auto text = arguments.value("--cycles")) {
+        if (!arguments.has("--play"))
+            return UsageError{"--cycles goes with --play"};
+        const auto cycles = wholeNumberArgument(*text, 1, kMaxCycles, "a number of cycles");
+        if (const auto* error = failed(cycles))
+            return *error;
+        request.cycles = std::get<int>(cycles);
+    }
     return request;
+}
+
+// The pattern as the app's rhythm tool plays it: a hit click on hits, a
+// quieter, lower one on rests.
+int play(const Request& request, const std::vector<bool>& pattern, double stepMs,
+         std::ostream& out, std::ostream& err) {
+    out.flush();
+    const InterruptFlag interrupt;
+    ClickTrack track{stepMs / 1000.0, std::nullopt, [&](std::int64_t step) {
+                         return pattern[static_cast<size_t>(step % request.steps)] ? kHitClick
+                                                                                    : kRestClick;
+                     }};
+    if (request.cycles)
+        track.steps = std::int64_t{*request.cycles} * request.steps;
+    return playClickTrack(track, interrupt.raised(), kCommand.name, err);
 }
 
 std::string joined(const std::vector<int>& values, const char* separator) {
@@ -106,16 +137,16 @@ int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::os
         out << "{\"pattern\":\"" << notation << "\",\"hits\":[" << joined(hits, ",")
             << "],\"stepMs\":" << text::format("%.17g", stepMs)
             << ",\"cycleMs\":" << text::format("%.17g", cycleMs) << "}\n";
-        return kExitOk;
+    } else {
+        out << "E(" << request.pulses << ',' << request.steps << ")  " << notation << '\n'
+            << "hits:  " << (hits.empty() ? std::string("none") : joined(hits, " ")) << '\n'
+            << "step:  " << text::format("%.1f ms", stepMs) << "  (1/" << request.note << " at "
+            << text::compact(std::clamp(request.bpm, tempo::kControlBpmRange.min,
+                                        tempo::kControlBpmRange.max))
+            << " BPM)\n"
+            << "cycle: " << text::format("%.1f ms", cycleMs) << '\n';
     }
-    out << "E(" << request.pulses << ',' << request.steps << ")  " << notation << '\n'
-        << "hits:  " << (hits.empty() ? std::string("none") : joined(hits, " ")) << '\n'
-        << "step:  " << text::format("%.1f ms", stepMs) << "  (1/" << request.note << " at "
-        << text::compact(std::clamp(request.bpm, tempo::kControlBpmRange.min,
-                                    tempo::kControlBpmRange.max))
-        << " BPM)\n"
-        << "cycle: " << text::format("%.1f ms", cycleMs) << '\n';
-    return kExitOk;
+    return arguments.has("--play") ? play(request, pattern, stepMs, out, err) : kExitOk;
 }
 
 } // namespace quorlen::cli

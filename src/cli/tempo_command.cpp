@@ -1,9 +1,12 @@
 #include "cli/tempo_command.h"
 
 #include "cli/arguments.h"
+#include "cli/click_track.h"
 #include "cli/command_line.h"
+#include "cli/interrupt.h"
 #include "cli/json_writer.h"
 #include "cli/text_table.h"
+#include "rhythm/step_length.h"
 #include "tempo/note_division.h"
 #include "tempo/tempo_field.h"
 
@@ -12,8 +15,26 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false}};
+constexpr KnownOption kOptions[] = {{"--json", false}, {"--click", false}, {"--bars", true}};
 constexpr CommandInfo kCommand{"tempo", kTempoSynopsis, kTempoSummary, kOptions};
+
+constexpr int kBeatsPerBar = 4;
+// A day of 4/4 at 400 BPM; more is a typo.
+constexpr int kMaxBars = 144000;
+
+// A metronome in 4/4, accented on beat 1, at the tempo tools' beat (the
+// tempo clamped to 20...400 BPM), for `bars` bars or until Ctrl+C.
+int click(double bpm, std::optional<int> bars, std::ostream& out, std::ostream& err) {
+    out.flush();
+    const InterruptFlag interrupt;
+    ClickTrack track{Euclid::stepMilliseconds(bpm, 4) / 1000.0, std::nullopt,
+                     [](std::int64_t beat) {
+                         return beat % kBeatsPerBar == 0 ? kAccentClick : kBeatClick;
+                     }};
+    if (bars)
+        track.steps = std::int64_t{*bars} * kBeatsPerBar;
+    return playClickTrack(track, interrupt.raised(), kCommand.name, err);
+}
 
 void printJson(std::ostream& out, double bpm) {
     const tempo::TempoMetrics metrics = tempo::tempoMetrics(bpm);
@@ -82,11 +103,21 @@ int runTempoCommand(std::span<const std::string_view> args, std::ostream& out, s
         bpm = std::get<double>(read);
     }
 
+    std::optional<int> bars;
+    if (const auto text = arguments.value("--bars")) {
+        if (!arguments.has("--click"))
+            return refuse(err, "tempo", {"--bars goes with --click"});
+        const auto read = wholeNumberArgument(*text, 1, kMaxBars, "a number of bars");
+        if (const auto* error = std::get_if<UsageError>(&read))
+            return refuse(err, "tempo", *error);
+        bars = std::get<int>(read);
+    }
+
     if (arguments.has("--json"))
         printJson(out, bpm);
     else
         printText(out, bpm);
-    return kExitOk;
+    return arguments.has("--click") ? click(bpm, bars, out, err) : kExitOk;
 }
 
 } // namespace quorlen::cli

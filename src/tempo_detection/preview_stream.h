@@ -1,7 +1,7 @@
 #pragma once
 
-#include "audio/audio_backend.h"
-#include "audio/spsc_ring.h"
+#include "audio/engine/audio_backend.h"
+#include "audio/engine/spsc_ring.h"
 
 #include <array>
 #include <atomic>

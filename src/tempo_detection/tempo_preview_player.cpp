@@ -1,7 +1,8 @@
 #include "tempo_detection/tempo_preview_player.h"
 
-#include "audio/audio_backend.h"
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/async_output.h"
+#include "audio/engine/audio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
 #include "preview/preview_frames.h"
 #include "decoding/audio_file_reader.h"
 #include "tempo_detection/preview_reader.h"
@@ -50,7 +51,10 @@ TempoPreviewPlayer::TempoPreviewPlayer(std::unique_ptr<AudioBackend> backend, Cl
 }
 
 std::unique_ptr<TempoPreviewPlayer> TempoPreviewPlayer::onSoundCard() {
-    return std::make_unique<TempoPreviewPlayer>(std::make_unique<RtAudioBackend>());
+    // Opening the stream takes a sound server a few hundred milliseconds;
+    // it happens on the output's own thread, never on the GUI thread.
+    return std::make_unique<TempoPreviewPlayer>(
+        std::make_unique<AsyncOutput>(std::make_unique<RtAudioBackend>()));
 }
 
 // The reader goes first (it pushes into the stream), then the backend stops
@@ -120,6 +124,7 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
     m_playing = true;
     m_startOffset = fromSeconds;
     m_started = m_clock() + preview::kStartDelaySeconds;
+    m_outputRan = !m_backend->isStarting();
     m_outputWatch.start();
     outcome(std::nullopt);
 }
@@ -181,11 +186,17 @@ void TempoPreviewPlayer::onReaderFinished(uint64_t generation) {
     onFinish();
 }
 
+// An output that starts on its own thread fails after start() returned;
+// whether it ever ran tells a missing device from one that went away.
 void TempoPreviewPlayer::checkOutput() {
-    if (!m_playing || m_backend->isRunning())
+    if (!m_playing)
         return;
+    if (m_backend->isRunning()) {
+        m_outputRan = m_outputRan || !m_backend->isStarting();
+        return;
+    }
     stop(false);
-    emit outputLost(kOutputLost);
+    emit outputLost(m_outputRan ? kOutputLost : kNoOutput);
 }
 
 } // namespace quorlen

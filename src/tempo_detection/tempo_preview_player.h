@@ -62,7 +62,8 @@ public:
     PreviewStream& stream() { return *m_stream; }
 
 signals:
-    // The output device went away under a playing preview; it has stopped.
+    // The output device went away under a playing preview, or never
+    // started; the preview has stopped.
     void outputLost(const QString& message);
 
 private:
@@ -89,6 +90,7 @@ private:
     std::vector<std::function<void()>> m_afterStop;
     std::function<void()> m_pendingStart;
     QTimer m_outputWatch;
+    bool m_outputRan = false;
 };
 
 } // namespace quorlen

@@ -1,16 +1,33 @@
 #pragma once
 
-#include "audio/audio_backend.h"
+#include "audio/engine/audio_backend.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <thread>
 #include <vector>
 
 namespace quorlen::testing {
 
 // An output without a device: the test decides whether starting works,
 // sees every start and pause, and pulls blocks as the audio thread would.
+// In real time, a thread of its own pulls 256-frame blocks at the pace of a
+// 44.1 kHz device instead, so the audio clock moves as on a sound card.
 class FakeAudioBackend final : public AudioBackend {
 public:
+    static constexpr int kRealTimeBlockFrames = 256;
+    // In real time, the left channel of the first 20 s is kept; read it
+    // after pause().
+    static constexpr size_t kRecordFrames = 20 * 44100;
+    std::vector<float> recordedLeft;
+
+    explicit FakeAudioBackend(bool realTime = false) : m_realTime(realTime) {
+        if (realTime)
+            recordedLeft.reserve(kRecordFrames);
+    }
+    ~FakeAudioBackend() override { stopPulling(); }
+
     bool failStarts = false;
     int starts = 0;
     int pauses = 0;
@@ -21,16 +38,22 @@ public:
             return false;
         m_source = &source;
         m_running = true;
+        if (m_realTime && !m_puller.joinable())
+            m_puller = std::thread([this] { pullInRealTime(); });
         return true;
     }
     void pause() override {
         ++pauses;
+        stopPulling();
         m_running = false;
     }
     bool isRunning() const override { return m_running; }
 
     // The device went away under a running stream.
-    void disappear() { m_running = false; }
+    void disappear() {
+        stopPulling();
+        m_running = false;
+    }
 
     // One block of interleaved stereo frames from the source.
     std::vector<float> pull(int frameCount) {
@@ -41,8 +64,33 @@ public:
     }
 
 private:
+    void pullInRealTime() {
+        using namespace std::chrono;
+        const auto blockTime = duration_cast<steady_clock::duration>(
+            duration<double>(kRealTimeBlockFrames / RenderSource::kRateHz));
+        auto next = steady_clock::now();
+        std::vector<float> block(2 * kRealTimeBlockFrames);
+        while (!m_stop.load()) {
+            m_source->render(block.data(), kRealTimeBlockFrames);
+            for (size_t i = 0; i < block.size() && recordedLeft.size() < kRecordFrames; i += 2)
+                recordedLeft.push_back(block[i]);
+            next += blockTime;
+            std::this_thread::sleep_until(next);
+        }
+    }
+    void stopPulling() {
+        if (!m_puller.joinable())
+            return;
+        m_stop.store(true);
+        m_puller.join();
+        m_stop.store(false);
+    }
+
+    const bool m_realTime;
     RenderSource* m_source = nullptr;
-    bool m_running = false;
+    std::atomic<bool> m_running{false};
+    std::atomic<bool> m_stop{false};
+    std::thread m_puller;
 };
 
 } // namespace quorlen::testing

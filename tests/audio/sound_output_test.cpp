@@ -3,7 +3,8 @@
 // parecord on the sink's monitor. The recording's strongest frequencies
 // must be those of the click and of the triad that were played.
 #include "audio/chord_player.h"
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
+#include "cli/command_line.h"
 #include "support/private_sound_server.h"
 #include "support/wait.h"
 
@@ -20,6 +21,8 @@
 #include <cstring>
 #include <numbers>
 #include <span>
+#include <sstream>
+#include <thread>
 
 namespace quorlen {
 namespace {
@@ -104,6 +107,53 @@ TEST(SoundOutput, AClickAndATriadReachTheSoundServer) {
     EXPECT_NEAR(notes[0], 440.00, 1.5);
     EXPECT_NEAR(notes[1], 554.37, 1.5);
     EXPECT_NEAR(notes[2], 659.26, 1.5);
+}
+
+// Onsets: the first frame above the silence level after at least `gap`
+// silent frames.
+std::vector<int> onsets(const testing::PrivateSoundServer& server, int from, int gap) {
+    std::vector<int> found;
+    int silent = gap;
+    for (int frame = from; frame < server.frameCount(); ++frame) {
+        const bool sounding = std::abs(server.sample(frame, 0)) > testing::kSilenceLevel;
+        if (sounding && silent >= gap)
+            found.push_back(frame);
+        silent = sounding ? 0 : silent + 1;
+    }
+    return found;
+}
+
+TEST(SoundOutput, TheCommandLineClickTrackIsOnItsGridToTheSample) {
+    // `quorlen euclid 8 8 --play --cycles 2`: sixteen equal clicks 125 ms
+    // (5512.5 frames) apart at 120 BPM in sixteenths, so click k is heard
+    // llround(k × 5512.5) frames after the first, within a frame for the
+    // level at which the recording first rises above silence.
+    testing::PrivateSoundServer server;
+    if (const QString reason = server.start(); !reason.isEmpty())
+        GTEST_SKIP() << reason.toStdString();
+    qputenv("PULSE_SERVER", server.address().toLocal8Bit());
+
+    const int from = server.frameCount();
+    int status = -1;
+    std::ostringstream out;
+    std::ostringstream err;
+    std::thread player([&] {
+        const std::string_view args[] = {"euclid", "8", "8", "--play", "--cycles", "2"};
+        status = cli::runCommandLine(args, out, err);
+    });
+    ASSERT_TRUE(testing::waitUntil([&] { return onsets(server, from, 1000).size() >= 16; }, 10000))
+        << err.str();
+    player.join();
+    EXPECT_EQ(status, cli::kExitOk) << err.str();
+
+    const std::vector<int> heard = onsets(server, from, 1000);
+    ASSERT_EQ(heard.size(), 16u);
+    float peak = 0;
+    for (int frame = from; frame < server.frameCount(); ++frame)
+        peak = std::max(peak, std::abs(server.sample(frame, 0)));
+    EXPECT_LE(peak, 1.0f);
+    for (size_t k = 1; k < heard.size(); ++k)
+        EXPECT_NEAR(heard[k] - heard[0], std::llround(static_cast<double>(k) * 5512.5), 1) << k;
 }
 
 } // namespace

@@ -81,6 +81,11 @@ TEST(EuclidCommand, BadArgumentsGiveOneLineAndStatus2) {
         {"euclid", "3", "8", "--rotate", "1.5"},
         {"euclid", "3", "8", "--swing"},
         {"euclid", "3", "8", "--bpm", "90", "--bpm", "100"},
+        // Cycles only make sense when playing, and are whole.
+        {"euclid", "3", "8", "--cycles", "2"},
+        {"euclid", "3", "8", "--play", "--cycles", "1.5"},
+        {"euclid", "3", "8", "--play", "--cycles"},
+        {"euclid", "3", "8", "--play=yes"},
     };
     for (const auto& args : refused) {
         const Outcome result = run(args);

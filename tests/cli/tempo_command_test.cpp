@@ -83,6 +83,8 @@ TEST(CommandRefusals, OneLineOnStderrAndStatusTwo) {
         {"space", "--pre", "100"}, {"space", "--pre"},
         {"space", "--total", "3"}, {"space", "--total", "bars"},
         {"space", "--total=0.3"},  {"space", "120", "-q"},
+        {"tempo", "--bars", "2"},  {"tempo", "--click", "--bars", "x"},
+        {"tempo", "--click=1"},
     };
     for (const auto& args : refused) {
         SCOPED_TRACE(std::string(args[0]) + " " + std::string(args[1]));

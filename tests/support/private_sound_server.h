@@ -1,11 +1,15 @@
 #pragma once
 
-// A PulseAudio server of a test's own, with one null sink and parecord on
-// its monitor, so a test can hear what the app plays. Both processes end
-// with the object; start() says why when the server cannot run.
+// A PulseAudio server of its own, with one null sink and parecord on its
+// monitor, so a test or a measuring probe can hear what the app plays, and
+// when each stretch of it arrived. Both processes end with the object;
+// start() says why when the server cannot run. The one place that knows
+// how to run such a server: the sound tests and the probes behind
+// scripts/measure-audio and scripts/measure-detection all use it.
 #include "support/wait.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
@@ -73,8 +77,11 @@ public:
                                     QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
                                     QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
                                     QStringLiteral("--latency-msec=10")});
-        QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput,
-                         [this] { m_bytes += m_recorder.readAllStandardOutput(); });
+        m_clock.start();
+        QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput, [this] {
+            m_bytes += m_recorder.readAllStandardOutput();
+            m_arrivals.push_back({frameCount(), m_clock.nsecsElapsed()});
+        });
         if (!waitUntil([&] { return frameCount() >= 4410; }, 10000))
             return QStringLiteral("parecord records nothing");
         return {};
@@ -113,6 +120,17 @@ public:
     bool waitForFrames(int count, int timeoutMs) {
         return waitUntil([&] { return frameCount() >= count; }, timeoutMs);
     }
+    // Nanoseconds on this object's clock (started with the recorder).
+    qint64 nowNs() const { return m_clock.nsecsElapsed(); }
+    // When the recorder handed over `frame`, on the same clock; the
+    // recorder adds its own latency of about 10 ms.
+    std::optional<qint64> arrivalNs(int frame) const {
+        for (const auto& [frames, ns] : m_arrivals) {
+            if (frames > frame)
+                return ns;
+        }
+        return std::nullopt;
+    }
 
 private:
     QTemporaryDir m_dir;
@@ -120,6 +138,8 @@ private:
     QProcess m_server;
     QProcess m_recorder;
     QByteArray m_bytes;
+    QElapsedTimer m_clock;
+    std::vector<std::pair<int, qint64>> m_arrivals; // (frames so far, ns)
 };
 
 } // namespace quorlen::testing

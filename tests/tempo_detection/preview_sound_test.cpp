@@ -3,7 +3,7 @@
 // parecord on the sink's monitor. A file whose every second holds another
 // tone is previewed from its third second; the recording must start with
 // that second's tone, faded in, and go on to the next one.
-#include "audio/rtaudio_backend.h"
+#include "audio/engine/rtaudio_backend.h"
 #include "support/private_sound_server.h"
 #include "support/wait.h"
 #include "tempo_detection/tempo_preview_player.h"

@@ -1,24 +1,20 @@
 #include "tools/euclidean/euclid_playback.h"
 
-#include "audio/chord_player.h"
+#include "audio/step_timer.h"
+#include "audio/synthesiser.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
 #include "state/calculator_state.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cmath>
-
 namespace quorlen {
 
-EuclidPlayback::EuclidPlayback(CalculatorState& state, ChordPlayer& player, QObject* parent)
-    : QObject(parent), m_state(&state), m_player(player) {
-    m_timer.setSingleShot(true);
-    m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, &EuclidPlayback::onTimer);
-}
+EuclidPlayback::EuclidPlayback(CalculatorState& state, Synthesiser& synthesiser, QObject* parent)
+    : QObject(parent), m_state(&state), m_synthesiser(synthesiser),
+      m_steps(new StepTimer(synthesiser, this)) {}
 
 EuclidPlayback::~EuclidPlayback() { stop(); }
+
+bool EuclidPlayback::isRunning() const { return m_steps->isRunning(); }
 
 void EuclidPlayback::start() {
     if (!m_state || m_state->euclidSteps() <= 0)
@@ -26,15 +22,18 @@ void EuclidPlayback::start() {
     stop();
     m_state->setEuclidPlaying(true);
     m_state->setEuclidStep(0);
-    tick(0);
-    m_stepMs = Euclid::stepMilliseconds(m_state->bpm(), m_state->euclidNote());
-    m_clock.start();
-    m_nextFiring = 1;
-    m_timer.start(std::chrono::milliseconds(std::llround(m_stepMs)));
+    const double stepSeconds =
+        Euclid::stepMilliseconds(m_state->bpm(), m_state->euclidNote()) / 1000.0;
+    m_steps->start(
+        stepSeconds,
+        [this](std::int64_t step, std::int64_t dueFrame) {
+            tick(step == 0 ? 0 : nextStep(), dueFrame);
+        },
+        [this](std::int64_t) { advance(); });
 }
 
 void EuclidPlayback::stop() {
-    m_timer.stop();
+    m_steps->stop();
     if (!m_state)
         return;
     m_state->setEuclidPlaying(false);
@@ -48,31 +47,25 @@ void EuclidPlayback::toggle() {
         start();
 }
 
-void EuclidPlayback::onTimer() {
-    advance();
-    if (!m_state || !m_state->euclidPlaying())
-        return;
-    const double elapsedMs = static_cast<double>(m_clock.nsecsElapsed()) / 1e6;
-    const auto dueNow = static_cast<qint64>(std::floor(elapsedMs / m_stepMs)) + 1;
-    m_nextFiring = std::max(m_nextFiring + 1, dueNow);
-    const double waitMs = static_cast<double>(m_nextFiring) * m_stepMs - elapsedMs;
-    m_timer.start(std::chrono::milliseconds(std::max<long long>(0, std::llround(waitMs))));
+int EuclidPlayback::nextStep() const {
+    const int steps = m_state->euclidSteps();
+    return steps <= 0 ? -1 : (m_state->euclidStep().value_or(-1) + 1) % steps;
 }
 
 void EuclidPlayback::advance() {
     if (!m_state)
         return;
-    const int steps = m_state->euclidSteps();
-    if (steps <= 0) {
+    const int next = nextStep();
+    if (next < 0) {
         stop();
         return;
     }
-    const int next = (m_state->euclidStep().value_or(-1) + 1) % steps;
     m_state->setEuclidStep(next);
-    tick(next);
 }
 
-void EuclidPlayback::tick(int step) {
+void EuclidPlayback::tick(int step) { tick(step, Synthesiser::kAsap); }
+
+void EuclidPlayback::tick(int step, std::int64_t dueFrame) {
     if (!m_state)
         return;
     const std::vector<bool> pattern = Euclid::pattern(
@@ -80,9 +73,9 @@ void EuclidPlayback::tick(int step) {
     if (step < 0 || step >= static_cast<int>(pattern.size()))
         return;
     if (pattern[static_cast<size_t>(step)])
-        m_player.playTick(kHitHz, kHitGain);
+        m_synthesiser.playTick(kHitHz, kHitGain, dueFrame);
     else
-        m_player.playTick(kRestHz, kRestGain);
+        m_synthesiser.playTick(kRestHz, kRestGain, dueFrame);
 }
 
 } // namespace quorlen

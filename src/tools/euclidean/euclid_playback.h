@@ -1,24 +1,22 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
-#include <QTimer>
+
+#include <cstdint>
 
 namespace quorlen {
 
 class CalculatorState;
-class ChordPlayer;
+class StepTimer;
+class Synthesiser;
 
-// Plays the Euclidean pattern as a click track on the main thread and
-// publishes the step being played in CalculatorState (euclidPlaying,
-// euclidStep). The pattern is read anew at every tick, so edits are heard
-// at once; the step length is fixed when playback starts.
-//
-// Timing: one single-shot precise timer, re-armed at every step for the
-// next ideal time start + i × step. Rounding to whole milliseconds then
-// never accumulates (166.67 ms steps stay on the grid), and steps missed
-// while the thread was busy are skipped rather than played in a burst.
+// Plays the Euclidean pattern as a click track and publishes the step being
+// played in CalculatorState (euclidPlaying, euclidStep). Each click is
+// placed on its frame of the audio clock (StepTimer), so the track keeps
+// time to the sample; the pattern is read anew for every click, so edits
+// are heard from the next one. The step length is fixed when playback
+// starts.
 class EuclidPlayback : public QObject {
     Q_OBJECT
 public:
@@ -27,32 +25,31 @@ public:
     static constexpr double kRestHz = 1175;
     static constexpr float kRestGain = 0.16f;
 
-    EuclidPlayback(CalculatorState& state, ChordPlayer& player, QObject* parent = nullptr);
+    EuclidPlayback(CalculatorState& state, Synthesiser& synthesiser, QObject* parent = nullptr);
     // Stops, so leaving the tool ends its click track.
     ~EuclidPlayback() override;
 
-    bool isRunning() const { return m_timer.isActive(); }
-    // Starts from step 0, playing it at once; nothing with no steps.
+    bool isRunning() const;
+    // Starts from step 0, sounding it at once; nothing with no steps.
     void start();
     // Ends the click track and clears the published step.
     void stop();
     void toggle();
 
-    // The timer's work: the next step, wrapping at the current step count.
+    // Moves the published step on, wrapping at the current step count.
     void advance();
     // Plays step `step` of the current pattern: a hit or a quieter, lower
     // rest; nothing for a step past the pattern's end.
+    void tick(int step, std::int64_t dueFrame);
     void tick(int step);
 
 private:
-    void onTimer();
+    // The step the next advance moves to.
+    int nextStep() const;
 
     QPointer<CalculatorState> m_state; // the window's, which may go first
-    ChordPlayer& m_player;
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    double m_stepMs = 0;
-    qint64 m_nextFiring = 0; // index i of the ideal time start + i × step
+    Synthesiser& m_synthesiser;
+    StepTimer* m_steps;
 };
 
 } // namespace quorlen

@@ -23,12 +23,12 @@ QString fromStd(const std::string& text) { return QString::fromStdString(text); 
 } // namespace
 
 EuclideanRhythmView::EuclideanRhythmView(CalculatorState& state, const QColor& accent,
-                                         ChordPlayer& player, QWidget* parent)
+                                         Synthesiser& synthesiser, QWidget* parent)
     : ToolScreen(QStringLiteral("Rhythm"), QStringLiteral("Euclidean Rhythms"),
                  QStringLiteral("circle.dotted"), accent, parent),
       m_state(state) {
     setObjectName(QStringLiteral("euclideanRhythmView"));
-    m_playback = new EuclidPlayback(state, player, this);
+    m_playback = new EuclidPlayback(state, synthesiser, this);
 
     auto* row = new QWidget(this);
     auto* columns = new QHBoxLayout(row);

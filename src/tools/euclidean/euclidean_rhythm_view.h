@@ -7,7 +7,7 @@
 namespace quorlen {
 
 class CalculatorState;
-class ChordPlayer;
+class Synthesiser;
 class EuclidControls;
 class EuclidPlayback;
 class EuclidWheel;
@@ -19,7 +19,7 @@ class EuclidWheel;
 class EuclideanRhythmView : public ToolScreen {
     Q_OBJECT
 public:
-    EuclideanRhythmView(CalculatorState& state, const QColor& accent, ChordPlayer& player,
+    EuclideanRhythmView(CalculatorState& state, const QColor& accent, Synthesiser& synthesiser,
                         QWidget* parent = nullptr);
     ~EuclideanRhythmView() override;
 

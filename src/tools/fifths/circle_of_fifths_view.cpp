@@ -1,6 +1,7 @@
 #include "tools/fifths/circle_of_fifths_view.h"
 
-#include "audio/chord_player.h"
+#include "audio/step_timer.h"
+#include "audio/synthesiser.h"
 #include "harmony/progression.h"
 #include "state/calculator_state.h"
 #include "tools/fifths/fifths_wheel.h"
@@ -12,7 +13,6 @@
 
 #include <QHBoxLayout>
 
-#include <cmath>
 
 namespace quorlen {
 namespace {
@@ -26,14 +26,13 @@ QString spelled(std::string_view text) { return QString::fromStdString(clipboard
 } // namespace
 
 CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& accent,
-                                       KeySelection selection, QWidget* parent)
+                                       KeySelection selection, Synthesiser& synthesiser,
+                                       QWidget* parent)
     : ToolScreen(QStringLiteral("Harmony"), QStringLiteral("Circle of Fifths"),
                  QStringLiteral("smallcircle.filled.circle"), accent, parent),
       m_state(state),
       m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor},
-      m_playTriad([](double rootHz, TriadQuality quality) {
-          ChordPlayer::shared().playTriad(rootHz, quality);
-      }) {
+      m_synthesiser(synthesiser), m_steps(new StepTimer(synthesiser, this)) {
     setMinimumWidth(640);
 
     auto* wheelPanel = new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"),
@@ -59,9 +58,6 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
         QStringLiteral("Clockwise = +1♯ (dominant)   ·   Counter-clockwise = +1♭ (subdominant)   "
                        "·   Inner ring = relative minor"),
         this));
-
-    m_playTimer.setTimerType(Qt::PreciseTimer);
-    connect(&m_playTimer, &QTimer::timeout, this, &CircleOfFifthsView::advancePlayback);
 
     CalculatorState* const context = &state;
     connect(m_wheel, &FifthsWheel::segmentClicked, context,
@@ -94,9 +90,13 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
 
 // The timer dies with the screen; the shared flags must not say otherwise.
 CircleOfFifthsView::~CircleOfFifthsView() {
-    if (m_playTimer.isActive())
+    if (m_steps->isRunning())
         stopPlayback();
 }
+
+bool CircleOfFifthsView::isTimerRunning() const { return m_steps->isRunning(); }
+
+double CircleOfFifthsView::stepSeconds() const { return m_steps->stepSeconds(); }
 
 void CircleOfFifthsView::selectKey(int index, bool minor) {
     const KeySelection selection{CircleOfFifths::wrappedIndex(index), minor};
@@ -110,15 +110,18 @@ void CircleOfFifthsView::selectKey(int index, bool minor) {
 
 void CircleOfFifthsView::playTonic(int index, bool minor) {
     const KeySelection key{CircleOfFifths::wrappedIndex(index), minor};
-    m_playTriad(key.rootFrequency(0, m_state.a4()),
-                minor ? TriadQuality::minor : TriadQuality::major);
+    m_synthesiser.playTriad(key.rootFrequency(0, m_state.a4()),
+                            minor ? TriadQuality::minor : TriadQuality::major);
 }
 
 // The root comes from the key selected now, so a key change mid-loop
 // sounds from the next chord on.
-void CircleOfFifthsView::playDegree(int degree) {
-    m_playTriad(m_selection.rootFrequency(degree, m_state.a4()), m_selection.triadQuality(degree));
+void CircleOfFifthsView::playDegree(int degree, std::int64_t dueFrame) {
+    m_synthesiser.playTriad(m_selection.rootFrequency(degree, m_state.a4()),
+                            m_selection.triadQuality(degree), dueFrame);
 }
+
+void CircleOfFifthsView::playDegree(int degree) { playDegree(degree, Synthesiser::kAsap); }
 
 void CircleOfFifthsView::tapDegree(int degree) {
     std::vector<int> progression = m_state.progression();
@@ -133,11 +136,20 @@ void CircleOfFifthsView::startPlayback() {
         return;
     m_state.setProgressionPlaying(true);
     m_state.setPlayingStep(0);
-    playDegree(progression.front());
     // Fixed at the start: a tempo change takes effect at the next start.
-    m_playTimer.setInterval(
-        static_cast<int>(std::lround(progressionStepSeconds(m_state.bpm()) * 1000)));
-    m_playTimer.start();
+    // Each chord is due on the audio clock; the chip lights as it sounds.
+    m_steps->start(
+        progressionStepSeconds(m_state.bpm()),
+        [this](std::int64_t step, std::int64_t dueFrame) {
+            const std::vector<int>& loop = m_state.progression();
+            if (loop.empty())
+                return;
+            const int next = step == 0 ? 0
+                                       : nextProgressionStep(m_state.playingStep(),
+                                                             static_cast<int>(loop.size()));
+            playDegree(loop[static_cast<size_t>(next)], dueFrame);
+        },
+        [this](std::int64_t) { advancePlayback(); });
 }
 
 void CircleOfFifthsView::advancePlayback() {
@@ -149,11 +161,10 @@ void CircleOfFifthsView::advancePlayback() {
     const int next =
         nextProgressionStep(m_state.playingStep(), static_cast<int>(progression.size()));
     m_state.setPlayingStep(next);
-    playDegree(m_state.progression()[static_cast<size_t>(next)]);
 }
 
 void CircleOfFifthsView::stopPlayback() {
-    m_playTimer.stop();
+    m_steps->stop();
     m_state.setProgressionPlaying(false);
     m_state.setPlayingStep(std::nullopt);
 }

@@ -3,9 +3,7 @@
 #include "harmony/key_selection.h"
 #include "tools/common/tool_screen.h"
 
-#include <QTimer>
-
-#include <functional>
+#include <cstdint>
 
 namespace quorlen {
 
@@ -13,6 +11,8 @@ class CalculatorState;
 class FifthsWheel;
 class KeyDetailPanel;
 class ProgressionPanel;
+class StepTimer;
+class Synthesiser;
 
 // The "Harmony" tool: the circle-of-fifths wheel to pick a key and hear its
 // tonic triad, the key's details, and a loop of its diatonic chords played
@@ -24,25 +24,22 @@ class CircleOfFifthsView : public ToolScreen {
 public:
     // `selection` is the key the window had selected when it was last shown.
     CircleOfFifthsView(CalculatorState& state, const QColor& accent, KeySelection selection,
-                       QWidget* parent = nullptr);
+                       Synthesiser& synthesiser, QWidget* parent = nullptr);
     ~CircleOfFifthsView() override;
-
-    // Where triads go: the shared synthesiser unless replaced (tests listen
-    // here, since a machine without a sound card plays nothing).
-    using TriadSink = std::function<void(double rootHz, TriadQuality quality)>;
-    void setTriadSink(TriadSink sink) { m_playTriad = std::move(sink); }
 
     KeySelection selection() const { return m_selection; }
     FifthsWheel* wheel() const { return m_wheel; }
     KeyDetailPanel* details() const { return m_details; }
     ProgressionPanel* progressionPanel() const { return m_progression; }
-    bool isTimerRunning() const { return m_playTimer.isActive(); }
-    int timerIntervalMs() const { return m_playTimer.interval(); }
+    bool isTimerRunning() const;
+    // Seconds per chord, fixed when the loop started.
+    double stepSeconds() const;
 
     // A segment click: select the key (index wrapped into 0…11) and sound
     // its tonic triad, also when it was selected already.
     void selectKey(int index, bool minor);
     void playTonic(int index, bool minor);
+    void playDegree(int degree, std::int64_t dueFrame);
     void playDegree(int degree);
     // A chord or degree click: append it to the loop, then sound it.
     void tapDegree(int degree);
@@ -67,8 +64,8 @@ private:
     FifthsWheel* m_wheel;
     KeyDetailPanel* m_details;
     ProgressionPanel* m_progression;
-    QTimer m_playTimer;
-    TriadSink m_playTriad;
+    Synthesiser& m_synthesiser;
+    StepTimer* m_steps;
 };
 
 } // namespace quorlen

@@ -1,6 +1,7 @@
 #include "tools/harmonics/harmonic_series_view.h"
 
-#include "audio/chord_player.h"
+#include "audio/step_timer.h"
+#include "audio/synthesiser.h"
 #include "pitch/harmonic_series.h"
 #include "state/calculator_state.h"
 #include "text/number_format.h"
@@ -21,18 +22,13 @@ QString formatted(const char* pattern, double value) {
     return QString::fromStdString(text::format(pattern, value));
 }
 
-void playTone(double hz) {
-    const synth::Partial tone{hz, 1.0f};
-    ChordPlayer::shared().playPartials({&tone, 1});
-}
-
 } // namespace
 
 HarmonicSeriesView::HarmonicSeriesView(CalculatorState& state, const QColor& accent,
-                                       QWidget* parent)
+                                       Synthesiser& synthesiser, QWidget* parent)
     : ToolScreen(QStringLiteral("Overtones"), QStringLiteral("Harmonic Series"),
                  QStringLiteral("waveform.path"), accent, parent),
-      m_state(state) {
+      m_state(state), m_synthesiser(synthesiser), m_sweep(new StepTimer(synthesiser, this)) {
     m_panel = new FundamentalPanel(state, accent, this);
     addSection(m_panel);
 
@@ -63,10 +59,6 @@ HarmonicSeriesView::HarmonicSeriesView(CalculatorState& state, const QColor& acc
                                                "lands 31¢ flat of the grid — the “blue” seventh"),
                                 this));
 
-    m_sweepTimer.setTimerType(Qt::PreciseTimer);
-    m_sweepTimer.setInterval(kSweepIntervalMs);
-    connect(&m_sweepTimer, &QTimer::timeout, this, &HarmonicSeriesView::advanceSweep);
-
     CalculatorState* const context = &state;
     connect(m_panel, &FundamentalPanel::sweepToggled, context, [this] {
         if (m_state.overtoneSweeping())
@@ -89,8 +81,15 @@ HarmonicSeriesView::HarmonicSeriesView(CalculatorState& state, const QColor& acc
 
 // The timer dies with the screen; the shared flags must not say otherwise.
 HarmonicSeriesView::~HarmonicSeriesView() {
-    if (m_sweepTimer.isActive())
+    if (m_sweep->isRunning())
         stopSweep();
+}
+
+bool HarmonicSeriesView::isTimerRunning() const { return m_sweep->isRunning(); }
+
+void HarmonicSeriesView::playTone(double hz, std::int64_t dueFrame) {
+    const synth::Partial tone{hz, 1.0f};
+    m_synthesiser.playPartials({&tone, 1}, dueFrame);
 }
 
 double HarmonicSeriesView::fundamental() const {
@@ -130,8 +129,15 @@ void HarmonicSeriesView::refreshBarStates() {
 void HarmonicSeriesView::startSweep() {
     m_state.setOvertoneSweeping(true);
     m_state.setOvertoneStep(1);
-    playTone(fundamental());
-    m_sweepTimer.start();
+    // Harmonic n sounds at step n − 1 of the grid; past 16× nothing sounds.
+    m_sweep->start(
+        kSweepStepSeconds,
+        [this](std::int64_t step, std::int64_t dueFrame) {
+            const int n = step == 0 ? 1 : m_state.overtoneStep().value_or(0) + 1;
+            if (n <= kCount)
+                playTone(fundamental() * n, dueFrame);
+        },
+        [this](std::int64_t) { advanceSweep(); });
 }
 
 // The sweep plays all sixteen at full amplitude, whichever are enabled; a
@@ -143,11 +149,10 @@ void HarmonicSeriesView::advanceSweep() {
         return;
     }
     m_state.setOvertoneStep(next);
-    playTone(fundamental() * next);
 }
 
 void HarmonicSeriesView::stopSweep() {
-    m_sweepTimer.stop();
+    m_sweep->stop();
     m_state.setOvertoneSweeping(false);
     m_state.setOvertoneStep(std::nullopt);
 }
@@ -158,7 +163,7 @@ void HarmonicSeriesView::playChord() {
     for (const int n : m_state.overtonesEnabled())
         partials.push_back({fundamental() * n, 1.0f / static_cast<float>(n)});
     if (!partials.empty())
-        ChordPlayer::shared().playPartials(partials);
+        m_synthesiser.playPartials(partials);
 }
 
 void HarmonicSeriesView::toggle(const Harmonic& harmonic) {
@@ -166,7 +171,7 @@ void HarmonicSeriesView::toggle(const Harmonic& harmonic) {
     if (!enabled.erase(harmonic.number))
         enabled.insert(harmonic.number);
     m_state.setOvertonesEnabled(enabled);
-    playTone(harmonic.frequency);
+    playTone(harmonic.frequency, Synthesiser::kAsap);
 }
 
 } // namespace quorlen

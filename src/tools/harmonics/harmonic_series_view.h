@@ -3,13 +3,16 @@
 #include "tools/common/tool_screen.h"
 
 #include <QList>
-#include <QTimer>
+
+#include <cstdint>
 
 namespace quorlen {
 
 class CalculatorState;
 class FundamentalPanel;
 class HarmonicBar;
+class StepTimer;
+class Synthesiser;
 struct Harmonic;
 
 // The "Overtones" tool: the first sixteen harmonics of a chosen note as a
@@ -19,14 +22,15 @@ class HarmonicSeriesView : public ToolScreen {
     Q_OBJECT
 public:
     static constexpr int kCount = 16;
-    static constexpr int kSweepIntervalMs = 220;
+    static constexpr double kSweepStepSeconds = 0.22;
 
-    HarmonicSeriesView(CalculatorState& state, const QColor& accent, QWidget* parent = nullptr);
+    HarmonicSeriesView(CalculatorState& state, const QColor& accent, Synthesiser& synthesiser,
+                       QWidget* parent = nullptr);
     ~HarmonicSeriesView() override;
 
     FundamentalPanel* fundamentalPanel() const { return m_panel; }
     HarmonicBar* bar(int number) const { return m_bars.value(number - 1); }
-    bool isTimerRunning() const { return m_sweepTimer.isActive(); }
+    bool isTimerRunning() const;
 
     double fundamental() const;
     void startSweep();
@@ -38,11 +42,13 @@ public:
 private:
     void refresh();
     void refreshBarStates();
+    void playTone(double hz, std::int64_t dueFrame);
 
     CalculatorState& m_state;
+    Synthesiser& m_synthesiser;
     FundamentalPanel* m_panel;
     QList<HarmonicBar*> m_bars;
-    QTimer m_sweepTimer;
+    StepTimer* m_sweep;
 };
 
 } // namespace quorlen

@@ -1,6 +1,7 @@
 #include "tools/temperament/temperament_view.h"
 
-#include "audio/chord_player.h"
+#include "audio/step_timer.h"
+#include "audio/synthesiser.h"
 #include "pitch/pitch_fields.h"
 #include "pitch/tet_scale.h"
 #include "state/calculator_state.h"
@@ -23,10 +24,11 @@ QString formatted(const char* pattern, double value) {
 
 } // namespace
 
-TemperamentView::TemperamentView(CalculatorState& state, const QColor& accent, QWidget* parent)
+TemperamentView::TemperamentView(CalculatorState& state, const QColor& accent,
+                                 Synthesiser& synthesiser, QWidget* parent)
     : ToolScreen(QStringLiteral("Temperament"), QStringLiteral("Octave Divisions"),
                  QStringLiteral("dial.medium"), accent, parent),
-      m_state(state) {
+      m_state(state), m_synthesiser(synthesiser), m_steps(new StepTimer(synthesiser, this)) {
     m_lab = new TuningLab(state, accent, this);
     addSection(m_lab);
 
@@ -40,10 +42,6 @@ TemperamentView::TemperamentView(CalculatorState& state, const QColor& accent, Q
                        "ratios, not equal Hz   ·   click a row to hear it"),
         this));
 
-    m_playTimer.setTimerType(Qt::PreciseTimer);
-    m_playTimer.setInterval(kStepIntervalMs);
-    connect(&m_playTimer, &QTimer::timeout, this, &TemperamentView::advancePlayback);
-
     CalculatorState* const context = &state;
     connect(m_lab, &TuningLab::divisionsRequested, context,
             [this](int divisions) { changeDivisions(divisions); });
@@ -55,7 +53,8 @@ TemperamentView::TemperamentView(CalculatorState& state, const QColor& accent, Q
     });
     // A row click plays its step; it neither moves the highlight nor stops
     // a running scale.
-    connect(m_table, &ScaleTable::stepClicked, context, [this](int index) { playStep(index); });
+    connect(m_table, &ScaleTable::stepClicked, context,
+            [this](int index) { playStep(index, Synthesiser::kAsap); });
     connect(this, &ToolScreen::disappearing, context, [this] {
         m_lab->commitReferenceText();
         stopPlayback();
@@ -72,9 +71,11 @@ TemperamentView::TemperamentView(CalculatorState& state, const QColor& accent, Q
 
 // The timer dies with the screen; the shared flags must not say otherwise.
 TemperamentView::~TemperamentView() {
-    if (m_playTimer.isActive())
+    if (m_steps->isRunning())
         stopPlayback();
 }
+
+bool TemperamentView::isTimerRunning() const { return m_steps->isRunning(); }
 
 void TemperamentView::refresh() {
     const int n = m_state.tetDivisions();
@@ -103,8 +104,13 @@ void TemperamentView::changeDivisions(int divisions) {
 void TemperamentView::startPlayback() {
     m_state.setTetPlaying(true);
     m_state.setTetStep(0);
-    playStep(0);
-    m_playTimer.start();
+    // Each step's tone is due on the audio clock; its row lights as it sounds.
+    m_steps->start(
+        kStepSeconds,
+        [this](std::int64_t step, std::int64_t dueFrame) {
+            playStep(step == 0 ? 0 : m_state.tetStep().value_or(0) + 1, dueFrame);
+        },
+        [this](std::int64_t) { advancePlayback(); });
 }
 
 void TemperamentView::advancePlayback() {
@@ -114,23 +120,23 @@ void TemperamentView::advancePlayback() {
         return;
     }
     m_state.setTetStep(next);
-    playStep(next);
 }
 
 void TemperamentView::stopPlayback() {
-    m_playTimer.stop();
+    m_steps->stop();
     m_state.setTetPlaying(false);
     m_state.setTetStep(std::nullopt);
 }
 
 // Each tick recomputes the scale, so a reference changed mid-scale sounds
-// from the next step on; an index past the end (N just shrank) is silent.
-void TemperamentView::playStep(int index) {
+// from the next step on; an index past the end (N just shrank, or the
+// octave has sounded) is silent.
+void TemperamentView::playStep(int index, std::int64_t dueFrame) {
     const auto steps = tetScale(m_state.tetReference(), m_state.tetDivisions(), m_state.a4());
     if (index < 0 || index >= static_cast<int>(steps.size()))
         return;
     const synth::Partial tone{steps[static_cast<size_t>(index)].frequency, 1.0f};
-    ChordPlayer::shared().playPartials({&tone, 1});
+    m_synthesiser.playPartials({&tone, 1}, dueFrame);
 }
 
 } // namespace quorlen

@@ -2,12 +2,14 @@
 
 #include "tools/common/tool_screen.h"
 
-#include <QTimer>
+#include <cstdint>
 
 namespace quorlen {
 
 class CalculatorState;
 class ScaleTable;
+class StepTimer;
+class Synthesiser;
 class TuningLab;
 
 // The "Temperament" tool: N equal divisions of the octave above a
@@ -16,14 +18,15 @@ class TuningLab;
 class TemperamentView : public ToolScreen {
     Q_OBJECT
 public:
-    static constexpr int kStepIntervalMs = 300;
+    static constexpr double kStepSeconds = 0.3;
 
-    TemperamentView(CalculatorState& state, const QColor& accent, QWidget* parent = nullptr);
+    TemperamentView(CalculatorState& state, const QColor& accent, Synthesiser& synthesiser,
+                    QWidget* parent = nullptr);
     ~TemperamentView() override;
 
     TuningLab* lab() const { return m_lab; }
     ScaleTable* table() const { return m_table; }
-    bool isTimerRunning() const { return m_playTimer.isActive(); }
+    bool isTimerRunning() const;
 
     void startPlayback();
     void advancePlayback();
@@ -32,12 +35,13 @@ public:
 private:
     void refresh();
     void changeDivisions(int divisions);
-    void playStep(int index);
+    void playStep(int index, std::int64_t dueFrame);
 
     CalculatorState& m_state;
+    Synthesiser& m_synthesiser;
     TuningLab* m_lab;
     ScaleTable* m_table;
-    QTimer m_playTimer;
+    StepTimer* m_steps;
 };
 
 } // namespace quorlen

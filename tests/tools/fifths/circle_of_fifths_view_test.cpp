@@ -1,4 +1,6 @@
 #include "state/calculator_state.h"
+#include "support/recording_synthesiser.h"
+#include "support/wait.h"
 #include "tools/fifths/chord_tile.h"
 #include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/fifths/fifths_wheel.h"
@@ -23,21 +25,14 @@ namespace {
 
 using Degrees = std::vector<int>;
 
-struct Triad {
-    double rootHz;
-    TriadQuality quality;
-};
-
 struct HarmonyScreen {
     CalculatorState state;
+    testing::RecordingSynthesiser synthesiser;
     CircleOfFifthsView view;
+    std::vector<testing::RecordingSynthesiser::Triad>& played = synthesiser.triads;
 
-    std::vector<Triad> played;
-
-    explicit HarmonyScreen(KeySelection key = {}) : view(state, QColor(178, 34, 34), key) {
-        view.setTriadSink([this](double rootHz, TriadQuality quality) {
-            played.push_back({rootHz, quality});
-        });
+    explicit HarmonyScreen(KeySelection key = {})
+        : view(state, QColor(178, 34, 34), key, synthesiser) {
         view.resize(960, 1100);
         view.show();
         QApplication::setActiveWindow(&view);
@@ -163,7 +158,7 @@ TEST(CircleOfFifthsView, PlaybackLoopsAndFollowsEditsWhilePlaying) {
     QTest::mouseClick(panel->playButton(), Qt::LeftButton);
     EXPECT_TRUE(s.state.progressionPlaying());
     EXPECT_EQ(s.state.playingStep(), 0);
-    EXPECT_EQ(s.view.timerIntervalMs(), 1333); // 120 / 90 s
+    EXPECT_DOUBLE_EQ(s.view.stepSeconds(), 120.0 / 90.0); // not rounded to 1333 ms
     EXPECT_EQ(panel->playButton()->text(), QStringLiteral("Stop"));
     EXPECT_TRUE(panel->chips()[0]->isHighlighted());
 
@@ -198,22 +193,24 @@ TEST(CircleOfFifthsView, EachStepSoundsInTheKeySelectedWhenItSounds) {
     ASSERT_EQ(s.played.size(), 1u);
     EXPECT_NEAR(s.played[0].rootHz, 130.813, 1e-3);
 
+    s.state.setBpm(400); // 0.3 s a chord, 13230 frames
     s.state.setProgression({0, 6});
     s.view.startPlayback();
-    s.view.advancePlayback(); // B°: B3 = 246.94 Hz
-    ASSERT_EQ(s.played.size(), 3u);
+    ASSERT_EQ(s.played.size(), 2u) << "the first chord sounds at once";
+    ASSERT_TRUE(testing::waitUntil([&] { return s.played.size() == 3; }));
     EXPECT_NEAR(s.played[1].rootHz, 130.813, 1e-3);
-    EXPECT_NEAR(s.played[2].rootHz, 246.942, 1e-3);
+    EXPECT_NEAR(s.played[2].rootHz, 246.942, 1e-3); // B°: B3 = 246.94 Hz
     EXPECT_EQ(s.played[2].quality, TriadQuality::diminished);
+    EXPECT_EQ(s.played[2].dueFrame - s.played[1].dueFrame, 13230);
 
     s.clickSegment(0, true); // Am mid-loop: the tonic sounds, degree 0 is now Am
     s.state.setA4(432);
-    s.view.advancePlayback();
-    ASSERT_EQ(s.played.size(), 5u);
+    ASSERT_TRUE(testing::waitUntil([&] { return s.played.size() == 5; }));
     EXPECT_EQ(s.played[3].rootHz, 220.0);
     EXPECT_EQ(s.played[4].rootHz, 216.0); // A3 at A4 = 432
     EXPECT_EQ(s.played[4].quality, TriadQuality::minor);
-    EXPECT_EQ(s.state.playingStep(), 0);
+    EXPECT_TRUE(testing::waitUntil([&] { return s.state.playingStep() == 0; }))
+        << "the chip lights once its chord is due";
 }
 
 TEST(CircleOfFifthsView, StoppingRules) {

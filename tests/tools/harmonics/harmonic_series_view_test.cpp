@@ -1,4 +1,5 @@
 #include "state/calculator_state.h"
+#include "support/recording_synthesiser.h"
 #include "tools/harmonics/fundamental_panel.h"
 #include "tools/harmonics/harmonic_bar.h"
 #include "tools/harmonics/harmonic_series_view.h"
@@ -21,7 +22,8 @@ namespace {
 
 struct OvertoneScreen {
     CalculatorState state;
-    HarmonicSeriesView view{state, QColor(184, 107, 64)};
+    testing::RecordingSynthesiser synthesiser;
+    HarmonicSeriesView view{state, QColor(184, 107, 64), synthesiser};
 
     OvertoneScreen() {
         view.resize(900, 800);

@@ -1,4 +1,6 @@
 #include "state/calculator_state.h"
+#include "support/recording_synthesiser.h"
+#include "support/wait.h"
 #include "tools/temperament/scale_table.h"
 #include "tools/temperament/step_row.h"
 #include "tools/temperament/temperament_view.h"
@@ -22,7 +24,8 @@ namespace {
 
 struct TemperamentScreen {
     CalculatorState state;
-    TemperamentView view{state, QColor(77, 117, 163)};
+    testing::RecordingSynthesiser synthesiser;
+    TemperamentView view{state, QColor(77, 117, 163), synthesiser};
 
     TemperamentScreen() {
         view.resize(900, 900);
@@ -90,6 +93,22 @@ TEST(TemperamentView, ScalePlaysUpToTheOctaveAndStops) {
     EXPECT_FALSE(s.state.tetStep());
     EXPECT_FALSE(s.view.isTimerRunning());
     EXPECT_EQ(s.view.lab()->playButton()->text(), QStringLiteral("Play scale"));
+}
+
+TEST(TemperamentView, TheScaleSoundsEachStepOnItsGridTimeAndEndsOnTheOctave) {
+    // 3-TET on 440 Hz: 440, 554.37, 698.46, 880, each 0.3 s = 13230 frames
+    // after the one before, and the highlight has walked the table.
+    TemperamentScreen s;
+    s.state.setTetDivisions(3);
+    s.view.startPlayback();
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return !s.state.tetPlaying(); }));
+    const auto& sounds = s.synthesiser.sounds;
+    ASSERT_EQ(sounds.size(), 4u);
+    const double expectedHz[] = {440.0, 554.365, 698.456, 880.0};
+    for (size_t i = 0; i < sounds.size(); ++i) {
+        EXPECT_NEAR(sounds[i].frequenciesHz.at(0), expectedHz[i], 1e-3) << i;
+        EXPECT_EQ(sounds[i].dueFrame - sounds[0].dueFrame, static_cast<long>(i) * 13230) << i;
+    }
 }
 
 TEST(TemperamentView, NewDivisionsRestartARunningScaleFromTheReference) {

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "audio/audio_backend.h"
-#include "audio/rate_adapter.h"
+#include "audio/engine/audio_backend.h"
+#include "audio/engine/rate_adapter.h"
 
+#include <atomic>
 #include <memory>
 
 class RtAudio;
@@ -26,6 +27,9 @@ public:
     unsigned int deviceRateHz() const;
     // Frames per callback of the open stream.
     unsigned int blockFrames() const { return m_blockFrames; }
+    // Blocks the server found missing (it played silence) since the output
+    // was made; any thread.
+    unsigned int underruns() const { return m_underruns.load(std::memory_order_relaxed); }
 
 private:
     bool open(RenderSource& source);
@@ -37,6 +41,7 @@ private:
     RenderSource* m_source = nullptr;
     RateAdapter m_adapter;
     unsigned int m_blockFrames = 0;
+    std::atomic<unsigned int> m_underruns{0};
 };
 
 } // namespace quorlen

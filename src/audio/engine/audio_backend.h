@@ -12,6 +12,9 @@ public:
     virtual ~RenderSource() = default;
     // Writes `frameCount` interleaved stereo frames (left, right, ...).
     virtual void render(float* interleavedStereo, int frameCount) noexcept = 0;
+    // Called instead of render, on the thread that starts the output, when
+    // a start failed: a source may drop what it was asked to play since.
+    virtual void discard() noexcept {}
 };
 
 // An audio output the synthesiser can start and pause. Main thread only.
@@ -28,6 +31,9 @@ public:
     virtual void pause() = 0;
     // False once a device has failed, so that the next start reopens it.
     virtual bool isRunning() const = 0;
+    // True while a start is under way and the output does not pull yet
+    // (isRunning is then true too).
+    virtual bool isStarting() const { return false; }
 };
 
 } // namespace quorlen

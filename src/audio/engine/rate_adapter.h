@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/audio_backend.h"
+#include "audio/engine/audio_backend.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "audio/rate_adapter.h"
+#include "audio/engine/rate_adapter.h"
 
 #include <cstddef>
 

@@ -1,0 +1,92 @@
+#include "cli/click_track.h"
+
+#include "audio/engine/rtaudio_backend.h"
+#include "audio/engine/step_grid.h"
+#include "audio/engine/voice_pool.h"
+#include "cli/command_line.h"
+#include "synth/tone_buffers.h"
+
+#include <chrono>
+#include <memory>
+#include <ostream>
+#include <thread>
+
+namespace quorlen::cli {
+namespace {
+
+using namespace std::chrono_literals;
+
+// How often the loop looks at the audio clock and at Ctrl+C: well inside
+// the 50 ms look-ahead, and quick enough that a stop feels immediate.
+constexpr auto kPoll = 2ms;
+// After the last click has been rendered, the server's buffer still holds
+// it: about two blocks, with room to spare.
+constexpr auto kDrain = 100ms;
+
+enum class Wait { reached, interrupted, outputLost };
+
+// Waits until the audio clock has rendered up to `frame`. Ctrl+C silences
+// the output at once; closing the stream takes the server a moment more.
+Wait waitForFrame(VoicePool& voices, std::int64_t frame, const std::atomic<bool>& interrupted) {
+    for (;;) {
+        if (interrupted.load()) {
+            voices.mute();
+            return Wait::interrupted;
+        }
+        if (!voices.isOutputRunning())
+            return Wait::outputLost;
+        if (voices.mixer().framesRendered() >= frame)
+            return Wait::reached;
+        std::this_thread::sleep_for(kPoll);
+    }
+}
+
+int fail(std::ostream& err, std::string_view command, std::string_view reason) {
+    err << "quorlen " << command << ": " << reason << '\n';
+    return kExitFailed;
+}
+
+// The exit status when a wait ended before its frame.
+std::optional<int> stopped(Wait wait, std::string_view command, std::ostream& err) {
+    switch (wait) {
+    case Wait::interrupted:
+        return kExitInterrupted;
+    case Wait::outputLost:
+        return fail(err, command, "the sound output device went away");
+    case Wait::reached:
+        break;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted,
+                   std::string_view command, std::ostream& err) {
+    VoicePool voices(std::make_unique<RtAudioBackend>());
+    if (!voices.startOutput())
+        return fail(err, command, "no sound output device is available");
+    // The clock runs once the first block is out.
+    if (const auto status = stopped(waitForFrame(voices, 1, interrupted), command, err))
+        return *status;
+
+    const StepGrid grid = StepGrid::fromSeconds(firstSafeFrame(voices.mixer()), track.stepSeconds);
+    std::int64_t lastDue = grid.anchorFrame;
+    for (std::int64_t step = 0; !track.steps || step < *track.steps; ++step) {
+        const std::int64_t due = grid.dueFrame(step);
+        const Wait wait = waitForFrame(voices, due - kQueueAheadFrames, interrupted);
+        if (const auto status = stopped(wait, command, err))
+            return *status;
+        if (const auto click = track.clickOf(step))
+            voices.play(synth::makeTickBuffer(click->frequencyHz, click->gain), due);
+        lastDue = due;
+    }
+    // The last click plays out whole, then leaves the server's buffer.
+    const Wait wait = waitForFrame(voices, lastDue + synth::kTickFrames, interrupted);
+    if (const auto status = stopped(wait, command, err))
+        return *status;
+    std::this_thread::sleep_for(kDrain);
+    return kExitOk;
+}
+
+} // namespace quorlen::cli

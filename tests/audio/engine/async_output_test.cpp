@@ -1,0 +1,86 @@
+#include "audio/engine/async_output.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace quorlen {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A device as slow to open as a sound server, which can be told to fail.
+class SlowDevice final : public AudioBackend {
+public:
+    SlowDevice(std::atomic<bool>& fail, std::atomic<bool>& running)
+        : m_fail(fail), m_running(running) {}
+    bool start(RenderSource&) override {
+        std::this_thread::sleep_for(300ms);
+        m_running = !m_fail;
+        return m_running;
+    }
+    void pause() override { m_running = false; }
+    bool isRunning() const override { return m_running; }
+
+private:
+    std::atomic<bool>& m_fail;
+    std::atomic<bool>& m_running;
+};
+
+class CountingSource final : public RenderSource {
+public:
+    void render(float*, int) noexcept override {}
+    void discard() noexcept override { ++discards; }
+    std::atomic<int> discards{0};
+};
+
+TEST(AsyncOutput, StartsAndPausesWithoutMakingTheCallerWait) {
+    std::atomic<bool> fail{false};
+    std::atomic<bool> running{false};
+    AsyncOutput output(std::make_unique<SlowDevice>(fail, running));
+    CountingSource source;
+
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_TRUE(output.start(source));
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 50ms);
+    EXPECT_TRUE(output.isRunning()) << "a start under way counts as running";
+    EXPECT_TRUE(output.isStarting());
+
+    ASSERT_TRUE(output.waitUntilSettled(5s));
+    EXPECT_EQ(output.state(), AsyncOutput::State::running);
+    EXPECT_FALSE(output.isStarting());
+
+    output.pause();
+    ASSERT_TRUE(output.waitUntilSettled(5s));
+    EXPECT_FALSE(output.isRunning());
+    EXPECT_FALSE(running);
+}
+
+TEST(AsyncOutput, AFailedStartDiscardsWhatWasQueuedAndTheNextStartTriesAgain) {
+    std::atomic<bool> fail{true};
+    std::atomic<bool> running{false};
+    AsyncOutput output(std::make_unique<SlowDevice>(fail, running));
+    CountingSource source;
+    output.start(source);
+    ASSERT_TRUE(output.waitUntilSettled(5s));
+    EXPECT_EQ(output.state(), AsyncOutput::State::failed);
+    EXPECT_FALSE(output.isRunning());
+    EXPECT_EQ(source.discards, 1);
+
+    fail = false;
+    output.start(source);
+    ASSERT_TRUE(output.waitUntilSettled(5s));
+    EXPECT_EQ(output.state(), AsyncOutput::State::running);
+
+    // A device that goes away reads as stopped within its check interval.
+    running = false;
+    const auto deadline = std::chrono::steady_clock::now() + 2s;
+    while (output.isRunning() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(output.state(), AsyncOutput::State::stopped);
+}
+
+} // namespace
+} // namespace quorlen

@@ -1,0 +1,254 @@
+#include "audio/engine/peak_limiter.h"
+#include "audio/engine/rate_adapter.h"
+#include "audio/engine/voice_mixer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <vector>
+
+namespace quorlen {
+namespace {
+
+VoiceMixer::Samples samples(std::vector<float> values) {
+    return std::make_shared<const std::vector<float>>(std::move(values));
+}
+
+std::vector<float> render(RenderSource& source, int frameCount) {
+    // 999 marks frames the source failed to write.
+    std::vector<float> block(static_cast<size_t>(2 * frameCount), 999.0f);
+    source.render(block.data(), frameCount);
+    return block;
+}
+
+// Left channel of `frames` frames rendered in blocks of `blockFrames`.
+std::vector<float> renderLeft(VoiceMixer& mixer, int frames, int blockFrames) {
+    std::vector<float> left;
+    while (static_cast<int>(left.size()) < frames) {
+        const auto block = render(mixer, blockFrames);
+        for (size_t i = 0; i < block.size(); i += 2)
+            left.push_back(block[i]);
+    }
+    left.resize(static_cast<size_t>(frames));
+    return left;
+}
+
+int firstSounding(const std::vector<float>& left) {
+    for (size_t i = 0; i < left.size(); ++i) {
+        if (left[i] != 0.0f)
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+TEST(VoiceMixer, PlaysEachBufferOnceOnBothChannelsAtTheOutputVolume) {
+    VoiceMixer mixer(0.5f);
+    mixer.play(0, samples({0.25f, 0.5f, 0.75f}));
+    mixer.play(5, samples({0.5f, 1.0f}));
+    // Frames: (0.25+0.5, 0.5+1, 0.75, silence...) × 0.5, over two blocks.
+    const auto first = render(mixer, 2);
+    const auto second = render(mixer, 3);
+    EXPECT_EQ(first, (std::vector<float>{0.375f, 0.375f, 0.75f, 0.75f}));
+    EXPECT_EQ(second, (std::vector<float>{0.375f, 0.375f, 0, 0, 0, 0}));
+}
+
+TEST(VoiceMixer, ASoundDueInsideABlockStartsOnItsFrameWhateverTheBlockSize) {
+    // Due frames land exactly, also when the due frame is the first or the
+    // last of a block, or several blocks ahead.
+    for (const int blockFrames : {1, 64, 256, 441, 512, 1024}) {
+        for (const std::int64_t due : {0L, 1L, 255L, 256L, 700L, 5512L}) {
+            VoiceMixer mixer(1.0f);
+            mixer.play(3, samples({0.25f, 0.5f}), due);
+            const auto left = renderLeft(mixer, 6000, blockFrames);
+            EXPECT_EQ(firstSounding(left), due) << blockFrames << " / " << due;
+            EXPECT_EQ(left[static_cast<size_t>(due) + 1], 0.5f);
+        }
+    }
+}
+
+TEST(VoiceMixer, ALateSoundPlaysWholeFromTheStartOfItsBlock) {
+    VoiceMixer mixer(1.0f);
+    render(mixer, 512); // the clock is at frame 512
+    mixer.play(0, samples({0.1f, 0.2f, 0.3f}), 100);
+    mixer.play(1, samples({0.4f}), VoiceMixer::kAsap);
+    const auto block = render(mixer, 4);
+    EXPECT_EQ(block, (std::vector<float>{0.5f, 0.5f, 0.2f, 0.2f, 0.3f, 0.3f, 0, 0}));
+    EXPECT_EQ(mixer.framesRendered(), 516);
+    EXPECT_EQ(mixer.lastBlockFrames(), 4);
+}
+
+TEST(VoiceMixer, AWaitingSoundCutsItsVoiceOnlyWhenItStarts) {
+    VoiceMixer mixer(1.0f);
+    mixer.play(3, samples(std::vector<float>(100, 0.1f)));
+    render(mixer, 2);
+    // Due at frame 5: frames 2...4 still hold the first sound.
+    mixer.play(3, samples({0.7f, 0.8f}), 5);
+    const auto left = renderLeft(mixer, 6, 3);
+    EXPECT_EQ(left, (std::vector<float>{0.1f, 0.1f, 0.1f, 0.7f, 0.8f, 0}));
+
+    // A newer waiting sound replaces one that has not started, unheard.
+    mixer.play(4, samples({0.3f}), 20);
+    mixer.play(4, samples({0.6f}), 12);
+    const auto later = renderLeft(mixer, 20, 7);
+    EXPECT_EQ(firstSounding(later), 12 - 8);
+    EXPECT_EQ(later[4], 0.6f);
+    for (size_t i = 5; i < later.size(); ++i)
+        ASSERT_EQ(later[i], 0.0f) << i;
+}
+
+TEST(VoiceMixer, FreesABufferOnlyAfterTheAudioSideLetGoOfIt) {
+    VoiceMixer mixer(1.0f);
+    auto cut = samples({1, 1, 1, 1});
+    auto unheard = samples({2});
+    std::weak_ptr<const std::vector<float>> watchCut = cut;
+    std::weak_ptr<const std::vector<float>> watchUnheard = unheard;
+    mixer.play(0, std::move(cut));
+    render(mixer, 1); // the audio side now reads the first buffer
+    mixer.play(1, std::move(unheard), 1000);
+    mixer.play(0, samples({3}), 3);
+    mixer.play(2, samples({0}));
+    EXPECT_FALSE(watchCut.expired()) << "freed while the audio side may still read it";
+
+    render(mixer, 4);             // frame 3 cuts the first buffer
+    mixer.play(1, samples({4}));  // replaces the unheard one with the next block
+    render(mixer, 1);
+    mixer.play(5, samples({0}));  // the main thread collects what came back
+    EXPECT_TRUE(watchCut.expired());
+    EXPECT_TRUE(watchUnheard.expired());
+    render(mixer, 1);
+    mixer.play(6, samples({0}));
+    EXPECT_LE(mixer.buffersHeld(), 2u);
+}
+
+TEST(VoiceMixer, RefusesWhenTheAudioSideFallsBehindAndTakesNothingOnRefusal) {
+    VoiceMixer mixer(1.0f);
+    int accepted = 0;
+    for (int i = 0; i < 70; ++i)
+        accepted += mixer.play(i % VoiceMixer::kVoiceCount, samples({1}), 1'000'000) ? 1 : 0;
+    EXPECT_EQ(accepted, 64);
+    EXPECT_EQ(mixer.buffersHeld(), 64u);
+    render(mixer, 1);
+    EXPECT_TRUE(mixer.play(0, samples({1})));
+    EXPECT_FALSE(mixer.play(VoiceMixer::kVoiceCount, samples({1})));
+}
+
+TEST(VoiceMixer, DiscardDropsEverythingQueuedOrPlaying) {
+    VoiceMixer mixer(1.0f);
+    mixer.play(0, samples(std::vector<float>(50, 0.5f)));
+    render(mixer, 10);
+    mixer.play(1, samples({0.5f}), 20);
+    mixer.discard();
+    mixer.play(2, samples({0}), 1'000'000);
+    EXPECT_EQ(mixer.buffersHeld(), 1u);
+    for (const float sample : render(mixer, 30))
+        ASSERT_EQ(sample, 0.0f);
+}
+
+TEST(VoiceMixer, MutedStaysSilentWhileTheClockRunsOn) {
+    VoiceMixer mixer(1.0f);
+    mixer.play(0, samples(std::vector<float>(100, 0.5f)));
+    render(mixer, 10);
+    mixer.mute();
+    mixer.play(1, samples({0.5f}), 20);
+    for (const float sample : render(mixer, 30))
+        ASSERT_EQ(sample, 0.0f);
+    EXPECT_EQ(mixer.framesRendered(), 40);
+}
+
+TEST(VoiceMixer, SixteenLoudVoicesStayWithinFullScale) {
+    // 16 overlapping full-scale sines sum to 14.4 at volume 0.9; the limiter
+    // holds every sample within its ceiling, and the mix recovers its gain
+    // once the voices have ended.
+    VoiceMixer mixer(0.9f);
+    std::vector<float> sine(4410);
+    for (size_t i = 0; i < sine.size(); ++i)
+        sine[i] = static_cast<float>(std::sin(2 * std::numbers::pi * 440 * i / 44100.0));
+    for (int voice = 0; voice < VoiceMixer::kVoiceCount; ++voice)
+        mixer.play(voice, samples(sine), voice * 3);
+    float peak = 0;
+    for (const float sample : renderLeft(mixer, 5000, 256))
+        peak = std::max(peak, std::abs(sample));
+    EXPECT_LE(peak, PeakLimiter::kCeiling);
+    EXPECT_GT(peak, 0.9f);
+
+    renderLeft(mixer, 2 * 44100, 256); // two seconds of silence: the gain is back
+    mixer.play(0, samples({0.5f}));
+    EXPECT_EQ(render(mixer, 1)[0], 0.45f);
+}
+
+TEST(PeakLimiter, LeavesQuietBlocksAloneAndNeverStepsWhileRecovering) {
+    PeakLimiter limiter;
+    std::vector<float> quiet{0.5f, -0.5f, 0.97f, -0.97f};
+    limiter.process(quiet.data(), 2);
+    EXPECT_EQ(quiet, (std::vector<float>{0.5f, -0.5f, 0.97f, -0.97f}));
+
+    std::vector<float> loud{2.0f, 2.0f, 1.0f, 1.0f};
+    limiter.process(loud.data(), 2);
+    EXPECT_FLOAT_EQ(loud[0], PeakLimiter::kCeiling);
+    EXPECT_FLOAT_EQ(loud[2], PeakLimiter::kCeiling / 2);
+
+    // Recovery ramps the gain up within each block, never past the ceiling.
+    std::vector<float> steady(2 * 256, 0.9f);
+    float previousGain = limiter.gain();
+    for (int block = 0; block < 10; ++block) {
+        std::vector<float> copy = steady;
+        limiter.process(copy.data(), 256);
+        for (size_t i = 2; i < copy.size(); i += 2)
+            ASSERT_GE(copy[i], copy[i - 2]) << block;
+        ASSERT_LE(copy.back(), PeakLimiter::kCeiling);
+        EXPECT_GE(limiter.gain(), previousGain);
+        previousGain = limiter.gain();
+    }
+}
+
+// A 44.1 kHz sine, continuous across blocks.
+class SineSource final : public RenderSource {
+public:
+    explicit SineSource(double frequencyHz) : m_frequencyHz(frequencyHz) {}
+    void render(float* out, int frameCount) noexcept override {
+        for (int i = 0; i < frameCount; ++i, ++m_frame) {
+            const auto value = static_cast<float>(
+                std::sin(2 * std::numbers::pi * m_frequencyHz * m_frame / kRateHz));
+            out[2 * i] = value;
+            out[2 * i + 1] = -value;
+        }
+    }
+
+private:
+    double m_frequencyHz;
+    long m_frame = 0;
+};
+
+int upwardZeroCrossings(const std::vector<float>& interleaved, int channel) {
+    int count = 0;
+    for (size_t i = 2 + static_cast<size_t>(channel); i < interleaved.size(); i += 2)
+        count += interleaved[i - 2] < 0 && interleaved[i] >= 0 ? 1 : 0;
+    return count;
+}
+
+TEST(RateAdapter, KeepsThePitchAtEveryDeviceRate) {
+    // One second of a 1 kHz tone has 1000 upward zero crossings at any rate
+    // (±1 for where the second starts); played unadapted at 48 kHz it
+    // would have 1088.
+    for (const double deviceRateHz : {44100.0, 48000.0, 96000.0, 22050.0, 32000.0}) {
+        SineSource source(1000);
+        RateAdapter adapter;
+        adapter.reset(deviceRateHz);
+        std::vector<float> second;
+        const int blockFrames = 441;
+        for (int done = 0; done < static_cast<int>(deviceRateHz); done += blockFrames) {
+            std::vector<float> block(2 * blockFrames, 999.0f);
+            adapter.render(source, block.data(), blockFrames);
+            second.insert(second.end(), block.begin(), block.end());
+        }
+        second.resize(static_cast<size_t>(2 * deviceRateHz));
+        EXPECT_NEAR(upwardZeroCrossings(second, 0), 1000, 1) << deviceRateHz;
+        // Channels stay apart: the right one is the left inverted.
+        EXPECT_FLOAT_EQ(second[1001], -second[1000]) << deviceRateHz;
+    }
+}
+
+} // namespace
+} // namespace quorlen

@@ -1,0 +1,119 @@
+#include "audio/step_timer.h"
+#include "support/recording_synthesiser.h"
+#include "support/wait.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace quorlen {
+namespace {
+
+using testing::RecordingSynthesiser;
+
+// Writes down the timer's calls in order: "q1@due" and "s1".
+struct Journal {
+    std::vector<std::string> calls;
+    StepTimer::QueueStep queue() {
+        return [this](std::int64_t step, std::int64_t due) {
+            calls.push_back("q" + std::to_string(step) + "@" + std::to_string(due));
+        };
+    }
+    StepTimer::ShowStep show() {
+        return [this](std::int64_t step) { calls.push_back("s" + std::to_string(step)); };
+    }
+};
+
+TEST(StepTimer, WaitsForTheOutputThenPlacesStepsOnItsClock) {
+    // 0.1 s steps are 4410 frames; each is queued 2205 frames (50 ms) ahead
+    // and shown once its frame is reached.
+    RecordingSynthesiser synthesiser;
+    synthesiser.outputState = Synthesiser::Output::starting;
+    StepTimer timer(synthesiser);
+    Journal journal;
+    timer.start(0.1, journal.queue(), journal.show());
+    EXPECT_EQ(synthesiser.outputStarts, 1);
+    QTest::qWait(30);
+    EXPECT_TRUE(journal.calls.empty()) << "nothing before the output runs";
+
+    synthesiser.frame = 10000;
+    synthesiser.outputState = Synthesiser::Output::running;
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 1; }));
+    EXPECT_EQ(journal.calls.back(), "q0@10000");
+
+    synthesiser.frame = 10000 + 4410 - 2205 - 1;
+    QTest::qWait(20);
+    EXPECT_EQ(journal.calls.size(), 1u) << "queued too early";
+    synthesiser.frame += 1;
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 2; }));
+    EXPECT_EQ(journal.calls.back(), "q1@14410");
+    synthesiser.frame = 14410;
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 3; }));
+    EXPECT_EQ(journal.calls[2], "s1");
+    synthesiser.frame = 18820 - 2205;
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 4; }));
+    EXPECT_EQ(journal.calls[3], "q2@18820");
+    timer.stop();
+}
+
+TEST(StepTimer, AStallLongerThanTheLookAheadShowsStepsWithoutABurstOfSounds) {
+    RecordingSynthesiser synthesiser;
+    synthesiser.outputState = Synthesiser::Output::running;
+    StepTimer timer(synthesiser);
+    Journal journal;
+    timer.start(0.1, journal.queue(), journal.show());
+    ASSERT_EQ(journal.calls, (std::vector<std::string>{"q0@0"}));
+
+    // The thread comes back 3.5 steps later: steps 1 to 3 are shown, only
+    // the one still ahead of the clock (step 4, due 17640) is queued.
+    synthesiser.frame = 15435;
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() >= 4; }));
+    QTest::qWait(20);
+    EXPECT_EQ(journal.calls, (std::vector<std::string>{"q0@0", "s1", "s2", "s3", "q4@17640"}));
+}
+
+TEST(StepTimer, RunsOnTheSteadyClockWithoutAnOutputAndStopsFromACallback) {
+    RecordingSynthesiser synthesiser; // no output
+    StepTimer timer(synthesiser);
+    std::vector<std::int64_t> dues;
+    int shown = 0;
+    timer.start(
+        0.02, [&](std::int64_t, std::int64_t due) { dues.push_back(due); },
+        [&](std::int64_t step) {
+            shown = static_cast<int>(step);
+            if (step == 5)
+                timer.stop();
+        });
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return !timer.isRunning(); }));
+    EXPECT_EQ(shown, 5);
+    // 20 ms = 882 frames a step; nothing is queued after the stop.
+    ASSERT_EQ(dues.size(), 6u);
+    for (size_t i = 0; i < dues.size(); ++i)
+        EXPECT_EQ(dues[i], static_cast<std::int64_t>(i) * 882);
+}
+
+TEST(StepTimer, MovesOntoTheAudioClockWhenAnOutputComesBack) {
+    // Steady time first (no output), then an output at frame 1000000: the
+    // next step keeps its distance from now, on the output's clock, and the
+    // one after it is a whole step later.
+    RecordingSynthesiser synthesiser;
+    StepTimer timer(synthesiser);
+    std::vector<std::int64_t> dues;
+    timer.start(0.2, [&](std::int64_t, std::int64_t due) { dues.push_back(due); },
+                [](std::int64_t) {});
+    ASSERT_EQ(dues.size(), 1u);
+    synthesiser.frame = 1'000'000;
+    synthesiser.outputState = Synthesiser::Output::running;
+    QTest::qWait(20);
+    synthesiser.frame += 8820; // a whole step on: step 1 is surely within reach
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return dues.size() == 2; }));
+    EXPECT_GE(dues[1], 1'000'000);
+    EXPECT_LE(dues[1], 1'000'000 + 2 * 8820); // within a step of when it was seen
+    synthesiser.frame = dues[1] + 8820 - 4410; // shown, and step 2 is 0.1 s ahead
+    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return dues.size() == 3; }));
+    EXPECT_EQ(dues[2] - dues[1], 8820);
+    timer.stop();
+}
+
+} // namespace
+} // namespace quorlen
