@@ -60,7 +60,7 @@ FinalTempo chooseFinalOctave(const TempoEvidence& evidence, const OctaveMode& mo
             chosen = scaled(evidence, classic, bpm / classic.bpm);
     } else if (mode.kind == OctaveKind::automatic) {
         const double ratio =
-            chooseOctave({evidence.full, evidence.low, kEnvelopeFps}, classic.bpm);
+            chooseOctave({evidence.full, evidence.low, evidence.mid, kEnvelopeFps}, classic.bpm);
         if (ratio != 1.0)
             chosen = retuned(evidence, classic.bpm * ratio);
     }

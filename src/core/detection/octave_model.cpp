@@ -24,6 +24,9 @@ constexpr size_t kOnsetHalfWindow = 4;
 // Logs of strengths are clipped here, so one empty grid (score 0)
 // cannot dominate the sum.
 constexpr double kLogFloor = -4.0;
+// Added to every recurrence of the mid band's accents, as a share of their
+// mean power (their recurrence at lag 0).
+constexpr double kRecurrenceFloor = 0.05;
 
 double meanOf(std::span<const double> x) {
     return x.empty() ? 0.0 : std::accumulate(x.begin(), x.end(), 0.0) / double(x.size());
@@ -33,6 +36,24 @@ double clippedLog(double numerator, double denominator) {
     if (!(numerator > 0.0 && denominator > 0.0))
         return kLogFloor;
     return std::max(std::log(numerator / denominator), kLogFloor);
+}
+
+// Mean of x[t] x[t + lag] over the frames where both exist, the best of the
+// lags within one frame of `lag`: an onset smears over a few frames and the
+// candidate's period is not exact.
+double recurrence(std::span<const double> x, double lag) {
+    double best = 0.0;
+    for (const double shift : {-1.0, 0.0, 1.0}) {
+        const double l = lag + shift;
+        if (!(l >= 1.0) || l + 1.0 >= double(x.size()))
+            continue;
+        const auto count = static_cast<size_t>(double(x.size()) - 1.0 - l);
+        double sum = 0.0;
+        for (size_t t = 0; t < count; ++t)
+            sum += x[t] * envelopeAt(x, double(t) + l);
+        best = std::max(best, sum / double(count));
+    }
+    return best;
 }
 
 double wholeScore(std::span<const double> envelope, double fps, double bpm) {
@@ -66,6 +87,20 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
     const double fullMean = meanOf(evidence.full);
     const double lowMean = meanOf(evidence.low);
     const double lowRate = onsetRate(evidence.low, evidence.fps);
+    // Accents are where the mid band rises clearly above the low band: a
+    // snare or clap, not the click of a kick, and not the weak mid-band trace
+    // of dense hats, which would hide where the snare recurs.
+    std::vector<double> accents(evidence.mid.size());
+    double power = 0.0;
+    for (size_t i = 0; i < accents.size(); ++i) {
+        const double lowAt = i < evidence.low.size() ? evidence.low[i] : 0.0;
+        const double rise = evidence.mid[i] - lowAt;
+        accents[i] = rise > 1.0 ? rise : 0.0;
+        power += accents[i] * accents[i];
+    }
+    // Keeps the ratios finite, and near 0, where hardly anything recurs;
+    // without any accent the features stay 0.
+    const double floor = kRecurrenceFloor * power / double(std::max<size_t>(accents.size(), 1));
     std::vector<OctaveFeatures> candidates;
     for (const double ratio : kRelatives) {
         const double bpm = classicBpm * ratio;
@@ -80,14 +115,25 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
                             ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean)
                             : 0.0;
         f.kicksPerBeat = lowRate > 0.0 ? std::log2(lowRate * 60.0 / bpm) : 0.0;
+        if (power > 0.0) {
+            const double period = 60.0 * evidence.fps / bpm;
+            const double every1 = recurrence(accents, period) + floor;
+            const double every2 = recurrence(accents, 2.0 * period) + floor;
+            const double every4 = recurrence(accents, 4.0 * period) + floor;
+            const double every8 = recurrence(accents, 8.0 * period) + floor;
+            f.accentEvery2 = std::log(every2 / every1);
+            f.accentEvery4 = std::log(every4 / every2);
+            f.accentEvery8 = std::log(every8 / every4);
+        }
         candidates.push_back(f);
     }
     return candidates;
 }
 
 double octaveScore(const OctaveFeatures& f) {
-    return -1.719 * f.logTempo * f.logTempo + 2.233 * f.fullStrength + 2.255 * f.lowStrength -
-           1.444 * f.kicksPerBeat * f.kicksPerBeat;
+    return -1.731 * f.logTempo * f.logTempo + 2.246 * f.fullStrength + 2.258 * f.lowStrength -
+           1.410 * f.kicksPerBeat * f.kicksPerBeat - 0.013 * f.accentEvery2 +
+           0.300 * f.accentEvery4 - 0.682 * f.accentEvery8;
 }
 
 double chooseOctave(const OctaveEvidence& evidence, double classicBpm) {

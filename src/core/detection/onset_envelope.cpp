@@ -22,13 +22,18 @@ std::vector<float> hannWindow() {
     return window;
 }
 
-// The filterbank and the number of its bands that feed the low envelope.
+size_t bandsBelow(const std::vector<Band>& bands, double hz) {
+    return static_cast<size_t>(
+        std::find_if(bands.begin(), bands.end(), [hz](const Band& b) { return b.centerHz >= hz; }) -
+        bands.begin());
+}
+
+// The filterbank and the numbers of its bands that feed the low and the mid
+// envelopes.
 struct Filterbank {
     std::vector<Band> bands = logFilterbank(12.0, 30.0, 10925.0);
-    size_t lowCount = static_cast<size_t>(
-        std::find_if(bands.begin(), bands.end(),
-                     [](const Band& b) { return b.centerHz >= kLowBandLimitHz; }) -
-        bands.begin());
+    size_t lowCount = bandsBelow(bands, kLowBandLimitHz);
+    size_t midEnd = bandsBelow(bands, kMidBandLimitHz);
 
     // ln(1 + 15 e) per band, e the single-precision weighted sum of magnitudes.
     void logEnergies(const float* magnitude, double* out) const {
@@ -42,9 +47,9 @@ struct Filterbank {
     }
 
     // Rise of each band above the loudest of its three neighbours in the
-    // previous frame, summed over all bands and over the low bands.
+    // previous frame, summed over all bands, the low and the mid bands.
     void addFlux(const std::vector<double>& prev, const std::vector<double>& cur, double& full,
-                 double& low) const {
+                 double& low, double& mid) const {
         const size_t last = bands.size() - 1;
         for (size_t b = 0; b <= last; ++b) {
             const double ref =
@@ -54,6 +59,8 @@ struct Filterbank {
                 full += rise;
                 if (b < lowCount)
                     low += rise;
+                else if (b < midEnd)
+                    mid += rise;
             }
         }
     }
@@ -121,7 +128,7 @@ bool envelopeRange(std::span<const float> samples, const Filterbank& bank,
         spectrum.magnitudes(samples.data() + i * kHopSamples, magnitude.data());
         bank.logEnergies(magnitude.data(), cur.data());
         if (i > 0)
-            bank.addFlux(prev, cur, out.full[i], out.low[i]);
+            bank.addFlux(prev, cur, out.full[i], out.low[i], out.mid[i]);
         std::swap(prev, cur);
     }
     return true;
@@ -135,7 +142,8 @@ Envelope envelopeWith(std::span<const float> samples, const CancelCheck& isCance
         return {};
     const size_t frames = frameCount(samples.size());
     const std::vector<float> window = hannWindow();
-    Envelope out{std::vector<double>(frames, 0.0), std::vector<double>(frames, 0.0)};
+    Envelope out{std::vector<double>(frames, 0.0), std::vector<double>(frames, 0.0),
+                 std::vector<double>(frames, 0.0)};
     const size_t ranges = std::min<size_t>(static_cast<size_t>(std::max(threads, 1)), frames);
     std::vector<char> finished(ranges, 0);
     parallelFor(ranges, threads, [&](size_t r) {

@@ -12,13 +12,18 @@ inline constexpr size_t kHopSamples = 256;
 inline constexpr double kEnvelopeFps = 22050.0 / 256.0; // 86.1328125
 // Bands centred below this feed the low envelope (kick and bass).
 inline constexpr double kLowBandLimitHz = 220.0;
+// Bands centred from the low limit up to this feed the mid envelope: the
+// body of snares and claps, below most of the hats' energy.
+inline constexpr double kMidBandLimitHz = 2000.0;
 inline constexpr size_t kEnvelopeCancelStride = 128; // frames, about 1.5 s
 
 // Onset strength per envelope frame (1024-sample frames every 256 samples):
-// `full` over all bands, `low` over the bands centred below 220 Hz.
+// `full` over all bands, `low` over the bands centred below 220 Hz, `mid`
+// over those centred from 220 Hz to below 2 kHz.
 struct Envelope {
     std::vector<double> full;
     std::vector<double> low;
+    std::vector<double> mid;
 };
 
 // Log-compressed spectral flux, ln(1 + 15 e) per band with a maximum filter

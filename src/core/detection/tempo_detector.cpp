@@ -99,6 +99,7 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz,
     const double fps = kEnvelopeFps;
     evidence.full = normalize(envelope.full, fps);
     evidence.low = normalize(envelope.low, fps);
+    evidence.mid = normalize(envelope.mid, fps);
     const std::vector<double>& full = evidence.full;
     if (full.empty())
         throw Failure::noRhythm();

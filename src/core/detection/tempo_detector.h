@@ -42,6 +42,7 @@ inline constexpr int kWaveformColumns = 1600;
 struct TempoEvidence {
     std::vector<double> full; // normalised full-band onset envelope
     std::vector<double> low;  // normalised low-band onset envelope
+    std::vector<double> mid;  // normalised mid-band onset envelope (snares, claps)
     double envelopeMean = 0.0; // mean of `full`, above 0
     TempoCandidates candidates;
     size_t cropStartSamples = 0; // at 22050 Hz
