@@ -2,7 +2,9 @@
 
 #include "config/deployment.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 
 #include <QDesktopServices>
 #include <QPainter>
@@ -25,7 +27,7 @@ CoffeeLink::CoffeeLink(QWidget* parent) : QAbstractButton(parent) {
     setToolTip(QStringLiteral("Support Quorlen Calculator"));
     setCursor(Qt::PointingHandCursor);
     setFont(uiFont(12, QFont::Medium));
-    setFocusPolicy(Qt::TabFocus);
+    makeKeyboardButton(this);
     m_animation.setDuration(150);
     m_animation.setEasingCurve(QEasingCurve::OutCubic);
     connect(&m_animation, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
@@ -68,6 +70,8 @@ void CoffeeLink::paintEvent(QPaintEvent*) {
     painter.setPen(mix(colors.secondaryText, colors.primaryText, m_hoverAmount));
     painter.drawText(rect().adjusted(4, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
                      QStringLiteral("\u2615  ") + text());
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 5);
 }
 
 } // namespace quorlen

@@ -2,6 +2,7 @@
 
 #include "app/sidebar.h"
 #include "app/tool_view_factory.h"
+#include "tempo_detection/tempo_detect_model.h"
 #include "text/sidebar_summary.h"
 #include "ui/color_scheme.h"
 #include "ui/premium_backdrop.h"
@@ -44,6 +45,9 @@ ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
 
     m_detail = new QScrollArea(this);
     m_detail->setObjectName(QStringLiteral("detailArea"));
+    // Tab goes to the controls inside, which scroll into view as they take
+    // focus; the area itself would be a stop with nothing to show.
+    m_detail->setFocusPolicy(Qt::NoFocus);
     m_detail->setFrameShape(QFrame::NoFrame);
     m_detail->setWidgetResizable(true);
     m_detail->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -56,6 +60,7 @@ ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
     connect(&ColorSchemeHub::instance(), &ColorSchemeHub::schemeChanged, this,
             &ContentView::styleScrollBar);
     connect(m_sidebar, &Sidebar::toolClicked, this, &ContentView::selectTool);
+    connect(m_sidebar, &Sidebar::toolChosen, this, &ContentView::showTool);
     connect(&m_state, &CalculatorState::bpmChanged, this, &ContentView::updateSummary);
     connect(&m_state, &CalculatorState::a4Changed, this, &ContentView::updateSummary);
     updateSummary();
@@ -66,6 +71,12 @@ ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
 // state by reference and may commit a focused field as it goes, must go
 // while the state still exists.
 ContentView::~ContentView() { delete m_detail->takeWidget(); }
+
+TempoDetectModel& ContentView::detection() {
+    if (!m_detection)
+        m_detection = std::make_unique<TempoDetectModel>();
+    return *m_detection;
+}
 
 CalculatorTool ContentView::shownTool() const {
     return toolFromRawValue(m_selectedToolID).value_or(CalculatorTool::bpm);
@@ -92,7 +103,8 @@ void ContentView::showSelectedTool() {
     // (taps, running players) only while they are shown.
     if (QWidget* old = m_detail->takeWidget())
         old->deleteLater();
-    m_toolView = createToolView(tool, m_state);
+    m_toolView =
+        createToolView(tool, m_state, [this]() -> TempoDetectModel& { return detection(); });
     m_detail->setWidget(m_toolView);
 }
 

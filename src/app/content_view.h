@@ -5,12 +5,15 @@
 
 #include <QWidget>
 
+#include <memory>
+
 class QScrollArea;
 
 namespace quorlen {
 
 class PremiumBackdrop;
 class Sidebar;
+class TempoDetectModel;
 
 // The window's root: backdrop, sidebar, divider and the selected tool's
 // screen. It owns the window's one CalculatorState and routes between tools;
@@ -30,6 +33,9 @@ public:
     CalculatorTool shownTool() const;
     Sidebar* sidebar() const { return m_sidebar; }
     QWidget* toolView() const { return m_toolView; }
+    // The window's one detection session: its last result and a running
+    // analysis outlive visits to other tools. Made on first use.
+    TempoDetectModel& detection();
 
     // Shows `tool` as selected (stored like any selection); no click is
     // reported.
@@ -55,6 +61,7 @@ private:
     void styleScrollBar();
 
     CalculatorState m_state;
+    std::unique_ptr<TempoDetectModel> m_detection;
     QString m_selectedToolID;
     PremiumBackdrop* m_backdrop;
     Sidebar* m_sidebar;

@@ -37,11 +37,12 @@ MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidg
     quit->setShortcut(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
 
-    // Ctrl+1 … Ctrl+7 reach every tool from the keyboard.
+    // Ctrl+1 … Ctrl+7 reach every tool from the keyboard; a shortcut is no
+    // click on a row, so it is not reported.
     QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
     for (const ToolInfo& info : allTools()) {
         QAction* action = tools->addAction(QString::fromUtf8(info.title), this,
-                                           [this, tool = info.tool] { m_content->selectTool(tool); });
+                                           [this, tool = info.tool] { m_content->showTool(tool); });
         action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + static_cast<int>(info.tool))));
     }
 

@@ -8,6 +8,7 @@
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -41,6 +42,9 @@ SettingsDialog::SettingsDialog(AppearanceController& appearance, QWidget* parent
     connect(m_stats, &QCheckBox::toggled, this,
             [](bool share) { Preferences().setStatsOptOut(!share); });
     column->addWidget(m_stats);
+    outlineCheckBox();
+    connect(&ColorSchemeHub::instance(), &ColorSchemeHub::schemeChanged, this,
+            &SettingsDialog::outlineCheckBox);
 
     auto* explanation = new QLabel(statsExplanation(), this);
     explanation->setWordWrap(true);
@@ -71,6 +75,18 @@ SettingsDialog::SettingsDialog(AppearanceController& appearance, QWidget* parent
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
     column->addWidget(buttons);
+}
+
+// The platform style outlines a check box in a darker shade of the window
+// colour, which vanishes on the dark window; a light "window" for the box
+// alone gives it a visible rim and fill there.
+void SettingsDialog::outlineCheckBox() {
+    QPalette palette = QApplication::palette();
+    if (currentScheme() == ColorScheme::Dark) {
+        palette.setColor(QPalette::Window, QColor(170, 170, 176));
+        palette.setColor(QPalette::Base, QColor(62, 62, 66));
+    }
+    m_stats->setPalette(palette);
 }
 
 } // namespace quorlen

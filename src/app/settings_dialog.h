@@ -24,6 +24,8 @@ public:
     static QString statsExplanation();
 
 private:
+    void outlineCheckBox();
+
     QCheckBox* m_stats;
     QComboBox* m_appearancePicker;
     OctavePicker* m_octavePicker;

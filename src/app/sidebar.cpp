@@ -101,7 +101,7 @@ bool Sidebar::eventFilter(QObject* watched, QEvent* event) {
     if (index < 0 || next < 0 || next >= m_rows.size())
         return true;
     m_rows[next]->setFocus(Qt::TabFocusReason);
-    m_rows[next]->click();
+    emit toolChosen(m_rows[next]->tool());
     return true;
 }
 

@@ -32,6 +32,8 @@ protected:
 signals:
     // Every click on a row, also on the selected one.
     void toolClicked(quorlen::CalculatorTool tool);
+    // Up or Down moved the selection to another row; no click.
+    void toolChosen(quorlen::CalculatorTool tool);
 
 private:
     QList<SidebarToolRow*> m_rows;

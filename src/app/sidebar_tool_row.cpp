@@ -2,7 +2,9 @@
 
 #include "ui/card.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 #include "ui/symbol_icon.h"
 
 #include <QFocusEvent>
@@ -23,7 +25,8 @@ SidebarToolRow::SidebarToolRow(CalculatorTool tool, QWidget* parent)
     setToolTip(QString::fromUtf8(info.title));
     setAccessibleName(QString::fromUtf8(info.title));
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::TabFocus);
+    setAccessibleDescription(QString::fromUtf8(info.subtitle));
+    makeKeyboardButton(this);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
@@ -51,10 +54,8 @@ void SidebarToolRow::paintEvent(QPaintEvent*) {
     if (m_selected)
         paintCard(painter, rect(), 8);
     // Only keyboard focus earns a ring; the first row holds focus at start.
-    if (hasFocus() && m_keyboardFocus) {
-        painter.setPen(QPen(withOpacity(info.tint, 0.7), 1.5));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 8, 8);
-    }
+    if (hasFocus() && m_keyboardFocus)
+        paintFocusRing(painter, rect(), 8);
 
     const QRectF iconBox(kPaddingX, (height() - kIconBox) / 2.0, kIconBox, kIconBox);
     paintSymbol(painter, iconBox, QString::fromUtf8(info.symbol),

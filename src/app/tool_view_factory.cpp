@@ -32,13 +32,14 @@ QWidget* createFifthsView(CalculatorState& state, const QColor& tint, Synthesise
 
 } // namespace
 
-QWidget* createToolView(CalculatorTool tool, CalculatorState& state, QWidget* parent) {
+QWidget* createToolView(CalculatorTool tool, CalculatorState& state,
+                        const DetectionSession& detection, QWidget* parent) {
     const QColor tint = toolInfo(tool).tint;
     // The one synthesiser, handed to every tool that sounds.
     Synthesiser& synthesiser = ChordPlayer::shared();
     switch (tool) {
     case CalculatorTool::bpm:
-        return new TempoView(state, tint, parent);
+        return new TempoView(state, detection(), tint, parent);
     case CalculatorTool::rhythm:
         return new EuclideanRhythmView(state, tint, synthesiser, parent);
     case CalculatorTool::space:

@@ -1,12 +1,13 @@
 #include "tempo_detection/drop_zone.h"
 
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 #include "ui/symbol_icon.h"
 
 #include <QDragEnterEvent>
 #include <QMimeData>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QUrl>
 
@@ -24,16 +25,20 @@ bool offersLocalFile(const QMimeData* data) {
 
 } // namespace
 
-DropZone::DropZone(const QColor& accent, QWidget* parent) : QWidget(parent), m_accent(accent) {
+DropZone::DropZone(const QColor& accent, QWidget* parent)
+    : QAbstractButton(parent), m_accent(accent) {
     setObjectName(QStringLiteral("dropZone"));
     setAcceptDrops(true);
     setCursor(Qt::PointingHandCursor);
     setToolTip(QStringLiteral("Drop an audio file, or click to choose one"));
+    makeKeyboardButton(this);
 }
 
 void DropZone::setTexts(const QString& heading, const QString& line, bool showsSymbol) {
     m_heading = heading;
     m_line = line;
+    setAccessibleName(heading);
+    setAccessibleDescription(line);
     if (showsSymbol != m_showsSymbol) {
         m_showsSymbol = showsSymbol;
         updateGeometry();
@@ -79,11 +84,8 @@ void DropZone::paintEvent(QPaintEvent*) {
                                                           width() - 2 * kPadding);
     painter.drawText(QRectF(kPadding, y, width() - 2 * kPadding, QFontMetrics(lineFont).height()),
                      Qt::AlignHCenter | Qt::AlignVCenter, line);
-}
-
-void DropZone::mouseReleaseEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
-        emit clicked();
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 10);
 }
 
 void DropZone::dragEnterEvent(QDragEnterEvent* event) {

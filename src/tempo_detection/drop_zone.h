@@ -1,14 +1,15 @@
 #pragma once
 
+#include <QAbstractButton>
 #include <QColor>
-#include <QWidget>
 
 namespace quorlen {
 
 // A dashed rounded box that takes a dragged audio file or, on a click,
 // asks for one: the symbol (while `showsSymbol`), a heading and one line
-// under it. Its outline and fill take the accent while a drag hovers.
-class DropZone : public QWidget {
+// under it. Its outline and fill take the accent while a drag hovers. It is
+// a button (clicked) so the keyboard and screen readers reach it too.
+class DropZone : public QAbstractButton {
     Q_OBJECT
 public:
     explicit DropZone(const QColor& accent, QWidget* parent = nullptr);
@@ -23,13 +24,11 @@ public:
     QSize minimumSizeHint() const override { return {200, sizeHint().height()}; }
 
 signals:
-    void clicked();
     // The local path of the first dropped file.
     void fileDropped(const QString& path);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;

@@ -16,7 +16,6 @@
 #include "ui/theme.h"
 
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -53,11 +52,11 @@ protected:
 
 } // namespace
 
-TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<TempoDetectModel> model,
+TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& model,
                                    QWidget* parent)
     : PremiumPanel(QStringLiteral("Detect BPM from Audio"), QStringLiteral("waveform"),
                    QuorlenTheme::dusk(), parent),
-      m_state(state), m_model(model ? std::move(model) : std::make_unique<TempoDetectModel>()) {
+      m_state(state), m_model(model) {
     setObjectName(QStringLiteral("tempoDetectPanel"));
     const QColor accent = QuorlenTheme::dusk();
     m_dropZone = new DropZone(accent, this);
@@ -75,19 +74,16 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, std::unique_ptr<Tempo
     m_grid = new WaveformGrid(accent, m_results);
     column->addWidget(m_grid);
     column->addLayout(makeButtonRow(accent));
-    // The note can be longer than the panel is wide, so it wraps.
-    m_note = new QLabel(m_results);
+    // One line: a note longer than the panel ends in "…" and reads whole in
+    // its tooltip.
+    m_note = new SchemeLabel({}, uiFont(11), SchemeLabel::Role::Secondary, m_results);
     m_note->setObjectName(QStringLiteral("detectionNote"));
-    m_note->setFont(uiFont(11));
-    m_note->setWordWrap(true);
+    m_note->setFit(SchemeLabel::Fit::Elide);
     column->addWidget(m_note);
-    colourNote();
-    connect(&ColorSchemeHub::instance(), &ColorSchemeHub::schemeChanged, this,
-            &TempoDetectPanel::colourNote);
     addContent(m_results);
 
     m_ticker.setInterval(kTickerMs);
-    m_model->setOctaveMode(OctaveSetting::instance().mode());
+    m_model.setOctaveMode(OctaveSetting::instance().mode());
     connectControls();
     refresh();
     refreshPlayhead();
@@ -160,40 +156,40 @@ QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
 }
 
 void TempoDetectPanel::connectControls() {
-    connect(&m_ticker, &QTimer::timeout, m_model.get(), &TempoDetectModel::tickPlayhead);
-    connect(m_dropZone, &DropZone::clicked, this, [this] { m_model->chooseFile(this); });
+    connect(&m_ticker, &QTimer::timeout, &m_model, &TempoDetectModel::tickPlayhead);
+    connect(m_dropZone, &DropZone::clicked, this, [this] { m_model.chooseFile(this); });
     connect(m_dropZone, &DropZone::fileDropped, this, &TempoDetectPanel::analyse);
     connect(m_grid, &WaveformGrid::previewRequested, this,
-            [this](double seconds) { m_model->startPreview(seconds); });
-    connect(m_halve, &QAbstractButton::clicked, this, [this] { m_model->rescale(0.5); });
-    connect(m_double, &QAbstractButton::clicked, this, [this] { m_model->rescale(2); });
+            [this](double seconds) { m_model.startPreview(seconds); });
+    connect(m_halve, &QAbstractButton::clicked, this, [this] { m_model.rescale(0.5); });
+    connect(m_double, &QAbstractButton::clicked, this, [this] { m_model.rescale(2); });
     connect(m_preview, &QAbstractButton::clicked, this, [this] {
-        if (m_model->playhead())
-            m_model->stopPreview();
+        if (m_model.playhead())
+            m_model.stopPreview();
         else
-            m_model->startPreview();
+            m_model.startPreview();
     });
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
-    connect(m_model.get(), &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
-    connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged, m_model.get(),
-            [model = m_model.get()] { model->setOctaveMode(OctaveSetting::instance().mode()); });
-    connect(m_model.get(), &TempoDetectModel::playheadChanged, this,
+    connect(&m_model, &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
+    // Ends with the model or with this panel, whichever goes first: the
+    // model usually outlives the panel, but a panel still waiting for its
+    // deferred deletion may outlive the window's model.
+    m_octaveConnection = connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged,
+                                 &m_model, [model = &m_model] {
+                                     model->setOctaveMode(OctaveSetting::instance().mode());
+                                 });
+    connect(&m_model, &TempoDetectModel::playheadChanged, this,
             &TempoDetectPanel::refreshPlayhead);
 }
 
-// The model (and with it the preview and any analysis) goes before the
-// widgets it updates.
 TempoDetectPanel::~TempoDetectPanel() {
     m_ticker.stop();
-    m_model.reset();
+    disconnect(m_octaveConnection);
 }
 
-void TempoDetectPanel::analyse(const QString& path) { m_model->analyse(path); }
+void TempoDetectPanel::analyse(const QString& path) { m_model.analyse(path); }
 
-void TempoDetectPanel::leave() {
-    m_model->stopPreview();
-    m_model->cancelAnalysis();
-}
+void TempoDetectPanel::leave() { m_model.stopPreview(); }
 
 QString TempoDetectPanel::heading(const TempoDetectModel& model) {
     if (model.isAnalysing())
@@ -206,12 +202,12 @@ QString TempoDetectPanel::heading(const TempoDetectModel& model) {
 }
 
 void TempoDetectPanel::refresh() {
-    const auto& result = m_model->result();
-    m_dropZone->setTexts(heading(*m_model),
-                         m_model->status().value_or(
+    const auto& result = m_model.result();
+    m_dropZone->setTexts(heading(m_model),
+                         m_model.status().value_or(
                              QStringLiteral("WAV, AIFF, MP3, CAF · analysed on your device, "
                                             "nothing is uploaded")),
-                         !result && !m_model->isAnalysing());
+                         !result && !m_model.isAnalysing());
     m_results->setVisible(result.has_value());
     if (!result)
         return;
@@ -227,21 +223,18 @@ void TempoDetectPanel::refresh() {
     m_halve->setEnabled(d.bpm * 0.5 >= TempoDetectModel::kMinimumBpm);
     m_double->setLabel(QStringLiteral("×2 → ") + qs(detection::tempoText(d.bpm * 2, true)), {});
     m_double->setEnabled(d.bpm * 2 <= TempoDetectModel::kMaximumBpm);
-    m_note->setText(qs(detection::detectionNote({d.name.toStdString(),
-                                                 d.estimate.durationSeconds, d.snappedBars,
-                                                 confidence, d.estimate.alternatives,
-                                                 d.damaged})));
-}
-
-// A QLabel keeps the colour it was given, so a scheme change recolours it.
-void TempoDetectPanel::colourNote() {
-    QPalette palette = m_note->palette();
-    palette.setColor(QPalette::WindowText, currentColors().secondaryText);
-    m_note->setPalette(palette);
+    const QString note = qs(detection::detectionNote(
+        {d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars, confidence,
+         d.estimate.alternatives, d.damaged}));
+    m_note->setText(note);
+    m_note->setToolTip(note);
+    m_note->setAccessibleName(note);
+    m_tempo->setAccessibleName(QStringLiteral("Detected tempo ") + tempo + QStringLiteral(" BPM"));
+    m_confidence->setAccessibleName(QStringLiteral("Confidence ") + m_confidence->display());
 }
 
 void TempoDetectPanel::refreshPlayhead() {
-    const std::optional<double> playhead = m_model->playhead();
+    const std::optional<double> playhead = m_model.playhead();
     m_grid->setPlayhead(playhead);
     if (playhead) {
         m_preview->setLabel(QStringLiteral("Stop"), QStringLiteral("stop.fill"));
@@ -254,7 +247,7 @@ void TempoDetectPanel::refreshPlayhead() {
 }
 
 void TempoDetectPanel::useDetectedBpm() {
-    const auto& result = m_model->result();
+    const auto& result = m_model.result();
     if (!result)
         return;
     const double rounded = text::roundHalfAway(result->bpm * 100) / 100;

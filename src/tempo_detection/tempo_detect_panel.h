@@ -5,9 +5,6 @@
 
 #include <QTimer>
 
-#include <memory>
-
-class QLabel;
 class QLayout;
 
 namespace quorlen {
@@ -17,27 +14,28 @@ class ConfidenceBar;
 class CopyableText;
 class DropZone;
 class KitButton;
+class SchemeLabel;
 class WaveformGrid;
 
 // "Detect BPM from Audio": the drop zone, then for a detection its tempo,
 // confidence, waveform with the beat grid, ÷2 ×2, the preview and "Use this
 // BPM", which is the only thing here that writes the calculator state.
-// Presents one TempoDetectModel, created with the panel.
+// Presents a TempoDetectModel that outlives it: the window keeps the last
+// result, and an analysis still running, while other tools are shown.
 class TempoDetectPanel : public PremiumPanel {
     Q_OBJECT
 public:
     // 30 playhead updates per second while a preview plays.
     static constexpr int kTickerMs = 1000 / 30;
 
-    // Without a model, one over the sound card and the detection engine.
-    TempoDetectPanel(CalculatorState& state, std::unique_ptr<TempoDetectModel> model = nullptr,
-                     QWidget* parent = nullptr);
+    TempoDetectPanel(CalculatorState& state, TempoDetectModel& model, QWidget* parent = nullptr);
     ~TempoDetectPanel() override;
 
-    TempoDetectModel& model() { return *m_model; }
+    TempoDetectModel& model() { return m_model; }
     // Analyses `path` as if it had been dropped.
     void analyse(const QString& path);
-    // The panel leaves the screen: the preview stops, an analysis is cancelled.
+    // The panel leaves the screen: the preview stops; the result and an
+    // analysis under way stay with the model.
     void leave();
     bool isTickerRunning() const { return m_ticker.isActive(); }
 
@@ -52,10 +50,9 @@ private:
     void refresh();
     void refreshPlayhead();
     void useDetectedBpm();
-    void colourNote();
 
     CalculatorState& m_state;
-    std::unique_ptr<TempoDetectModel> m_model;
+    TempoDetectModel& m_model;
     DropZone* m_dropZone;
     QWidget* m_results;
     CopyableText* m_tempo;
@@ -66,8 +63,9 @@ private:
     KitButton* m_double;
     KitButton* m_preview;
     KitButton* m_useBpm;
-    QLabel* m_note;
+    SchemeLabel* m_note;
     QTimer m_ticker;
+    QMetaObject::Connection m_octaveConnection;
 };
 
 } // namespace quorlen

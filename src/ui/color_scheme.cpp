@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QPalette>
+#include <QToolTip>
 #include <QWidget>
 
 namespace quorlen {
@@ -49,6 +50,8 @@ void ColorSchemeHub::applyPalette() {
     palette.setColor(QPalette::Disabled, QPalette::WindowText, colors.secondaryText);
     palette.setColor(QPalette::Disabled, QPalette::ButtonText, colors.secondaryText);
     QApplication::setPalette(palette);
+    // Tooltips keep a palette of their own, which would stay light.
+    QToolTip::setPalette(palette);
     m_paletteApplied = true;
     Q_UNUSED(text);
 }

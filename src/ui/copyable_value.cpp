@@ -1,7 +1,9 @@
 #include "ui/copyable_value.h"
 
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -11,7 +13,7 @@ namespace quorlen {
 
 CopyableValue::CopyableValue(QWidget* parent) : QAbstractButton(parent) {
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::NoFocus);
+    makeKeyboardButton(this);
     m_resetTimer.setSingleShot(true);
     m_resetTimer.setTimerType(Qt::PreciseTimer);
     m_resetTimer.setInterval(kCopiedMs);
@@ -22,6 +24,8 @@ CopyableValue::CopyableValue(QWidget* parent) : QAbstractButton(parent) {
 void CopyableValue::setCopyText(const QString& text) {
     m_copyText = text;
     setToolTip(QStringLiteral("Copy ") + text);
+    // What a screen reader says, unless a subclass names it better.
+    setAccessibleName(text);
 }
 
 void CopyableValue::copy() {
@@ -46,6 +50,8 @@ void CopyableValue::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     paintLabel(painter, m_copied);
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 6);
 }
 
 CopyableText::CopyableText(QWidget* parent) : CopyableValue(parent) {}
@@ -58,6 +64,7 @@ CopyableText::CopyableText(const QFont& font, Tone tone, const QColor& accent, Q
 
 void CopyableText::setValue(const QString& display, const QString& copy) {
     setCopyText(copy.isEmpty() ? display : copy);
+    setAccessibleName(display);
     if (display == m_display)
         return;
     m_display = display;
@@ -92,7 +99,7 @@ void CopyableText::paintLabel(QPainter& painter, bool copied) {
     const QString shown = copied ? QStringLiteral("Copied") : m_display;
     const QColor copiedColor = m_copiedColor.isValid() ? m_copiedColor : QuorlenTheme::saffron();
     painter.setFont(fittedFont(font(), shown, width()));
-    painter.setPen(copied                    ? copiedColor
+    painter.setPen(copied                    ? textInk(copiedColor, currentScheme())
                    : m_tone == Tone::Primary ? colors.primaryText
                                              : colors.secondaryText);
     painter.drawText(rect(), static_cast<int>(m_alignment), shown);

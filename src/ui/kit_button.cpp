@@ -2,7 +2,9 @@
 
 #include "ui/card.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 #include "ui/symbol_icon.h"
 
 #include <QMenu>
@@ -23,7 +25,7 @@ KitButton::KitButton(const QString& label, const QString& symbol, Style style, c
     setFont(uiFont(13, QFont::DemiBold));
     setCursor(Qt::PointingHandCursor);
     setAttribute(Qt::WA_Hover);
-    setFocusPolicy(Qt::TabFocus);
+    makeKeyboardButton(this);
 }
 
 void KitButton::setLabel(const QString& label, const QString& symbol) {
@@ -62,7 +64,7 @@ void KitButton::paintEvent(QPaintEvent*) {
         painter.drawRoundedRect(box, 7, 7);
         ink = Qt::white;
     } else {
-        paintFieldBox(painter, box, 7, hasFocus() ? withOpacity(m_tint, 0.8) : QColor());
+        paintFieldBox(painter, box, 7);
         if (pressed || hovered) {
             painter.setPen(Qt::NoPen);
             painter.setBrush(withOpacity(m_tint, pressed ? 0.22 : 0.1));
@@ -91,6 +93,10 @@ void KitButton::paintEvent(QPaintEvent*) {
         painter.setPen(QPen(withOpacity(ink, 0.7), 1.5, Qt::SolidLine, Qt::RoundCap));
         painter.drawPolyline(QPolygonF({QPointF(cx - 3.5, cy - 1.5), QPointF(cx, cy + 2),
                                         QPointF(cx + 3.5, cy - 1.5)}));
+    }
+    if (hasFocus()) {
+        painter.setOpacity(1);
+        paintFocusRing(painter, rect(), 7);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "ui/kit_slider.h"
 
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -12,8 +13,13 @@ namespace quorlen {
 KitSlider::KitSlider(const QColor& accent, QWidget* parent)
     : QSlider(Qt::Horizontal, parent), m_accent(accent) {
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // Keys move the slider position first; the signal then reports it.
+    connect(this, &QAbstractSlider::actionTriggered, this, [this](int action) {
+        if (action != SliderMove)
+            emit picked(sliderPosition());
+    });
 }
 
 int KitSlider::valueAt(double x) const {
@@ -35,12 +41,19 @@ void KitSlider::mousePressEvent(QMouseEvent* event) {
         return QSlider::mousePressEvent(event);
     m_dragging = true;
     setSliderDown(true);
-    setSliderPosition(valueAt(event->position().x()));
+    const int value = valueAt(event->position().x());
+    setSliderPosition(value);
+    emit picked(value);
 }
 
 void KitSlider::mouseMoveEvent(QMouseEvent* event) {
-    if (m_dragging)
-        setSliderPosition(valueAt(event->position().x()));
+    if (!m_dragging)
+        return;
+    const int value = valueAt(event->position().x());
+    if (value == sliderPosition())
+        return;
+    setSliderPosition(value);
+    emit picked(value);
 }
 
 void KitSlider::mouseReleaseEvent(QMouseEvent* event) {
@@ -69,6 +82,8 @@ void KitSlider::paintEvent(QPaintEvent*) {
                                                           : QColor(Qt::white));
     painter.setPen(QPen(withOpacity(Qt::black, 0.18), 1));
     painter.drawEllipse(knob.adjusted(0.5, 0.5, -0.5, -0.5));
+    if (hasFocus())
+        paintFocusRing(painter, knob.adjusted(-3, -3, 3, 3), kKnobRadius + 3);
 }
 
 } // namespace quorlen

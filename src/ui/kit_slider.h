@@ -5,8 +5,8 @@
 namespace quorlen {
 
 // A horizontal slider in the kit look: a thin track filled in the accent up
-// to a round knob. A press anywhere on it jumps there and drags from there.
-// It takes no keyboard focus, so keys stay with the window's shortcuts.
+// to a round knob. A press anywhere on it jumps there and drags from there;
+// with keyboard focus (Tab) the arrow keys move it.
 class KitSlider : public QSlider {
     Q_OBJECT
 public:
@@ -17,6 +17,14 @@ public:
 
     // The value a press at `x` (widget pixels) selects.
     int valueAt(double x) const;
+
+signals:
+    // Every user choice of a value: each press (also at the value already
+    // shown), each drag movement and each key. Owners write their field
+    // from this, not from valueChanged: the knob may show a rounded or
+    // clamped position of a value typed elsewhere, and a press on it must
+    // still set that position.
+    void picked(int value);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

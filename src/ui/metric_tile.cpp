@@ -24,6 +24,7 @@ MetricTile::MetricTile(const Metric& metric, QWidget* parent) : CopyableValue(pa
 
 void MetricTile::setMetric(const Metric& metric) {
     setCopyText(metric.copy.value_or(metric.value));
+    setAccessibleName(metric.label + QLatin1Char(' ') + metric.value);
     if (metric == m_metric)
         return;
     m_metric = metric;
@@ -56,7 +57,7 @@ void MetricTile::paintLabel(QPainter& painter, bool copied) {
 
     const QString shown = copied ? QStringLiteral("Copied") : m_metric.value;
     painter.setFont(fittedFont(valueFont(), shown, inner.width()));
-    painter.setPen(copied ? m_metric.tint : colors.primaryText);
+    painter.setPen(copied ? textInk(m_metric.tint, currentScheme()) : colors.primaryText);
     painter.drawText(QRect(inner.left(), inner.top() + labelHeight + kLineGap, inner.width(),
                            inner.bottom() - inner.top() - labelHeight - kLineGap + 1),
                      Qt::AlignLeft | Qt::AlignVCenter, shown);

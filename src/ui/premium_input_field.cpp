@@ -6,6 +6,7 @@
 #include "ui/outside_click_focus_monitor.h"
 
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -66,6 +67,7 @@ PremiumInputField::PremiumInputField(const QString& title, const QString& suffix
     m_edit->setAttribute(Qt::WA_MacShowFocusRect, false);
     m_edit->setStyleSheet(QStringLiteral("QLineEdit { background: transparent; }"));
     m_edit->installEventFilter(this);
+    m_edit->setAccessibleName(title);
     row->addWidget(m_edit, 1);
     if (!suffix.isEmpty())
         row->addWidget(new SecondaryLabel(suffix, uiFont(13, QFont::DemiBold), m_box));
@@ -95,6 +97,17 @@ void PremiumInputField::setFocused(bool focused) {
 }
 
 bool PremiumInputField::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_edit && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && m_focused) {
+        // Escape takes back what was typed since editing began, then leaves
+        // the field; the commit that follows restores the value too.
+        if (m_edit->text() != m_textAtFocus) {
+            m_edit->setText(m_textAtFocus);
+            emit textEdited(m_textAtFocus);
+        }
+        setFocused(false);
+        return true;
+    }
     if (watched == m_edit && event->type() == QEvent::FocusIn) {
         updateFocus(true);
     } else if (watched == m_edit && event->type() == QEvent::FocusOut) {
@@ -111,6 +124,8 @@ void PremiumInputField::updateFocus(bool focused) {
     if (focused == m_focused)
         return;
     m_focused = focused;
+    if (focused)
+        m_textAtFocus = m_edit->text();
     m_box->update();
     emit focusChanged(focused);
 }

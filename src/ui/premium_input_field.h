@@ -9,7 +9,8 @@ namespace quorlen {
 // The kit's typed-number field: a title over a rounded box holding a large
 // monospaced line edit and an optional unit. The owner commits the text when
 // the user presses Return (`submitted`) or editing ends (`focusChanged`
-// false), which includes a click anywhere outside the box.
+// false), which includes a click anywhere outside the box. Escape puts back
+// the text the field had when editing began and ends editing.
 class PremiumInputField : public QWidget {
     Q_OBJECT
 public:
@@ -42,6 +43,7 @@ private:
     QWidget* m_box;
     QLineEdit* m_edit;
     bool m_focused = false;
+    QString m_textAtFocus;
 };
 
 } // namespace quorlen

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+#include <algorithm>
+
 namespace quorlen {
 
 SchemeLabel::SchemeLabel(const QString& text, const QFont& font, Role role, QWidget* parent)
@@ -25,24 +27,55 @@ void SchemeLabel::setColor(const QColor& color) {
     update();
 }
 
+void SchemeLabel::setFit(Fit fit) {
+    m_fit = fit;
+    setSizePolicy(fit == Fit::Whole ? QSizePolicy::Preferred : QSizePolicy::Ignored,
+                  QSizePolicy::Fixed);
+    updateGeometry();
+    update();
+}
+
+QSize SchemeLabel::minimumSizeHint() const {
+    switch (m_fit) {
+    case Fit::Whole:
+        break;
+    case Fit::Elide:
+        return {0, sizeHint().height()};
+    case Fit::Wrap: {
+        // Two lines, each as wide as the longer half of the words.
+        const QStringList words = m_text.split(QLatin1Char(' '));
+        const QString firstHalf = words.mid(0, (words.size() + 1) / 2).join(QLatin1Char(' '));
+        const QString secondHalf = words.mid((words.size() + 1) / 2).join(QLatin1Char(' '));
+        return {std::max(fontMetrics().horizontalAdvance(firstHalf),
+                         fontMetrics().horizontalAdvance(secondHalf)) + 1,
+                sizeHint().height()};
+    }
+    }
+    return sizeHint();
+}
+
 void SchemeLabel::setAlignment(Qt::Alignment alignment) {
     m_alignment = alignment;
     update();
 }
 
 QSize SchemeLabel::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(m_text) + 1, fontMetrics().height()};
+    const int lines = m_fit == Fit::Wrap ? 2 : 1;
+    return {fontMetrics().horizontalAdvance(m_text) + 1, lines * fontMetrics().height()};
 }
 
 void SchemeLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::TextAntialiasing);
     const SchemeColors colors = currentColors();
-    painter.setPen(m_color.isValid()         ? m_color
+    painter.setPen(m_color.isValid()         ? textInk(m_color, currentScheme())
                    : m_role == Role::Primary ? colors.primaryText
                                              : colors.secondaryText);
     painter.setFont(font());
-    painter.drawText(rect(), static_cast<int>(m_alignment), m_text);
+    const QString shown =
+        m_fit == Fit::Elide ? fontMetrics().elidedText(m_text, Qt::ElideRight, width()) : m_text;
+    const int wrap = m_fit == Fit::Wrap ? Qt::TextWordWrap : 0;
+    painter.drawText(rect(), static_cast<int>(m_alignment) | wrap, shown);
 }
 
 } // namespace quorlen

@@ -2,9 +2,13 @@
 
 #include "ui/card.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
+
+#include <algorithm>
 #include <QPainter>
 
 namespace quorlen {
@@ -20,6 +24,18 @@ SegmentedPicker::SegmentedPicker(const QStringList& labels, QWidget* parent)
     setFont(uiFont(12, QFont::Medium));
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setFocusPolicy(Qt::TabFocus);
+    installKitAccessibility();
+}
+
+void SegmentedPicker::keyPressEvent(QKeyEvent* event) {
+    const int key = event->key();
+    if (key != Qt::Key_Left && key != Qt::Key_Right && key != Qt::Key_Up && key != Qt::Key_Down)
+        return QWidget::keyPressEvent(event);
+    const int delta = key == Qt::Key_Left || key == Qt::Key_Up ? -1 : 1;
+    const int next = std::clamp(m_selected + delta, 0, count() - 1);
+    if (next != m_selected)
+        emit chosen(next);
 }
 
 void SegmentedPicker::setSelectedIndex(int index) {
@@ -82,6 +98,8 @@ void SegmentedPicker::paintEvent(QPaintEvent*) {
         painter.setPen(selected ? colors.primaryText : colors.secondaryText);
         painter.drawText(segment, Qt::AlignCenter, m_labels[i]);
     }
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 7);
 }
 
 } // namespace quorlen

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/accessible_parts.h"
+
 #include <QStringList>
 #include <QWidget>
 
@@ -8,7 +10,8 @@ namespace quorlen {
 // A row of mutually exclusive choices in the kit's field look; the chosen
 // segment is raised on the surface colour. It shows a selection, the owner
 // stores it: a click emits `chosen` and the owner calls setSelectedIndex.
-class SegmentedPicker : public QWidget {
+// With keyboard focus, Left and Right choose the neighbouring segment.
+class SegmentedPicker : public QWidget, public AccessibleParts {
     Q_OBJECT
 public:
     explicit SegmentedPicker(const QStringList& labels, QWidget* parent = nullptr);
@@ -22,12 +25,19 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
+    int accessiblePartCount() const override { return count(); }
+    QString accessiblePartName(int part) const override { return m_labels.value(part); }
+    QRect accessiblePartRect(int part) const override { return segmentRect(part); }
+    bool isAccessiblePartChecked(int part) const override { return part == m_selected; }
+    void pressAccessiblePart(int part) override { emit chosen(part); }
+
 signals:
     void chosen(int index);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     int segmentAt(const QPoint& position) const;

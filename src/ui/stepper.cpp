@@ -1,8 +1,11 @@
 #include "ui/stepper.h"
 
+#include "ui/accessible_parts.h"
 #include "ui/card.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -12,11 +15,64 @@ Stepper::Stepper(QWidget* parent) : QWidget(parent) {
     setFixedSize(sizeHint());
     setCursor(Qt::PointingHandCursor);
     setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus);
+    installKitAccessibility();
+    m_repeat.setTimerType(Qt::PreciseTimer);
+    connect(&m_repeat, &QTimer::timeout, this, &Stepper::repeat);
+}
+
+void Stepper::setValueText(const QString& text) {
+    if (text == m_valueText)
+        return;
+    m_valueText = text;
+    notifyAccessibleValue(this, text);
+}
+
+void Stepper::stepDown() { step(Half::Down); }
+void Stepper::stepUp() { step(Half::Up); }
+
+void Stepper::step(Half half) {
+    if (half == Half::Down && m_canDown)
+        emit steppedDown();
+    else if (half == Half::Up && m_canUp)
+        emit steppedUp();
+}
+
+// Holding keeps stepping, faster after the first pause, while the pointer
+// stays on the half pressed; the end of the range ends it.
+void Stepper::repeat() {
+    m_repeat.setInterval(kRepeatIntervalMs);
+    if (m_pressed == Half::None || m_hovered != m_pressed)
+        return;
+    if ((m_pressed == Half::Down && !m_canDown) || (m_pressed == Half::Up && !m_canUp)) {
+        m_repeat.stop();
+        return;
+    }
+    step(m_pressed);
+}
+
+void Stepper::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Right:
+    case Qt::Key_Plus:
+        stepUp();
+        break;
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Minus:
+        stepDown();
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+    }
 }
 
 void Stepper::setCanStep(bool down, bool up) {
     if (down == m_canDown && up == m_canUp)
         return;
+    if ((m_pressed == Half::Down && !down) || (m_pressed == Half::Up && !up))
+        m_repeat.stop();
     m_canDown = down;
     m_canUp = up;
     update();
@@ -32,20 +88,18 @@ void Stepper::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton)
         return QWidget::mousePressEvent(event);
     m_pressed = halfAt(event->position());
+    m_hovered = m_pressed;
     update();
+    step(m_pressed);
+    m_repeat.start(kRepeatDelayMs);
 }
 
 void Stepper::mouseReleaseEvent(QMouseEvent* event) {
-    const Half pressed = m_pressed;
+    if (event->button() != Qt::LeftButton)
+        return QWidget::mouseReleaseEvent(event);
     m_pressed = Half::None;
+    m_repeat.stop();
     update();
-    // Like a button: the step happens on release over the half pressed.
-    if (event->button() != Qt::LeftButton || halfAt(event->position()) != pressed)
-        return;
-    if (pressed == Half::Down && m_canDown)
-        emit steppedDown();
-    else if (pressed == Half::Up && m_canUp)
-        emit steppedUp();
 }
 
 void Stepper::mouseMoveEvent(QMouseEvent* event) {
@@ -89,6 +143,8 @@ void Stepper::paintEvent(QPaintEvent*) {
     }
     painter.setPen(QPen(colors.fieldBorder, 1));
     painter.drawLine(QPointF(half, box.top() + 6), QPointF(half, box.bottom() - 6));
+    if (hasFocus())
+        paintFocusRing(painter, box, 7);
 }
 
 } // namespace quorlen

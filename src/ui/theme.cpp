@@ -1,5 +1,8 @@
 #include "ui/theme.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace quorlen {
 
 namespace QuorlenTheme {
@@ -18,6 +21,47 @@ QColor porcelain() { return QColor::fromRgbF(0.95f, 0.92f, 0.86f); }
 QColor withOpacity(QColor color, double opacity) {
     color.setAlphaF(static_cast<float>(opacity));
     return color;
+}
+
+namespace {
+double linear(double channel) {
+    return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+}
+} // namespace
+
+double relativeLuminance(const QColor& color) {
+    const QColor rgb = color.toRgb();
+    return 0.2126 * linear(rgb.redF()) + 0.7152 * linear(rgb.greenF()) +
+           0.0722 * linear(rgb.blueF());
+}
+
+double contrastRatio(const QColor& a, const QColor& b) {
+    const double la = relativeLuminance(a);
+    const double lb = relativeLuminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+QColor darkSurfaceReference() {
+    const QColor graphite = QuorlenTheme::graphite();
+    const double surface = 0.82;
+    auto mix = [&](double top, double under) { return surface * top + (1 - surface) * under; };
+    return QColor::fromRgbF(static_cast<float>(mix(0.16, graphite.redF())),
+                            static_cast<float>(mix(0.16, graphite.greenF())),
+                            static_cast<float>(mix(0.17, graphite.blueF())));
+}
+
+QColor textInk(const QColor& hue, ColorScheme scheme) {
+    if (scheme == ColorScheme::Light)
+        return hue;
+    constexpr double kMinimumContrast = 4.5;
+    const QColor background = darkSurfaceReference();
+    QColor ink = hue.toHsl();
+    // Lightness in small steps: the first that reads is the closest to the
+    // palette's own colour.
+    while (contrastRatio(ink, background) < kMinimumContrast && ink.lightnessF() < 1.0f)
+        ink.setHslF(ink.hslHueF(), ink.hslSaturationF(), std::min(1.0f, ink.lightnessF() + 0.01f));
+    ink.setAlphaF(hue.alphaF());
+    return ink.toRgb();
 }
 
 SchemeColors schemeColors(ColorScheme scheme) {

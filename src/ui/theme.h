@@ -37,4 +37,18 @@ SchemeColors schemeColors(ColorScheme scheme);
 // `color` with its alpha replaced by `opacity` (0..1).
 QColor withOpacity(QColor color, double opacity);
 
+// WCAG 2 relative luminance of an opaque colour, and the contrast ratio of
+// two (1 to 21).
+double relativeLuminance(const QColor& color);
+double contrastRatio(const QColor& a, const QColor& b);
+
+// The darkest surface text sits on in the dark scheme: the panel surface
+// over the backdrop's graphite.
+QColor darkSurfaceReference();
+
+// A palette hue used as text: as it is in the light scheme; in the dark
+// scheme lightened, keeping its hue, until it reads at 4.5:1 on the dark
+// surface (the deep palette reds and greens do not).
+QColor textInk(const QColor& hue, ColorScheme scheme);
+
 } // namespace quorlen

@@ -73,9 +73,12 @@ TEST(ContentView, RowClicksSelectOnceAndAreAllReported) {
     EXPECT_EQ(clicked.count(), 2);
 }
 
+// Up and Down move the selection but are no row clicks: only clicks are
+// reported as tool use.
 TEST(ContentView, ArrowKeysWalkTheToolList) {
     ContentView view(QStringLiteral("rhythm"));
     view.show();
+    QSignalSpy clicks(&view, &ContentView::toolRowClicked);
     SidebarToolRow* rhythm = view.sidebar()->row(CalculatorTool::rhythm);
     rhythm->setFocus();
     QTest::keyClick(rhythm, Qt::Key_Down);
@@ -84,6 +87,7 @@ TEST(ContentView, ArrowKeysWalkTheToolList) {
     QTest::keyClick(view.sidebar()->row(CalculatorTool::rhythm), Qt::Key_Up);
     QTest::keyClick(view.sidebar()->row(CalculatorTool::bpm), Qt::Key_Up); // stays at the top
     EXPECT_EQ(view.shownTool(), CalculatorTool::bpm);
+    EXPECT_EQ(clicks.count(), 0);
 }
 
 TEST(ContentView, SummaryFollowsTempoAndPitch) {
@@ -130,8 +134,10 @@ TEST(MainWindow, KeepsTheSelectionForTheNextLaunch) {
     EXPECT_EQ(reopened.content()->shownTool(), CalculatorTool::overtones);
     reopened.show();
     QApplication::setActiveWindow(&reopened);
+    QSignalSpy clicks(reopened.content(), &ContentView::toolRowClicked);
     QTest::keyClick(&reopened, Qt::Key_3, Qt::ControlModifier);
     EXPECT_EQ(reopened.content()->shownTool(), CalculatorTool::space);
+    EXPECT_EQ(clicks.count(), 0) << "a shortcut is no row click";
     EXPECT_EQ(Preferences().selectedCalculatorTool(), QStringLiteral("space"));
     Preferences().setSelectedCalculatorTool(QStringLiteral("overtones"));
 

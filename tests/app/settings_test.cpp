@@ -8,11 +8,14 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QImage>
 #include <QSettings>
 #include <QSpinBox>
 #include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace quorlen {
 namespace {
@@ -36,6 +39,31 @@ TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
                     QStringLiteral("calculator"));
     EXPECT_TRUE(store.value(QStringLiteral("statsOptOut")).toBool());
     EXPECT_TRUE(store.fileName().endsWith(QStringLiteral("quorlen/calculator.conf")));
+}
+
+// The unchecked box must show on the dark window: its rim, drawn by the
+// platform style, stands out from the window behind it (3:1 for a
+// control's outline).
+TEST(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
+    ColorSchemeHub::instance().setScheme(ColorScheme::Dark);
+    AppearanceController appearance;
+    SettingsDialog dialog(appearance);
+    QCheckBox* box = dialog.statsToggle();
+    box->setChecked(false);
+    box->resize(box->sizeHint());
+    const QColor window = schemeColors(ColorScheme::Dark).windowBackground;
+    QImage image(box->size(), QImage::Format_ARGB32);
+    image.fill(window);
+    box->render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
+    double strongest = 1;
+    // The indicator sits at the leading edge, before the label.
+    for (int x = 0; x < 20; ++x) {
+        for (int y = 0; y < image.height(); ++y)
+            strongest = std::max(strongest, contrastRatio(image.pixelColor(x, y), window));
+    }
+    EXPECT_GE(strongest, 3.0);
+    ColorSchemeHub::instance().setScheme(ColorScheme::Light);
+    Preferences().setStatsOptOut(false);
 }
 
 TEST(Settings, ExplanationNamesTheStatisticsHost) {

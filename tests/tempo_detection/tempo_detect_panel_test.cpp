@@ -9,15 +9,16 @@
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/octave_setting.h"
+#include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tempo_detection/waveform_grid.h"
 #include "test_signals.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_view.h"
 #include "ui/copyable_value.h"
-#include "ui/copyable_value.h"
 #include "ui/formula_strip.h"
 #include "ui/kit_button.h"
+#include "ui/scheme_label.h"
 #include "ui/theme.h"
 
 #include <QApplication>
@@ -118,7 +119,7 @@ TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
     EXPECT_EQ(child<CopyableText>(panel, "detectedTempo")->display(), "128");
     EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 64");
     EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 256");
-    const QString note = child<QLabel>(panel, "detectionNote")->text();
+    const QString note = child<SchemeLabel>(panel, "detectionNote")->text();
     EXPECT_TRUE(note.startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars")) << note.toStdString();
 
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
@@ -156,7 +157,7 @@ TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
     EXPECT_EQ(shownTempo(), "64");
     EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 32");
     EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 128");
-    const QString note = child<QLabel>(panel, "detectionNote")->text();
+    const QString note = child<SchemeLabel>(panel, "detectionNote")->text();
     EXPECT_TRUE(note.contains("file length fits exactly 2 bars")) << note.toStdString();
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
     EXPECT_EQ(window.content.state().bpm(), 64);
@@ -165,7 +166,7 @@ TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
     picker->choice()->setCurrentIndex(0);
     ASSERT_TRUE(analysed());
     EXPECT_EQ(shownTempo(), "128");
-    EXPECT_TRUE(child<QLabel>(panel, "detectionNote")->text().contains("fits exactly 4 bars"));
+    EXPECT_TRUE(child<SchemeLabel>(panel, "detectionNote")->text().contains("fits exactly 4 bars"));
     Preferences().setTempoOctave(detection::OctaveMode::classic());
 }
 
@@ -174,12 +175,12 @@ struct PanelRig {
     explicit PanelRig(std::function<detection::Analysis()> answer) {
         auto player = std::make_unique<TempoPreviewPlayer>(
             std::make_unique<quorlen::testing::FakeAudioBackend>());
-        auto model = std::make_unique<TempoDetectModel>(
+        model = std::make_unique<TempoDetectModel>(
             std::move(player),
             [answer](const std::string&, const detection::CancelCheck&, const detection::OctaveMode&) {
                 return answer();
             });
-        panel = std::make_unique<TempoDetectPanel>(state, std::move(model));
+        panel = std::make_unique<TempoDetectPanel>(state, *model);
         panel->resize(700, 400);
         panel->show();
     }
@@ -188,6 +189,7 @@ struct PanelRig {
         return quorlen::testing::waitUntil([this] { return !panel->model().isAnalysing(); });
     }
     CalculatorState state;
+    std::unique_ptr<TempoDetectModel> model;
     std::unique_ptr<TempoDetectPanel> panel;
 };
 
@@ -323,20 +325,35 @@ TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
     EXPECT_EQ(zone->heading(), "Drop an audio file here");
 }
 
-TEST(TempoDetectPanel, LeavingTheToolDuringAnAnalysisDropsIt) {
+// A person who checks the delay times for the tempo just detected comes
+// back to the analysis: a running one finishes meanwhile, a finished one
+// is still shown.
+TEST(TempoDetectPanel, TheAnalysisOutlivesAVisitToAnotherTool) {
     generated::TempDir dir;
     const QString path = QString::fromStdString(writeLoop(dir));
     ContentView content{QStringLiteral("bpm")};
+    content.resize(1100, 1400);
     content.show();
     auto* view = qobject_cast<TempoView*>(content.toolView());
     ASSERT_NE(view, nullptr);
     QPointer<TempoDetectPanel> panel = view->detectPanel();
     ASSERT_TRUE(dropFile(child<DropZone>(panel, "dropZone"), path));
-    ASSERT_TRUE(panel->model().isAnalysing());
-    content.selectTool(CalculatorTool::rhythm);
-    EXPECT_FALSE(panel->model().isAnalysing()) << "cancelled as the screen left";
-    // The old screen goes with the next turn of the event loop.
+    ASSERT_TRUE(content.detection().isAnalysing());
+
+    content.showTool(CalculatorTool::space);
     EXPECT_TRUE(quorlen::testing::waitUntil([&] { return panel.isNull(); }));
+    ASSERT_TRUE(quorlen::testing::waitUntil([&] { return !content.detection().isAnalysing(); },
+                                            20000));
+
+    for (const CalculatorTool away : {CalculatorTool::bpm, CalculatorTool::harmony,
+                                      CalculatorTool::bpm}) {
+        content.showTool(away);
+    }
+    auto* back = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(child<DropZone>(back->detectPanel(), "dropZone")->heading(), "Drop another file");
+    EXPECT_TRUE(child<QWidget>(back->detectPanel(), "detectionResults")->isVisible());
+    EXPECT_EQ(child<CopyableText>(back->detectPanel(), "detectedTempo")->display(), "128");
 }
 
 } // namespace

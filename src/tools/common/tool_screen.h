@@ -27,9 +27,13 @@ signals:
 
 protected:
     void hideEvent(QHideEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
+    void putHeaderFirstInTabOrder();
+
     ToolHeader* m_header;
+    bool m_tabOrderSet = false;
     QVBoxLayout* m_column;
     QColor m_accent;
 };

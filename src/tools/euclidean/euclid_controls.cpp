@@ -3,9 +3,9 @@
 #include "state/calculator_state.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
-#include "ui/integer_stepper.h"
 #include "ui/kit_button.h"
 #include "ui/segmented_picker.h"
+#include "ui/stepper.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace quorlen {
 namespace {
@@ -52,20 +53,27 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
       m_state(state) {
     setFixedWidth(kWidth);
 
-    m_steps = new IntegerStepper(1, kMaxSteps, state.euclidSteps(), this);
-    m_pulses = new IntegerStepper(0, state.euclidSteps(), state.euclidPulses(), this);
-    m_rotation = new IntegerStepper(0, std::max(state.euclidSteps() - 1, 0),
-                                    state.euclidRotation(), this);
+    m_steps = new Stepper(this);
+    m_pulses = new Stepper(this);
+    m_rotation = new Stepper(this);
     m_steps->setObjectName(QStringLiteral("euclidStepsStepper"));
     m_pulses->setObjectName(QStringLiteral("euclidPulsesStepper"));
     m_rotation->setObjectName(QStringLiteral("euclidRotationStepper"));
     addContent(counterRow(QStringLiteral("Steps (n)"), m_stepsValue, m_steps));
     addContent(counterRow(QStringLiteral("Pulses (k)"), m_pulsesValue, m_pulses));
     addContent(counterRow(QStringLiteral("Rotation"), m_rotationValue, m_rotation));
-    connect(m_steps, &IntegerStepper::valueChanged, &state, &CalculatorState::setEuclidSteps);
-    connect(m_pulses, &IntegerStepper::valueChanged, &state, &CalculatorState::setEuclidPulses);
-    connect(m_rotation, &IntegerStepper::valueChanged, &state,
-            &CalculatorState::setEuclidRotation);
+    // The steppers only offer steps inside the ranges (refresh), so each
+    // step is the value one away.
+    auto steps = [this](Stepper* stepper, int (CalculatorState::*read)() const,
+                        void (CalculatorState::*write)(int)) {
+        connect(stepper, &Stepper::steppedDown, &m_state,
+                [this, read, write] { (m_state.*write)((m_state.*read)() - 1); });
+        connect(stepper, &Stepper::steppedUp, &m_state,
+                [this, read, write] { (m_state.*write)((m_state.*read)() + 1); });
+    };
+    steps(m_steps, &CalculatorState::euclidSteps, &CalculatorState::setEuclidSteps);
+    steps(m_pulses, &CalculatorState::euclidPulses, &CalculatorState::setEuclidPulses);
+    steps(m_rotation, &CalculatorState::euclidRotation, &CalculatorState::setEuclidRotation);
 
     auto* stepLength = new QWidget(this);
     auto* stepColumn = new QVBoxLayout(stepLength);
@@ -78,6 +86,7 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
                                   QStringLiteral("1/16")},
                                  stepLength);
     m_note->setObjectName(QStringLiteral("euclidNotePicker"));
+    m_note->setAccessibleName(QStringLiteral("Step length"));
     stepColumn->addWidget(m_note);
     m_tempoSource = new SchemeLabel(uiFont(11), true, stepLength);
     m_tempoSource->setObjectName(QStringLiteral("euclidTempoSource"));
@@ -105,7 +114,7 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
     refresh();
 }
 
-QWidget* EuclidControls::counterRow(const QString& label, QLabel*& value, IntegerStepper* stepper) {
+QWidget* EuclidControls::counterRow(const QString& label, QLabel*& value, Stepper* stepper) {
     auto* row = new QWidget(this);
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -120,6 +129,7 @@ QWidget* EuclidControls::counterRow(const QString& label, QLabel*& value, Intege
     value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     value->setMinimumWidth(28);
     layout->addWidget(value);
+    stepper->setAccessibleName(label);
     stepper->setParent(row);
     layout->addWidget(stepper);
     return row;
@@ -137,14 +147,17 @@ void EuclidControls::addPreset(const QString& title, int pulses, int steps) {
 
 void EuclidControls::refresh() {
     const int steps = m_state.euclidSteps();
-    m_steps->setValue(steps);
-    m_pulses->setRange(0, steps);
-    m_pulses->setValue(m_state.euclidPulses());
-    m_rotation->setRange(0, std::max(steps - 1, 0));
-    m_rotation->setValue(m_state.euclidRotation());
-    m_stepsValue->setText(QString::number(steps));
-    m_pulsesValue->setText(QString::number(m_state.euclidPulses()));
-    m_rotationValue->setText(QString::number(m_state.euclidRotation()));
+    const int pulses = m_state.euclidPulses();
+    const int rotation = m_state.euclidRotation();
+    m_steps->setCanStep(steps > 1, steps < kMaxSteps);
+    m_pulses->setCanStep(pulses > 0, pulses < steps);
+    m_rotation->setCanStep(rotation > 0, rotation < std::max(steps - 1, 0));
+    for (auto [stepper, label, value] : {std::tuple{m_steps, m_stepsValue, steps},
+                                         std::tuple{m_pulses, m_pulsesValue, pulses},
+                                         std::tuple{m_rotation, m_rotationValue, rotation}}) {
+        label->setText(QString::number(value));
+        stepper->setValueText(QString::number(value));
+    }
 
     const int* note = std::find(std::begin(kNotes), std::end(kNotes), m_state.euclidNote());
     if (note != std::end(kNotes))

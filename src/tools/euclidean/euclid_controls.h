@@ -7,7 +7,7 @@ class QLabel;
 namespace quorlen {
 
 class CalculatorState;
-class IntegerStepper;
+class Stepper;
 class KitButton;
 class SegmentedPicker;
 
@@ -29,13 +29,13 @@ signals:
     void playToggled();
 
 private:
-    QWidget* counterRow(const QString& label, QLabel*& value, IntegerStepper* stepper);
+    QWidget* counterRow(const QString& label, QLabel*& value, Stepper* stepper);
     void addPreset(const QString& title, int pulses, int steps);
 
     CalculatorState& m_state;
-    IntegerStepper* m_steps;
-    IntegerStepper* m_pulses;
-    IntegerStepper* m_rotation;
+    Stepper* m_steps;
+    Stepper* m_pulses;
+    Stepper* m_rotation;
     QLabel* m_stepsValue = nullptr;
     QLabel* m_pulsesValue = nullptr;
     QLabel* m_rotationValue = nullptr;

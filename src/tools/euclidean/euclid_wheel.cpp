@@ -22,6 +22,7 @@ QPointF toQt(Euclid::Point point) { return {point.x, point.y}; }
 EuclidWheel::EuclidWheel(const QColor& accent, QWidget* parent)
     : QWidget(parent), m_accent(accent) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    setAccessibleName(QStringLiteral("Pattern Wheel"));
 }
 
 void EuclidWheel::setContent(const std::vector<bool>& pattern, std::optional<int> currentStep,
@@ -30,6 +31,12 @@ void EuclidWheel::setContent(const std::vector<bool>& pattern, std::optional<int
     m_currentStep = currentStep;
     m_title = title;
     m_subtitle = subtitle;
+    // A screen reader hears the pattern as it is written: x a hit, . a rest.
+    QString steps;
+    for (const bool hit : pattern)
+        steps += hit ? QLatin1Char('x') : QLatin1Char('.');
+    setAccessibleDescription(title + QStringLiteral(" · ") + subtitle + QStringLiteral(" · ") +
+                             steps);
     update();
 }
 

@@ -2,7 +2,9 @@
 
 #include "harmony/circle_of_fifths.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -31,7 +33,7 @@ QColor neutralFill() {
 ChordTile::ChordTile(const Look& look, const QColor& accent, QWidget* parent)
     : QAbstractButton(parent), m_look(look), m_accent(accent) {
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::NoFocus);
+    makeKeyboardButton(this);
     setAttribute(Qt::WA_Hover);
     setFixedHeight(look.height);
 }
@@ -42,6 +44,7 @@ void ChordTile::setChord(const QString& name, const QString& numeral) {
     m_name = name;
     m_numeral = numeral;
     setText(name);
+    setAccessibleName(name + QLatin1Char(' ') + numeral);
     updateGeometry();
     update();
 }
@@ -86,6 +89,8 @@ void ChordTile::paintEvent(QPaintEvent*) {
     painter.setPen(numeralInk);
     painter.drawText(QRectF(0, mid + 1, width(), m_look.numeralSize + 4),
                      Qt::AlignHCenter | Qt::AlignTop, m_numeral);
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 7);
 }
 
 QMenu* ChordTile::createContextMenu(QWidget* parent) {

@@ -33,8 +33,6 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
       m_state(state),
       m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor},
       m_synthesiser(synthesiser), m_steps(new StepTimer(synthesiser, this)) {
-    setMinimumWidth(640);
-
     auto* wheelPanel = new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"),
                                         accent, this);
     m_wheel = new FifthsWheel(accent, wheelPanel);
@@ -44,12 +42,11 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
     auto* rowLayout = new QHBoxLayout(row);
     rowLayout->setContentsMargins(0, 0, 0, 0);
     rowLayout->setSpacing(14);
-    // The wheel's card shrinks with narrow windows and never grows past the
-    // wheel, so wide windows leave the room after the details.
-    wheelPanel->setMaximumWidth(FifthsWheel::kSide + 32);
+    // The wheel's card takes the width the details leave, so the row is as
+    // wide as the panels below it; the wheel shrinks with narrow windows
+    // and stays centred in its card.
     rowLayout->addWidget(wheelPanel, 1, Qt::AlignTop);
     rowLayout->addWidget(m_details, 0, Qt::AlignTop);
-    rowLayout->addStretch(0);
     addSection(row);
 
     m_progression = new ProgressionPanel(accent, this);

@@ -1,9 +1,11 @@
 #include "tools/fifths/fifths_wheel.h"
 
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
 
 #include <QEasingCurve>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -40,7 +42,11 @@ QPointF toQt(wheel::Point p) { return {p.x, p.y}; }
 FifthsWheel::FifthsWheel(const QColor& accent, QWidget* parent)
     : QWidget(parent), m_accent(accent) {
     setObjectName(QStringLiteral("fifthsWheel"));
+    // Before anything could ask for this widget's accessible interface.
+    installKitAccessibility();
     setMouseTracking(true);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(QStringLiteral("Key Wheel"));
     setMinimumSize(kMinimumSide, kMinimumSide);
     setMaximumSize(kSide, kSide);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
@@ -60,6 +66,8 @@ void FifthsWheel::setSelection(KeySelection selection) {
     if (selection == m_selection)
         return;
     m_selection = selection;
+    // The keyboard ring goes where the selection went.
+    m_cursor = {selection.isMinor ? Ring::minor : Ring::major, selection.index};
     retarget(kSelectionEaseMs);
 }
 
@@ -163,11 +171,16 @@ void FifthsWheel::paintEvent(QPaintEvent*) {
             paintLabel(painter, {ring, i});
     }
     paintBadge(painter);
+    if (hasFocus()) {
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(focusRingColor(currentScheme()), 2.5));
+        painter.drawPath(segmentPath(m_cursor));
+    }
     if (!moving)
         m_frame.stop();
 }
 
-void FifthsWheel::paintSegment(QPainter& painter, SegmentID segment, QColor fill) const {
+QPainterPath FifthsWheel::segmentPath(SegmentID segment) const {
     const double r = radius();
     const QPointF c(width() / 2.0, height() / 2.0);
     const wheel::RingBand& band = wheel::band(segment.ring);
@@ -183,9 +196,13 @@ void FifthsWheel::paintSegment(QPainter& painter, SegmentID segment, QColor fill
     path.arcTo(QRectF(c.x() - inner, c.y() - inner, 2 * inner, 2 * inner), -span.endDeg,
                span.endDeg - span.startDeg);
     path.closeSubpath();
+    return path;
+}
+
+void FifthsWheel::paintSegment(QPainter& painter, SegmentID segment, QColor fill) const {
     painter.setPen(QPen(outlineColor(), 1));
     painter.setBrush(fill);
-    painter.drawPath(path);
+    painter.drawPath(segmentPath(segment));
 }
 
 void FifthsWheel::paintLabel(QPainter& painter, SegmentID segment) const {
@@ -236,7 +253,7 @@ void FifthsWheel::paintBadge(QPainter& painter) const {
     painter.drawText(QRectF(circle.left(), c.y() + 1, kBadgeDiameter, 16), Qt::AlignCenter,
                      m_selection.isMinor ? QStringLiteral("minor") : QStringLiteral("major"));
     painter.setFont(monoFont(12, QFont::DemiBold));
-    painter.setPen(m_accent);
+    painter.setPen(textInk(m_accent, currentScheme()));
     painter.drawText(QRectF(circle.left(), c.y() + 18, kBadgeDiameter, 16), Qt::AlignCenter,
                      QString::fromStdString(
                          CircleOfFifths::signatureText(m_selection.slot().accidentals)));
@@ -263,6 +280,78 @@ void FifthsWheel::mouseReleaseEvent(QMouseEvent* event) {
     const auto pressed = std::exchange(m_pressed, std::nullopt);
     if (released == pressed)
         emit segmentClicked(released->index, released->ring == Ring::minor);
+}
+
+SegmentID FifthsWheel::part(int index) {
+    return {index < 12 ? Ring::major : Ring::minor, index % 12};
+}
+
+QString FifthsWheel::accessiblePartName(int index) const {
+    const SegmentID segment = part(index);
+    const KeySlot& slot = CircleOfFifths::slotAt(segment.index);
+    // The minor names end in "m" ("F♯m"); spoken, the mode is a word.
+    const std::string_view name = segment.ring == Ring::major
+                                      ? slot.major
+                                      : slot.minor.substr(0, slot.minor.size() - 1);
+    return QString::fromUtf8(name.data(), qsizetype(name.size())) +
+           (segment.ring == Ring::major ? QStringLiteral(" major") : QStringLiteral(" minor"));
+}
+
+QRect FifthsWheel::accessiblePartRect(int index) const {
+    return segmentPath(part(index)).boundingRect().toAlignedRect();
+}
+
+bool FifthsWheel::isAccessiblePartChecked(int index) const {
+    const SegmentID segment = part(index);
+    return segment.index == m_selection.index &&
+           (segment.ring == Ring::minor) == m_selection.isMinor;
+}
+
+void FifthsWheel::pressAccessiblePart(int index) {
+    const SegmentID segment = part(index);
+    emit segmentClicked(segment.index, segment.ring == Ring::minor);
+}
+
+// The keyboard walks the wheel as it reads: Left and Right go round the
+// ring, Up takes the major ring and Down the minor; Space or Return picks.
+void FifthsWheel::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Left:
+        m_cursor.index = (m_cursor.index + 11) % 12;
+        break;
+    case Qt::Key_Right:
+        m_cursor.index = (m_cursor.index + 1) % 12;
+        break;
+    case Qt::Key_Up:
+        m_cursor.ring = Ring::major;
+        break;
+    case Qt::Key_Down:
+        m_cursor.ring = Ring::minor;
+        break;
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        emit segmentClicked(m_cursor.index, m_cursor.ring == Ring::minor);
+        return;
+    default:
+        return QWidget::keyPressEvent(event);
+    }
+    update();
+}
+
+bool FifthsWheel::event(QEvent* event) {
+    // Space picks the segment under the ring, ahead of window shortcuts.
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        event->accept();
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+void FifthsWheel::focusInEvent(QFocusEvent* event) {
+    m_cursor = {m_selection.isMinor ? Ring::minor : Ring::major, m_selection.index};
+    QWidget::focusInEvent(event);
 }
 
 void FifthsWheel::leaveEvent(QEvent* event) {

@@ -2,9 +2,11 @@
 
 #include "harmony/key_selection.h"
 #include "harmony/wheel_geometry.h"
+#include "ui/accessible_parts.h"
 
 #include <QColor>
 #include <QElapsedTimer>
+#include <QPainterPath>
 #include <QTimer>
 #include <QWidget>
 
@@ -17,12 +19,17 @@ namespace quorlen {
 // their relative minors inside, the selected key in a badge in the middle.
 // Fills follow the selection and the pointer, easing out over 0.16 s and
 // 0.12 s. A click on a segment's drawn shape emits segmentClicked; what
-// that selects and sounds is the screen's business.
-class FifthsWheel : public QWidget {
+// that selects and sounds is the screen's business. With keyboard focus the
+// arrows move a ring around one segment, which Space or Return picks; a
+// screen reader sees the 24 segments as parts (majors, then minors).
+class FifthsWheel : public QWidget, public AccessibleParts {
     Q_OBJECT
 public:
     static constexpr int kSide = 430; // px, the largest square drawn
-    static constexpr int kMinimumSide = 300;
+    // The smallest wheel whose centre disc (0.47 of the radius) still holds
+    // the badge, and which fits beside the key details in the narrowest
+    // window.
+    static constexpr int kMinimumSide = 262;
     static constexpr int kBadgeDiameter = 122;
     static constexpr int kHoverEaseMs = 120;
     static constexpr int kSelectionEaseMs = 160;
@@ -48,6 +55,12 @@ public:
     QSize sizeHint() const override { return {kSide, kSide}; }
     QSize minimumSizeHint() const override { return {kMinimumSide, kMinimumSide}; }
 
+    int accessiblePartCount() const override { return 24; }
+    QString accessiblePartName(int part) const override;
+    QRect accessiblePartRect(int part) const override;
+    bool isAccessiblePartChecked(int part) const override;
+    void pressAccessiblePart(int part) override;
+
 signals:
     void segmentClicked(int index, bool minor);
 
@@ -57,6 +70,9 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     // Per segment: the colour it eases from, the fill it eases to, and when.
@@ -69,6 +85,8 @@ private:
     };
 
     static size_t slotOf(wheel::SegmentID segment);
+    static wheel::SegmentID part(int index);
+    QPainterPath segmentPath(wheel::SegmentID segment) const;
     void setHovered(std::optional<wheel::SegmentID> hovered);
     void retarget(int durationMs);
     QColor fillFor(wheel::SegmentFill fill) const;
@@ -82,6 +100,7 @@ private:
     KeySelection m_selection;
     std::optional<wheel::SegmentID> m_hovered;
     std::optional<wheel::SegmentID> m_pressed;
+    wheel::SegmentID m_cursor{wheel::Ring::major, 0};
     std::array<Transition, 24> m_transitions{};
     QElapsedTimer m_clock;
     QTimer m_frame;

@@ -16,6 +16,7 @@ NoteChip::NoteChip(const QColor& accent, QWidget* parent)
 
 void NoteChip::setNote(const QString& note, bool isTonic) {
     setCopyText(QString::fromStdString(clipboardSpelling(note.toStdString())));
+    setAccessibleName(note);
     if (note == m_note && isTonic == m_tonic)
         return;
     m_note = note;

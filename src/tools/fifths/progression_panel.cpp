@@ -49,6 +49,9 @@ ProgressionPanel::ProgressionPanel(const QColor& accent, QWidget* parent)
     sequenceRow->setSpacing(10);
     m_empty = new SchemeLabel(QStringLiteral("Tap chords above to build a loop"), uiFont(12),
                               SchemeLabel::Role::Secondary, this);
+    // In the narrowest window the hint takes a second line beside the
+    // buttons rather than being cut.
+    m_empty->setFit(SchemeLabel::Fit::Wrap);
     sequenceRow->addWidget(m_empty, 1);
 
     m_chipRow = new QWidget;
@@ -60,6 +63,8 @@ ProgressionPanel::ProgressionPanel(const QColor& accent, QWidget* parent)
     m_chipScroller->setObjectName(QStringLiteral("progressionChips"));
     m_chipScroller->setWidget(m_chipRow);
     m_chipScroller->setWidgetResizable(true);
+    // The chips take focus one by one; the strip itself is no stop.
+    m_chipScroller->setFocusPolicy(Qt::NoFocus);
     m_chipScroller->setFrameShape(QFrame::NoFrame);
     m_chipScroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_chipScroller->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -3,7 +3,9 @@
 #include "text/number_format.h"
 #include "tools/common/cents_color.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -29,7 +31,11 @@ void copyText(const QString& text) {
 HarmonicBar::HarmonicBar(const QColor& accent, QWidget* parent)
     : QAbstractButton(parent), m_accent(accent) {
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::NoFocus);
+    makeKeyboardButton(this);
+    // A toggle to a screen reader: checked while the harmonic sounds in
+    // the sum. The owner decides; setState mirrors it.
+    setCheckable(true);
+    setChecked(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFixedHeight(300);
 }
@@ -44,6 +50,7 @@ void HarmonicBar::setHarmonic(const Harmonic& harmonic) {
                             text::format("%.1f Hz", harmonic.frequency) + " · " +
                             harmonic.noteName + " " + text::format("%+.0f¢", harmonic.cents);
     setToolTip(QString::fromStdString(tip));
+    setAccessibleName(QString::fromStdString(tip));
     update();
 }
 
@@ -52,6 +59,7 @@ void HarmonicBar::setState(bool enabled, bool current) {
         return;
     m_enabled = enabled;
     m_current = current;
+    setChecked(enabled);
     update();
 }
 
@@ -86,9 +94,11 @@ void HarmonicBar::paintEvent(QPaintEvent*) {
                      QString::fromStdString(m_harmonic.noteName));
     line.translate(0, 14);
     painter.setFont(uiFont(9, QFont::DemiBold));
-    painter.setPen(centsColor(m_harmonic.cents));
+    painter.setPen(textInk(centsColor(m_harmonic.cents), currentScheme()));
     painter.drawText(line, Qt::AlignHCenter | Qt::AlignVCenter,
                      QString::fromStdString(text::format("%+.0f¢", m_harmonic.cents)));
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 6);
 }
 
 QMenu* HarmonicBar::createContextMenu(QWidget* parent) {

@@ -31,7 +31,8 @@ void FrequencyCell::paintLabel(QPainter& painter, bool copied) {
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 2, -1, -2), 6, 6);
     }
     painter.setFont(font());
-    painter.setPen(copied || m_reference ? m_accent : currentColors().primaryText);
+    painter.setPen(copied || m_reference ? textInk(m_accent, currentScheme())
+                                         : currentColors().primaryText);
     painter.drawText(rect().adjusted(0, 0, -6, 0), Qt::AlignRight | Qt::AlignVCenter,
                      copied ? QStringLiteral("Copied") : copyText());
 }

@@ -79,7 +79,8 @@ void FrequencyMatrix::paintEvent(QPaintEvent*) {
     painter.drawText(QRect(kPaddingX, 0, kNoteColumnWidth, headerHeight()),
                      Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Note"));
     for (int octave : NoteFrequency::octaves) {
-        painter.setPen(octave == kReferenceOctave ? m_accent : colors.secondaryText);
+        painter.setPen(octave == kReferenceOctave ? textInk(m_accent, currentScheme())
+                                               : colors.secondaryText);
         painter.drawText(QRect(firstCellX + octave * cellWidth, 0, cellWidth - 6, headerHeight()),
                          Qt::AlignRight | Qt::AlignVCenter, QString::number(octave));
     }

@@ -33,6 +33,7 @@ TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWi
 
     m_stepper = new Stepper(this);
     m_stepper->setObjectName(QStringLiteral("a4Stepper"));
+    m_stepper->setAccessibleName(QStringLiteral("A4 tuning"));
     auto* stepperColumn = new QVBoxLayout;
     stepperColumn->addSpacing(18); // level with the field's text, below its title
     stepperColumn->addWidget(m_stepper);
@@ -42,6 +43,7 @@ TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWi
     sliderColumn->setSpacing(2);
     m_slider = new KitSlider(accent, this);
     m_slider->setObjectName(QStringLiteral("a4Slider"));
+    m_slider->setAccessibleName(QStringLiteral("A4 tuning"));
     m_slider->setRange(static_cast<int>(kA4Range.min), static_cast<int>(kA4Range.max));
     sliderColumn->addWidget(m_slider);
     auto* captions = new QHBoxLayout;
@@ -79,7 +81,7 @@ TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWi
         m_state.setA4(std::clamp(m_state.a4() + 1, kA4Range.min, kA4Range.max));
     });
     // The slider's positions are whole hertz, so dragging leaves whole numbers.
-    connect(m_slider, &QSlider::valueChanged, context,
+    connect(m_slider, &KitSlider::picked, context,
             [this](int value) { m_state.setA4(value); });
     connect(reset, &QAbstractButton::clicked, context, [this] {
         m_state.setA4(440.0);
@@ -110,6 +112,7 @@ void TuningControls::syncControls() {
     const QSignalBlocker blocker(m_slider);
     m_slider->setValue(static_cast<int>(std::lround(a4)));
     m_stepper->setCanStep(a4 > kA4Range.min, a4 < kA4Range.max);
+    m_stepper->setValueText(m_state.a4Text() + QStringLiteral(" Hz"));
 }
 
 } // namespace quorlen

@@ -70,6 +70,7 @@ ResultTile::ResultTile(const QString& title, bool emphasized, const QColor& acce
 void ResultTile::setMs(double ms) {
     setCopyText(spaceCopyText(ms));
     m_display = spaceDisplayText(ms);
+    setAccessibleName(m_title + QLatin1Char(' ') + m_display);
     updateGeometry();
     update();
 }
@@ -94,6 +95,7 @@ DelayChip::DelayChip(const QString& label, const QColor& accent, QWidget* parent
 void DelayChip::setMs(double ms) {
     setCopyText(spaceCopyText(ms));
     m_display = spaceDisplayText(ms);
+    setAccessibleName(m_label + QLatin1Char(' ') + m_display);
     updateGeometry();
     update();
 }

@@ -4,7 +4,9 @@
 #include "tools/common/cents_color.h"
 #include "ui/color_scheme.h"
 #include "ui/copyable_value.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -21,7 +23,7 @@ QString formatted(const char* pattern, double value) {
 StepRow::StepRow(const QColor& accent, QWidget* parent) : QAbstractButton(parent), m_accent(accent) {
     setFixedHeight(kHeight);
     setCursor(Qt::PointingHandCursor);
-    setFocusPolicy(Qt::NoFocus);
+    makeKeyboardButton(this);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(kStepColumnWidth + 10, 0, 170, 0);
     row->setSpacing(8);
@@ -45,6 +47,9 @@ void StepRow::setStep(const TetStep& step, bool isOctave) {
     m_ratio->setValue(formatted("×%.4f", step.ratio), formatted("%.5f", step.ratio));
     m_cents->setValue(formatted("%.1f ¢", step.centsFromRoot), formatted("%.1f", step.centsFromRoot));
     setToolTip(formatted("Play %.2f Hz", step.frequency));
+    const QString label =
+        isOctave ? QStringLiteral("octave") : QStringLiteral("Step %1").arg(step.index);
+    setAccessibleName(label + QStringLiteral(" · ") + QString::fromStdString(step.nearestNote));
     update();
 }
 
@@ -89,12 +94,14 @@ void StepRow::paintEvent(QPaintEvent*) {
     const int centsWidth = QFontMetrics(centsFont).horizontalAdvance(cents);
     const QRect centsRect(width() - 10 - centsWidth, 0, centsWidth, height());
     painter.setFont(centsFont);
-    painter.setPen(centsColor(m_step.nearestCents));
+    painter.setPen(textInk(centsColor(m_step.nearestCents), currentScheme()));
     painter.drawText(centsRect, Qt::AlignRight | Qt::AlignVCenter, cents);
     painter.setFont(noteFont);
     painter.setPen(colors.primaryText);
     painter.drawText(QRect(width() - 170, 0, 170 - 10 - centsWidth - 6, height()),
                      Qt::AlignRight | Qt::AlignVCenter, note);
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 6);
 }
 
 } // namespace quorlen

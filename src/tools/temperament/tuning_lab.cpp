@@ -36,6 +36,7 @@ TuningLab::TuningLab(CalculatorState& state, const QColor& accent, QWidget* pare
     row->addWidget(m_field, 0, Qt::AlignVCenter);
     m_referenceStepper = new Stepper(this);
     m_referenceStepper->setObjectName(QStringLiteral("referenceStepper"));
+    m_referenceStepper->setAccessibleName(QStringLiteral("Reference · Hz"));
     auto* stepperColumn = new QVBoxLayout;
     stepperColumn->addSpacing(18); // level with the field's text, below its title
     stepperColumn->addWidget(m_referenceStepper);
@@ -55,6 +56,7 @@ TuningLab::TuningLab(CalculatorState& state, const QColor& accent, QWidget* pare
     divisionsRow->addWidget(m_divisionsLabel);
     m_divisionsStepper = new Stepper(this);
     m_divisionsStepper->setObjectName(QStringLiteral("divisionsStepper"));
+    m_divisionsStepper->setAccessibleName(QStringLiteral("Divisions per octave"));
     divisionsRow->addWidget(m_divisionsStepper);
     divisions->addLayout(divisionsRow);
     row->addLayout(divisions);
@@ -132,6 +134,8 @@ void TuningLab::syncControls() {
                                    reference < kTetReferenceRange.max);
     m_divisionsStepper->setCanStep(divisions > kMinTetDivisions, divisions < kMaxTetDivisions);
     m_divisionsLabel->setText(QString::number(divisions));
+    m_divisionsStepper->setValueText(QString::number(divisions));
+    m_referenceStepper->setValueText(m_state.tetReferenceText() + QStringLiteral(" Hz"));
     if (m_state.tetPlaying())
         m_play->setLabel(QStringLiteral("Stop"), QStringLiteral("stop.fill"));
     else

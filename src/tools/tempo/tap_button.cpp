@@ -1,7 +1,9 @@
 #include "tools/tempo/tap_button.h"
 
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 #include "ui/fonts.h"
+#include "ui/keyboard_button.h"
 #include "ui/symbol_icon.h"
 
 #include <QPainter>
@@ -14,8 +16,9 @@ TapButton::TapButton(const QColor& accent, QWidget* parent)
     setFont(uiFont(14, QFont::DemiBold));
     setCursor(Qt::PointingHandCursor);
     setAttribute(Qt::WA_Hover);
-    // Space belongs to the tap shortcut, not to a focused button.
-    setFocusPolicy(Qt::NoFocus);
+    // Space taps through the window's shortcut, or through the button
+    // itself while it has focus; either way it is one tap.
+    makeKeyboardButton(this);
     setFixedSize(sizeHint());
 }
 
@@ -38,6 +41,8 @@ void TapButton::paintEvent(QPaintEvent*) {
     painter.setPen(currentColors().primaryText);
     painter.drawText(QRectF(left + iconSize + gap, 0, width(), height()),
                      Qt::AlignLeft | Qt::AlignVCenter, text());
+    if (hasFocus())
+        paintFocusRing(painter, rect(), 8);
 }
 
 KeyCap::KeyCap(const QString& key, QWidget* parent) : QWidget(parent), m_key(key) {

@@ -48,12 +48,14 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
 
     m_stepper = new Stepper(this);
     m_stepper->setObjectName(QStringLiteral("bpmStepper"));
+    m_stepper->setAccessibleName(QStringLiteral("BPM"));
     row->addWidget(m_stepper, 0, Qt::AlignBottom);
 
     auto* sliderColumn = new QVBoxLayout;
     sliderColumn->setSpacing(2);
     m_slider = new KitSlider(accent, this);
     m_slider->setObjectName(QStringLiteral("bpmSlider"));
+    m_slider->setAccessibleName(QStringLiteral("BPM"));
     m_slider->setRange(static_cast<int>(tempo::kControlBpmRange.min),
                        static_cast<int>(tempo::kControlBpmRange.max));
     sliderColumn->addWidget(m_slider);
@@ -96,7 +98,7 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
             [this] { m_state.setBpm(tempo::steppedBpm(m_state.bpm(), -1)); });
     connect(m_stepper, &Stepper::steppedUp, context,
             [this] { m_state.setBpm(tempo::steppedBpm(m_state.bpm(), +1)); });
-    connect(m_slider, &QSlider::valueChanged, context,
+    connect(m_slider, &KitSlider::picked, context,
             [this](int value) { m_state.setBpm(value); });
 
     connect(&state, &CalculatorState::bpmChanged, this, [this] {
@@ -137,6 +139,7 @@ void TempoControls::syncControls() {
     const QSignalBlocker blocker(m_slider);
     m_slider->setValue(static_cast<int>(std::lround(bpm)));
     m_stepper->setCanStep(bpm > tempo::kControlBpmRange.min, bpm < tempo::kControlBpmRange.max);
+    m_stepper->setValueText(m_state.bpmText() + QStringLiteral(" BPM"));
 }
 
 void TempoControls::tap() {

@@ -12,16 +12,17 @@
 
 namespace quorlen {
 
-TempoView::TempoView(CalculatorState& state, const QColor& accent, QWidget* parent)
+TempoView::TempoView(CalculatorState& state, TempoDetectModel& detection, const QColor& accent,
+                     QWidget* parent)
     : ToolScreen(QStringLiteral("Tempo"), QStringLiteral("BPM to Milliseconds"),
                  QStringLiteral("metronome"), accent, parent),
       m_state(state) {
     setObjectName(QStringLiteral("tempoView"));
     m_controls = new TempoControls(state, accent, this);
     addSection(m_controls);
-    m_detectPanel = new TempoDetectPanel(state, nullptr, this);
+    m_detectPanel = new TempoDetectPanel(state, detection, this);
     addSection(m_detectPanel);
-    // Leaving the tool stops the preview and drops an unfinished analysis.
+    // Leaving the tool stops the preview; the analysis goes on.
     connect(this, &ToolScreen::disappearing, m_detectPanel, &TempoDetectPanel::leave);
 
     auto* matrixPanel = new PremiumPanel(QStringLiteral("Subdivision Matrix"),

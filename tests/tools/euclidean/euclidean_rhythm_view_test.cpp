@@ -6,9 +6,9 @@
 #include "support/wait.h"
 #include "tools/euclidean/euclid_playback.h"
 #include "tools/euclidean/euclid_wheel.h"
-#include "ui/integer_stepper.h"
 #include "ui/kit_button.h"
 #include "ui/segmented_picker.h"
+#include "ui/stepper.h"
 #include "ui/theme.h"
 #include "ui/tool_header.h"
 
@@ -17,11 +17,11 @@
 #include <QLabel>
 #include <QMenu>
 #include <QTest>
-#include <QToolButton>
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string_view>
 
 namespace quorlen {
 namespace {
@@ -45,11 +45,13 @@ struct Screen {
         return widget;
     }
     QString label(const char* name) const { return find<QLabel>(name)->text(); }
-    void step(const char* stepper, const char* button, int times) {
-        auto* target = find<IntegerStepper>(stepper)->findChild<QToolButton*>(
-            QString::fromLatin1(button));
+    // Clicks on the − (left) or + (right) half of a stepper.
+    void step(const char* stepper, const char* half, int times) {
+        auto* target = find<Stepper>(stepper);
+        const bool up = std::string_view(half) == "increment";
+        const QPoint at(up ? target->width() * 3 / 4 : target->width() / 4, target->height() / 2);
         for (int i = 0; i < times; ++i)
-            QTest::mouseClick(target, Qt::LeftButton);
+            QTest::mouseClick(target, Qt::LeftButton, {}, at);
     }
     void pickNote(int segment) {
         auto* picker = find<SegmentedPicker>("euclidNotePicker");

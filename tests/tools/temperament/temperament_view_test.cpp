@@ -67,14 +67,14 @@ TEST(TemperamentView, ReferenceFieldCommitsAndTheStepperTakesTypedTextFirst) {
     EXPECT_EQ(s.state.tetReference(), 261.63);
     EXPECT_EQ(s.field()->text(), QStringLiteral("261.63"));
 
+    s.type(QStringLiteral("300.4"));
+    s.view.lab()->referenceStepper()->stepUp();
+    EXPECT_DOUBLE_EQ(s.state.tetReference(), 301.4);
+    EXPECT_EQ(s.state.tetReferenceText(), QStringLiteral("301.40"));
+
     s.type(QStringLiteral("5000"));
     s.field()->setFocused(false);
     EXPECT_EQ(s.state.tetReference(), 2000);
-
-    s.type(QStringLiteral("300.4"));
-    emit s.view.lab()->referenceStepper()->steppedUp();
-    EXPECT_DOUBLE_EQ(s.state.tetReference(), 301.4);
-    EXPECT_EQ(s.state.tetReferenceText(), QStringLiteral("301.40"));
 }
 
 TEST(TemperamentView, ScalePlaysUpToTheOctaveAndStops) {
@@ -116,7 +116,7 @@ TEST(TemperamentView, NewDivisionsRestartARunningScaleFromTheReference) {
     s.view.startPlayback();
     s.view.advancePlayback();
     s.view.advancePlayback();
-    emit s.view.lab()->divisionsStepper()->steppedUp();
+    s.view.lab()->divisionsStepper()->stepUp();
     EXPECT_EQ(s.state.tetDivisions(), 13);
     EXPECT_TRUE(s.state.tetPlaying());
     EXPECT_EQ(s.state.tetStep(), 0);

@@ -15,7 +15,9 @@
 #include <QLineEdit>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <cmath>
 #include <ostream>
+#include <tuple>
 
 // Failures show the text, not its UTF-16 units.
 QT_BEGIN_NAMESPACE
@@ -163,6 +165,36 @@ TEST_F(TempoViewTest, StepperAndSliderKeepTo20Through400) {
     clickOutside();
     QTest::mouseClick(stepper, Qt::LeftButton, {}, up);
     EXPECT_EQ(content.state().bpm(), 20);
+}
+
+// A typed tempo outside the slider's range or between its whole positions
+// shows the knob at the nearest end or position; a press there writes it,
+// and until then the typed value stands.
+TEST_F(TempoViewTest, APressOnTheSliderAlwaysWritesItsValue) {
+    auto* slider = view->findChild<KitSlider*>(QStringLiteral("bpmSlider"));
+    ASSERT_NE(slider, nullptr);
+    const std::tuple<const char*, double, QPoint> cases[] = {
+        {"10", 20, QPoint(0, 5)},
+        {"600", 400, QPoint(slider->width() - 1, 5)},
+    };
+    for (const auto& [typed, pressed, at] : cases) {
+        typeInField(QString::fromLatin1(typed));
+        QTest::keyClick(field->lineEdit(), Qt::Key_Return);
+        clickOutside();
+        EXPECT_EQ(content.state().bpm(), QString::fromLatin1(typed).toDouble());
+        QTest::mouseClick(slider, Qt::LeftButton, {}, at);
+        EXPECT_EQ(content.state().bpm(), pressed) << typed;
+    }
+
+    typeInField(QStringLiteral("98.5"));
+    QTest::keyClick(field->lineEdit(), Qt::Key_Return);
+    clickOutside();
+    EXPECT_EQ(slider->value(), 99);
+    EXPECT_EQ(content.state().bpm(), 98.5) << "shown at 99, not written";
+    // The knob's own position: 99 of 20...400 along the track.
+    const double knobX = 8 + (99.0 - 20) / 380 * (slider->width() - 16);
+    QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(static_cast<int>(std::lround(knobX)), 5));
+    EXPECT_EQ(content.state().bpm(), 99);
 }
 
 TEST_F(TempoViewTest, ValuesCopyWithoutUnit) {

@@ -1,0 +1,172 @@
+#include "app/content_view.h"
+#include "app/sidebar.h"
+#include "app/sidebar_tool_row.h"
+#include "tools/fifths/fifths_wheel.h"
+#include "tools/common/tool_screen.h"
+#include "ui/kit_slider.h"
+#include "ui/segmented_picker.h"
+#include "ui/stepper.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QApplication>
+#include <QLineEdit>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace quorlen {
+namespace {
+
+// What a person operates: buttons (copyable values, rows, tiles and bars
+// are buttons too), fields, sliders, steppers, pickers and the key wheel.
+bool isControl(const QWidget* widget) {
+    return qobject_cast<const QAbstractButton*>(widget) || qobject_cast<const QLineEdit*>(widget) ||
+           qobject_cast<const KitSlider*>(widget) || qobject_cast<const Stepper*>(widget) ||
+           qobject_cast<const SegmentedPicker*>(widget) || qobject_cast<const FifthsWheel*>(widget);
+}
+
+std::vector<QWidget*> shownControls(QWidget* screen) {
+    std::vector<QWidget*> controls;
+    for (QWidget* widget : screen->findChildren<QWidget*>()) {
+        if (isControl(widget) && widget->isVisible() && widget->isEnabled())
+            controls.push_back(widget);
+    }
+    return controls;
+}
+
+QString describe(const QWidget* widget) {
+    return QString::fromLatin1(widget->metaObject()->className()) + QLatin1Char(' ') +
+           widget->objectName() + QLatin1Char(' ') + widget->accessibleName();
+}
+
+class KeyboardAccess : public ::testing::TestWithParam<CalculatorTool> {
+protected:
+    void SetUp() override {
+        view.resize(1100, 800);
+        view.show();
+        QApplication::setActiveWindow(&view);
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+        view.showTool(GetParam());
+    }
+    ContentView view{QStringLiteral("bpm")};
+};
+
+// Tab from the first sidebar row goes once round the window and must meet
+// every shown control of the tool on the way.
+TEST_P(KeyboardAccess, TabReachesEveryControlOfTheTool) {
+    SidebarToolRow* first = view.sidebar()->row(CalculatorTool::bpm);
+    first->setFocus(Qt::TabFocusReason);
+    std::set<QWidget*> reached;
+    std::vector<QWidget*> order;
+    for (int presses = 0; presses < 600; ++presses) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QWidget* focused = QApplication::focusWidget();
+        ASSERT_NE(focused, nullptr);
+        if (focused == first)
+            break;
+        reached.insert(focused);
+        order.push_back(focused);
+    }
+    ASSERT_EQ(QApplication::focusWidget(), first) << "Tab goes round and comes back";
+
+    const std::vector<QWidget*> controls = shownControls(view.toolView());
+    EXPECT_GT(controls.size(), 3u);
+    for (QWidget* control : controls)
+        EXPECT_TRUE(reached.count(control)) << describe(control).toStdString();
+
+    // Reading order: the sidebar first, then the tool from its header's
+    // figures down; never back and forth.
+    auto inTool = [this](QWidget* w) { return view.toolView()->isAncestorOf(w); };
+    const auto firstTool = std::find_if(order.begin(), order.end(), inTool);
+    ASSERT_NE(firstTool, order.end());
+    EXPECT_TRUE(std::all_of(firstTool, order.end(), inTool));
+    auto* screen = qobject_cast<ToolScreen*>(view.toolView());
+    ASSERT_NE(screen, nullptr);
+    EXPECT_TRUE(screen->header()->isAncestorOf(*firstTool)) << describe(*firstTool).toStdString();
+}
+
+bool isInteractiveRole(QAccessible::Role role) {
+    switch (role) {
+    case QAccessible::Button:
+    case QAccessible::CheckBox:
+    case QAccessible::RadioButton:
+    case QAccessible::SpinBox:
+    case QAccessible::Slider:
+    case QAccessible::EditableText:
+    case QAccessible::ComboBox:
+    case QAccessible::ButtonMenu:
+    case QAccessible::ButtonDropDown:
+    case QAccessible::Link:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void collectUnnamed(QAccessibleInterface* node, int& interactive, QStringList& unnamed) {
+    if (!node || node->state().invisible)
+        return;
+    if (isInteractiveRole(node->role())) {
+        ++interactive;
+        if (node->text(QAccessible::Name).trimmed().isEmpty()) {
+            QObject* object = node->object();
+            const QString parent = node->parent()->text(QAccessible::Name);
+            unnamed << (object ? QString::fromLatin1(object->metaObject()->className()) +
+                                     QLatin1Char(' ') + object->objectName()
+                               : QStringLiteral("part of ") + parent);
+        }
+    }
+    for (int i = 0; i < node->childCount(); ++i)
+        collectUnnamed(node->child(i), interactive, unnamed);
+}
+
+// What a screen reader gets: every interactive node of the tool has a name.
+TEST_P(KeyboardAccess, EveryInteractiveNodeHasAnAccessibleName) {
+    int interactive = 0;
+    QStringList unnamed;
+    collectUnnamed(QAccessible::queryAccessibleInterface(view.toolView()), interactive, unnamed);
+    EXPECT_GT(interactive, 3);
+    EXPECT_TRUE(unnamed.isEmpty()) << unnamed.join(QStringLiteral(", ")).toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryTool, KeyboardAccess,
+                         ::testing::Values(CalculatorTool::bpm, CalculatorTool::rhythm,
+                                           CalculatorTool::space, CalculatorTool::frequency,
+                                           CalculatorTool::temperament, CalculatorTool::overtones,
+                                           CalculatorTool::harmony),
+                         [](const auto& info) {
+                             return std::string(toolInfo(info.param).rawValue);
+                         });
+
+// The key wheel reads as 24 keys a screen reader can name and press, and
+// the keyboard walks it: Right goes clockwise, Down takes the minor ring.
+// (The selection is stored between windows, so the test sets its own.)
+TEST(KeyWheelAccess, SegmentsAreNamedChoicesAndTheArrowsPickKeys) {
+    ContentView view(QStringLiteral("harmony"));
+    view.show();
+    QApplication::setActiveWindow(&view);
+    auto* wheel = view.toolView()->findChild<FifthsWheel*>();
+    ASSERT_NE(wheel, nullptr);
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(wheel);
+    ASSERT_EQ(accessible->childCount(), 24);
+    EXPECT_EQ(accessible->child(0)->text(QAccessible::Name), "C major");
+    EXPECT_EQ(accessible->child(12 + 3)->text(QAccessible::Name), "F♯ minor");
+    accessible->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(wheel->selection(), (KeySelection{2, false})) << "D";
+    EXPECT_TRUE(accessible->child(2)->state().checked);
+
+    // The keyboard starts from the selected key.
+    wheel->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(wheel, Qt::Key_Right);
+    QTest::keyClick(wheel, Qt::Key_Down);
+    QTest::keyClick(wheel, Qt::Key_Space);
+    EXPECT_EQ(wheel->selection(), (KeySelection{3, true})) << "F♯m";
+    EXPECT_TRUE(accessible->child(12 + 3)->state().checked);
+    EXPECT_FALSE(accessible->child(2)->state().checked);
+}
+
+} // namespace
+} // namespace quorlen

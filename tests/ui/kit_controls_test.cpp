@@ -1,0 +1,168 @@
+#include "support/wait.h"
+#include "ui/focus_ring.h"
+#include "ui/kit_slider.h"
+#include "ui/premium_input_field.h"
+#include "ui/segmented_picker.h"
+#include "ui/stepper.h"
+#include "ui/theme.h"
+
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QApplication>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace quorlen {
+namespace {
+
+QPoint downHalf(const Stepper& s) { return {s.width() / 4, s.height() / 2}; }
+QPoint upHalf(const Stepper& s) { return {s.width() * 3 / 4, s.height() / 2}; }
+
+TEST(Stepper, APressStepsAtOnceAndHoldingRepeatsUntilRelease) {
+    Stepper stepper;
+    stepper.show();
+    QSignalSpy up(&stepper, &Stepper::steppedUp);
+    QSignalSpy down(&stepper, &Stepper::steppedDown);
+
+    QTest::mousePress(&stepper, Qt::LeftButton, {}, upHalf(stepper));
+    EXPECT_EQ(up.count(), 1) << "the step comes with the press, not the release";
+    ASSERT_TRUE(testing::waitUntil([&] { return up.count() >= 4; }, 3000)) << "held: repeats";
+    QTest::mouseRelease(&stepper, Qt::LeftButton, {}, upHalf(stepper));
+    const qsizetype released = up.count();
+    QTest::qWait(3 * Stepper::kRepeatIntervalMs);
+    EXPECT_EQ(up.count(), released) << "release ends the repeat";
+
+    // A half at the end of its range ignores presses, and holding there
+    // does not step either.
+    stepper.setCanStep(false, true);
+    QTest::mousePress(&stepper, Qt::LeftButton, {}, downHalf(stepper));
+    QTest::qWait(Stepper::kRepeatDelayMs + 2 * Stepper::kRepeatIntervalMs);
+    QTest::mouseRelease(&stepper, Qt::LeftButton, {}, downHalf(stepper));
+    EXPECT_EQ(down.count(), 0);
+}
+
+TEST(Stepper, ArrowKeysAndTheAccessibleActionsStep) {
+    Stepper stepper;
+    stepper.setAccessibleName(QStringLiteral("BPM"));
+    stepper.setValueText(QStringLiteral("120 BPM"));
+    QSignalSpy up(&stepper, &Stepper::steppedUp);
+    QSignalSpy down(&stepper, &Stepper::steppedDown);
+    EXPECT_EQ(stepper.focusPolicy(), Qt::TabFocus);
+
+    QTest::keyClick(&stepper, Qt::Key_Up);
+    QTest::keyClick(&stepper, Qt::Key_Right);
+    QTest::keyClick(&stepper, Qt::Key_Down);
+    EXPECT_EQ(up.count(), 2);
+    EXPECT_EQ(down.count(), 1);
+
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&stepper);
+    ASSERT_NE(accessible, nullptr);
+    EXPECT_EQ(accessible->role(), QAccessible::SpinBox);
+    EXPECT_EQ(accessible->text(QAccessible::Name), "BPM");
+    EXPECT_EQ(accessible->text(QAccessible::Value), "120 BPM");
+    QAccessibleActionInterface* actions = accessible->actionInterface();
+    ASSERT_NE(actions, nullptr);
+    actions->doAction(QAccessibleActionInterface::increaseAction());
+    EXPECT_EQ(up.count(), 3);
+}
+
+// The knob shows a rounded or clamped position of a value typed elsewhere
+// (10 BPM sits at 20); a press there must still set that position.
+TEST(KitSlider, APressAtTheShownValueStillPicksIt) {
+    KitSlider slider(QuorlenTheme::saffron());
+    slider.setRange(20, 400);
+    slider.resize(300, 22);
+    slider.setValue(20);
+    slider.show();
+    QSignalSpy picked(&slider, &KitSlider::picked);
+    QSignalSpy changed(&slider, &QSlider::valueChanged);
+
+    QTest::mousePress(&slider, Qt::LeftButton, {}, QPoint(1, 11));
+    QTest::mouseRelease(&slider, Qt::LeftButton, {}, QPoint(1, 11));
+    ASSERT_EQ(picked.count(), 1);
+    EXPECT_EQ(picked.at(0).at(0).toInt(), 20);
+    EXPECT_EQ(changed.count(), 0) << "nothing moved, yet the press was reported";
+
+    QTest::keyClick(&slider, Qt::Key_Right);
+    ASSERT_EQ(picked.count(), 2);
+    EXPECT_EQ(picked.at(1).at(0).toInt(), 21);
+    QTest::keyClick(&slider, Qt::Key_End);
+    EXPECT_EQ(picked.last().at(0).toInt(), 400);
+}
+
+TEST(SegmentedPicker, ArrowsChooseNeighboursAndEachSegmentIsAnAccessibleChoice) {
+    SegmentedPicker picker({QStringLiteral("1/4"), QStringLiteral("1/8"), QStringLiteral("1/16")});
+    picker.resize(picker.sizeHint());
+    picker.setSelectedIndex(1);
+    QSignalSpy chosen(&picker, &SegmentedPicker::chosen);
+    QTest::keyClick(&picker, Qt::Key_Right);
+    QTest::keyClick(&picker, Qt::Key_Left);
+    ASSERT_EQ(chosen.count(), 2);
+    EXPECT_EQ(chosen.at(0).at(0).toInt(), 2);
+    EXPECT_EQ(chosen.at(1).at(0).toInt(), 0);
+    picker.setSelectedIndex(2);
+    QTest::keyClick(&picker, Qt::Key_Right); // already last
+    EXPECT_EQ(chosen.count(), 2);
+
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&picker);
+    ASSERT_NE(accessible, nullptr);
+    ASSERT_EQ(accessible->childCount(), 3);
+    for (int i = 0; i < 3; ++i) {
+        QAccessibleInterface* segment = accessible->child(i);
+        EXPECT_EQ(segment->role(), QAccessible::RadioButton);
+        EXPECT_EQ(segment->state().checked, i == 2) << i;
+        EXPECT_EQ(accessible->indexOfChild(segment), i);
+    }
+    EXPECT_EQ(accessible->child(1)->text(QAccessible::Name), "1/8");
+    accessible->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(chosen.last().at(0).toInt(), 0);
+}
+
+TEST(PremiumInputField, EscapePutsBackTheTextEditingBeganWithAndLeaves) {
+    PremiumInputField field(QStringLiteral("BPM"));
+    field.setText(QStringLiteral("120"));
+    field.show();
+    QApplication::setActiveWindow(&field);
+    field.setFocused(true);
+    QSignalSpy edited(&field, &PremiumInputField::textEdited);
+    QSignalSpy focus(&field, &PremiumInputField::focusChanged);
+
+    field.lineEdit()->selectAll();
+    QTest::keyClicks(field.lineEdit(), QStringLiteral("98"));
+    QTest::keyClick(field.lineEdit(), Qt::Key_Escape);
+    EXPECT_EQ(field.text(), "120");
+    EXPECT_EQ(edited.last().at(0).toString(), "120") << "live followers hear the old text";
+    EXPECT_FALSE(field.isFocused());
+    EXPECT_EQ(focus.last().at(0).toBool(), false);
+    EXPECT_EQ(field.lineEdit()->accessibleName(), "BPM");
+}
+
+// WCAG 2 contrast: text needs 4.5:1, a focus indicator 3:1.
+TEST(Contrast, DarkSchemeInkReadsAndKeepsItsHue) {
+    const QColor background = darkSurfaceReference();
+    // The palette's own lacquer is about 2.1:1 there.
+    EXPECT_LT(contrastRatio(QuorlenTheme::lacquer(), background), 2.5);
+    for (const QColor& hue : {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
+                              QuorlenTheme::dusk(), QuorlenTheme::lake()}) {
+        const QColor ink = textInk(hue, ColorScheme::Dark);
+        EXPECT_GE(contrastRatio(ink, background), 4.5) << hue.name().toStdString();
+        if (contrastRatio(hue, background) >= 4.5)
+            EXPECT_EQ(ink.rgb(), hue.rgb()) << "a hue that reads stays as it is";
+        else
+            EXPECT_LT(contrastRatio(ink, background), 5.0) << "no lighter than needed";
+        EXPECT_NEAR(ink.hslHueF(), hue.toHsl().hslHueF(), 0.01) << hue.name().toStdString();
+        EXPECT_EQ(textInk(hue, ColorScheme::Light), hue);
+    }
+
+    const QColor lightSurface = QColor::fromRgbF(0.97f, 0.95f, 0.91f);
+    EXPECT_GE(contrastRatio(focusRingColor(ColorScheme::Light), lightSurface), 3.0);
+    EXPECT_GE(contrastRatio(focusRingColor(ColorScheme::Dark), background), 3.0);
+    // Reference points of the formula: black on white is 21:1.
+    EXPECT_NEAR(contrastRatio(Qt::black, Qt::white), 21.0, 1e-9);
+}
+
+} // namespace
+} // namespace quorlen
