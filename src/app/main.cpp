@@ -133,6 +133,7 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    Preferences::avoidUnusableStore();
     AppearanceController appearance;
     if (options.scheme)
         appearance.forceScheme(*options.scheme);

@@ -3,6 +3,12 @@
 #include "config/settings_store.h"
 #include "harmony/circle_of_fifths.h"
 
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
 namespace quorlen {
 namespace {
 const QString kStatsOptOut = QString::fromLatin1(config::kStatsOptOutKey);
@@ -12,6 +18,20 @@ const QString kFifthsMinor = QStringLiteral("MainWindow/fifthsMinorSelected");
 const QString kAppearance = QStringLiteral("appearance");
 const QString kTempoOctave = QStringLiteral("tempoDetectionOctave");
 } // namespace
+
+void Preferences::avoidUnusableStore() {
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                         QStringLiteral("/quorlen/calculator.conf");
+    const QFileInfo info(path);
+    if (!info.exists() || info.isFile())
+        return;
+    // Kept for the session, so a choice made in Settings holds until exit.
+    static QTemporaryDir scratch;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       scratch.isValid() ? scratch.path() : QStringLiteral("/dev/null"));
+    std::fprintf(stderr, "quorlen-calculator: %s is not a regular file; settings are not kept\n",
+                 qPrintable(path));
+}
 
 Preferences::Preferences()
     : m_settings(QSettings::NativeFormat, QSettings::UserScope,

@@ -17,6 +17,13 @@ class Preferences {
 public:
     Preferences();
 
+    // When the store's path holds something that is no regular file (a FIFO
+    // blocks the first read forever, a folder cannot be read as one), points
+    // every QSettings user store of the process at a private temporary
+    // folder and says so on stderr: the app runs, nothing is kept. Call once,
+    // after the application object is named and before any store is read.
+    static void avoidUnusableStore();
+
     bool statsOptOut() const;
     void setStatsOptOut(bool optOut);
 

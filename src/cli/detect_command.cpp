@@ -189,6 +189,12 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
                   [&] { return interrupted.load() || outputFailed.load(); }};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 
+    try {
+        // Before the workers start and compete for memory (see there).
+        detection::prepareAnalysis();
+    } catch (const std::bad_alloc&) {
+        // Every file will say so on its own line.
+    }
     ResultBoard board(files.size());
     std::atomic<size_t> next{0};
     std::vector<std::jthread> pool = startWorkers(workers, job, next, board);

@@ -1,6 +1,7 @@
 #include "cli/command_line.h"
 #include "cli/detect_command.h"
 
+#include "support/lines.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@ namespace quorlen::cli {
 namespace {
 
 using detection::testing::TempDir;
+using quorlen::testing::lines;
 
 struct Outcome {
     int status;
@@ -26,14 +28,6 @@ Outcome detect(std::vector<std::string> args, const std::atomic<bool>* interrupt
     std::ostringstream out, err;
     const int status = runDetect(views, out, err, {interrupted, false, 2});
     return {status, out.str(), err.str()};
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        result.push_back(line);
-    return result;
 }
 
 // A sample library: two loops, a text file posing as audio, a non-audio file.

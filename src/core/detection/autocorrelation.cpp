@@ -51,11 +51,16 @@ std::vector<LagPeak> enhancedPeaks(const std::vector<double>& acf, LagRange rang
 
 } // namespace
 
+size_t autocorrelationFftSize(size_t frames) {
+    size_t size = 1;
+    while (size < 2 * frames)
+        size *= 2;
+    return size;
+}
+
 std::vector<double> generalizedAutocorrelation(std::span<const double> envelope, size_t maxLag) {
     const size_t n = envelope.size();
-    size_t size = 1;
-    while (size < 2 * n)
-        size *= 2;
+    const size_t size = autocorrelationFftSize(n);
     std::vector<float> real(size, 0.0f), imag(size, 0.0f);
     std::transform(envelope.begin(), envelope.end(), real.begin(),
                    [](double v) { return static_cast<float>(v); });

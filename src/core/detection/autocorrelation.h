@@ -22,6 +22,9 @@ inline constexpr std::array<double, 7> kTempoRatios = {1.0,       0.5, 2.0, 2.0 
 // the n - l overlapping terms. Returns maxLag + 1 values.
 std::vector<double> generalizedAutocorrelation(std::span<const double> envelope, size_t maxLag);
 
+// The size of that transform for an envelope of n frames.
+size_t autocorrelationFftSize(size_t frames);
+
 // Up to 10 tempos (BPM) from the strongest peaks of the harmonically
 // enhanced autocorrelation e[l] = acf[l] + .5 acf[2l] + .33 acf[3l] +
 // .25 acf[4l], for lags between 60 fps / 250 and 60 fps / 40 frames

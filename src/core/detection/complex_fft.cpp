@@ -95,6 +95,12 @@ void checkLength(size_t actual, size_t expected) {
 
 } // namespace
 
+void preparePlans(size_t size, bool real) {
+    plansFor(PlanKind::complex, size);
+    if (real)
+        plansFor(PlanKind::real, size);
+}
+
 ComplexFFT::ComplexFFT(size_t size)
     : size_(size), log2n_(log2Of(size)), plans_(plansFor(PlanKind::complex, size)),
       buffer_(reinterpret_cast<float*>(allocate<fftwf_complex>(size))) {}

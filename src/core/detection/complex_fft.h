@@ -8,6 +8,14 @@ namespace quorlen::detection {
 
 struct FftPlans;
 
+// Makes the plans of the transforms below for `size` now (the complex one,
+// and the real one if asked). FFTW ends the process
+// when memory runs out while it plans, and its first plan also sets up the
+// planner itself; an analysis does this before it reads its file, while
+// memory is still plentiful, so that running short later fails one file
+// with std::bad_alloc instead.
+void preparePlans(size_t size, bool real);
+
 // Split-complex radix-2 transform of `size` points (a power of two).
 // forward: X[k] = sum x[n] e^(-2 pi i kn/N), unscaled.
 // inverse: x[n] = (1/N) sum X[k] e^(+2 pi i kn/N), so inverse(forward(x)) = x.

@@ -2,7 +2,9 @@
 
 #include "detection/audio_loader.h"
 #include "detection/autocorrelation.h"
+#include "detection/complex_fft.h"
 #include "detection/downbeat.h"
+#include "detection/filterbank.h"
 #include "detection/final_tempo.h"
 #include "detection/octave_choice.h"
 #include "detection/onset_envelope.h"
@@ -72,6 +74,19 @@ double confidence(double raw, double envelopeMean, double secondRaw) {
     return std::clamp(0.5 * clipUnit(x) + 0.5 * clipUnit(y), 0.0, 1.0);
 }
 
+void prepareAnalysis() {
+    preparePlans(kFrameLength, true);
+    // The autocorrelation's transform grows with the envelope, from that of
+    // the shortest file analysed to that of the 300 s window.
+    const auto envelopeFrames = [](size_t samples) {
+        return (samples - kFrameLength) / kHopSamples + 1;
+    };
+    const size_t largest = autocorrelationFftSize(envelopeFrames(kAnalysisWindow));
+    for (size_t size = autocorrelationFftSize(envelopeFrames(kMinimumSamples)); size <= largest;
+         size *= 2)
+        preparePlans(size, false);
+}
+
 TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz,
                            double durationSeconds, const CancelCheck& isCancelled,
                            const AnalysisOptions& options) {
@@ -133,6 +148,7 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options, const OctaveMode& octave) try {
+    prepareAnalysis();
     DecodedAudio audio = loadMono(path, isCancelled);
     Analysis analysis;
     analysis.damaged = audio.damaged;

@@ -69,6 +69,13 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
                  const CancelCheck& isCancelled, const AnalysisOptions& options = {},
                  const OctaveMode& octave = OctaveMode::classic());
 
+// Makes every FFT plan an analysis can need. FFTW ends the process when
+// memory runs out while it plans; done at start, before threads are started
+// and files read, running short later fails one file instead. Throws
+// std::bad_alloc when even this does not fit. analyzeFile() calls it too
+// (it costs nothing once done).
+void prepareAnalysis();
+
 // Decodes the file at `path` and analyses it; the waveform has 1600 columns
 // of the decoded signal. Throws Failure (unreadable with the reader's
 // message, and everything `analyze` throws).

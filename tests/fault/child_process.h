@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quorlen::testing {
+
+// One run of a program under hostile conditions.
+struct ChildRun {
+    std::vector<std::string> argv; // argv[0] is the program's path
+    // Variables set on top of the test's own environment.
+    std::vector<std::pair<std::string, std::string>> environment;
+    // RLIMIT_AS: the address space the program may map, in bytes.
+    std::optional<unsigned long long> addressSpaceBytes;
+    enum class Output { captured, full, closed } output = Output::captured;
+    // Hold the program to file permissions even when the test runs as root
+    // (drops the capabilities that override them).
+    bool obeyFilePermissions = false;
+    std::chrono::milliseconds timeout{20000};
+};
+
+struct ChildResult {
+    int status = -1;  // exit status, or -1 when ended by a signal or the timeout
+    int signal = 0;   // the signal that ended it, 0 if none
+    bool timedOut = false;
+    bool unsupported = false; // the conditions could not be set up here
+    std::string out;
+    std::string err;
+    double seconds = 0; // wall time
+};
+
+// Runs the program and waits for it, killing it at the timeout.
+ChildResult runChild(const ChildRun& run);
+
+} // namespace quorlen::testing

@@ -1,0 +1,266 @@
+// The command line run as a separate process under conditions a user or the
+// system can impose: refused threads and allocations, a bounded address
+// space, unreadable folders, output that cannot be written, hostile file
+// names. Each case must end in bounded time with the right status and a
+// clear line, never a crash.
+#include "child_process.h"
+#include "support/json_reader.h"
+#include "support/lines.h"
+#include "test_signals.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <sstream>
+
+namespace quorlen::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using detection::testing::TempDir;
+
+ChildRun quorlen(std::vector<std::string> args) {
+    ChildRun run;
+    run.argv = {QUORLEN_CLI_PATH};
+    run.argv.insert(run.argv.end(), args.begin(), args.end());
+    // Nothing here needs more than a few hundred MB; a runaway allocation
+    // fails instead of taking the machine.
+    run.addressSpaceBytes = 2ull << 30;
+    return run;
+}
+
+ChildRun withShim(ChildRun run, const std::string& variable, const std::string& value) {
+    run.environment.push_back({"LD_PRELOAD", QUORLEN_FAULT_SHIM_PATH});
+    run.environment.push_back({variable, value});
+    return run;
+}
+
+// Six 8-second loops at 120 BPM (four bars, so the tempo snaps to 120).
+struct Loops {
+    static constexpr int kCount = 6;
+    TempDir dir;
+    Loops() {
+        namespace t = detection::testing;
+        const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
+        for (int i = 0; i < kCount; ++i)
+            EXPECT_TRUE(t::writeSound(dir.file("loop" + std::to_string(i) + ".wav"), loop, 1,
+                                      44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    }
+    std::string path() const { return dir.path().string(); }
+};
+
+// What a file that memory did not suffice for reads: the reader's messages
+// (for its buffer, for the decoded signal) or the analysis's.
+bool saysOutOfMemory(const std::string& line) {
+    return line.ends_with(".wav: Could not allocate an audio buffer") ||
+           line.ends_with(".wav: Not enough memory to read this file") ||
+           line.ends_with(".wav: Not enough memory to analyse this file");
+}
+
+// A WAV header of 16-bit PCM that claims `channels` channels, then
+// `dataBytes` of silence.
+std::string wavHeaderClaiming(int channels, uint32_t dataBytes) {
+    std::string bytes;
+    const auto u32 = [&](uint32_t v) {
+        for (int i = 0; i < 4; ++i)
+            bytes += static_cast<char>((v >> (8 * i)) & 0xFF);
+    };
+    const auto u16 = [&](uint32_t v) {
+        bytes += static_cast<char>(v & 0xFF);
+        bytes += static_cast<char>((v >> 8) & 0xFF);
+    };
+    const uint32_t rate = 44100;
+    bytes += "RIFF";
+    u32(36 + dataBytes);
+    bytes += "WAVEfmt ";
+    u32(16);
+    u16(1); // PCM
+    u16(static_cast<uint32_t>(channels));
+    u32(rate);
+    u32(rate * static_cast<uint32_t>(channels) * 2);
+    u16(static_cast<uint32_t>(channels) * 2);
+    u16(16);
+    bytes += "data";
+    u32(dataBytes);
+    return bytes + std::string(dataBytes, '\0');
+}
+
+void expectCleanEnd(const ChildResult& result, double seconds) {
+    EXPECT_FALSE(result.timedOut);
+    EXPECT_EQ(result.signal, 0) << result.err;
+    EXPECT_LT(result.seconds, seconds);
+}
+
+TEST(CliFaults, RefusedThreadsLeaveFewerWorkersNotACrash) {
+    const Loops loops;
+    const ChildResult normal = runChild(quorlen({"detect", "-j", "19", loops.path()}));
+    ASSERT_EQ(normal.status, 0) << normal.err;
+    ASSERT_EQ(lines(normal.out).size(), size_t(Loops::kCount));
+    // None at all (the calling thread does everything), or one worker whose
+    // analyses may start no threads of their own.
+    for (const char* allowed : {"0", "1", "3"}) {
+        SCOPED_TRACE(allowed);
+        const ChildResult result = runChild(withShim(
+            quorlen({"detect", "-j", "19", loops.path()}), "QUORLEN_FAULT_THREADS", allowed));
+        expectCleanEnd(result, 20);
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.out, normal.out);
+        EXPECT_EQ(result.err, "");
+    }
+}
+
+TEST(CliFaults, RefusedAllocationsFailEachFileWithOneLine) {
+    const Loops loops;
+    // Half a megabyte refuses the read buffer; 1.2 MB lets reading start but
+    // refuses the decoded file (8 s, 1.4 MB as floats) and the FFT set-up.
+    for (const char* bytes : {"524288", "1200000"}) {
+        SCOPED_TRACE(bytes);
+        const ChildResult result = runChild(withShim(
+            quorlen({"detect", "-j", "16", loops.path()}), "QUORLEN_FAULT_ALLOC_ABOVE", bytes));
+        expectCleanEnd(result, 20);
+        EXPECT_EQ(result.status, 1);
+        const auto printed = lines(result.out);
+        ASSERT_EQ(printed.size(), size_t(Loops::kCount)) << result.out << result.err;
+        for (const std::string& line : printed)
+            EXPECT_TRUE(saysOutOfMemory(line)) << line;
+    }
+}
+
+TEST(CliFaults, ATightAddressSpaceGivesAnswersOrMessagesNeverAnAbort) {
+    const Loops loops;
+    // Where memory runs out depends on the machine (thread stacks, malloc
+    // arenas); whatever fails must fail as a line of its own.
+    for (const unsigned long long megabytes : {32ull, 40ull, 48ull, 64ull, 96ull}) {
+        SCOPED_TRACE(megabytes);
+        ChildRun run = quorlen({"detect", "-j", "16", loops.path()});
+        run.addressSpaceBytes = megabytes << 20;
+        const ChildResult result = runChild(run);
+        expectCleanEnd(result, 20);
+        EXPECT_TRUE(result.status == 0 || result.status == 1) << result.status << result.err;
+        const auto printed = lines(result.out);
+        if (result.status == 1 && printed.empty())
+            continue; // too little even to start: refused as a whole, not aborted
+        EXPECT_EQ(printed.size(), size_t(Loops::kCount)) << result.out << result.err;
+        for (const std::string& line : printed)
+            EXPECT_TRUE(line.find(": 120 BPM") != std::string::npos || saysOutOfMemory(line))
+                << line;
+    }
+}
+
+TEST(CliFaults, AHugeThreadCountIsCappedByTheWork) {
+    const Loops loops;
+    ChildRun run = quorlen({"detect", "-j", "100000", loops.path()});
+    // A thousand threads would need gigabytes of stack address space.
+    run.addressSpaceBytes = 1ull << 30;
+    const ChildResult result = runChild(run);
+    expectCleanEnd(result, 20);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(lines(result.out).size(), size_t(Loops::kCount));
+}
+
+TEST(CliFaults, UnreadableFoldersAreReportedWithStatusOne) {
+    const Loops loops;
+    fs::create_directory(loops.dir.file("locked"));
+    fs::permissions(loops.dir.file("locked"), fs::perms::none);
+    ChildRun tree = quorlen({"detect", loops.path()});
+    tree.obeyFilePermissions = true;
+    ChildRun alone = quorlen({"detect", loops.dir.file("locked").string()});
+    alone.obeyFilePermissions = true;
+    const ChildResult treeResult = runChild(tree);
+    const ChildResult aloneResult = runChild(alone);
+    fs::permissions(loops.dir.file("locked"), fs::perms::owner_all);
+    if (treeResult.unsupported)
+        GTEST_SKIP() << "cannot give up the permission override here";
+
+    expectCleanEnd(treeResult, 20);
+    EXPECT_EQ(treeResult.status, 1);
+    const auto printed = lines(treeResult.out);
+    ASSERT_EQ(printed.size(), size_t(Loops::kCount) + 1) << treeResult.out;
+    EXPECT_EQ(printed.front(), loops.dir.file("locked").string() + ": Permission denied");
+    EXPECT_EQ(aloneResult.status, 1);
+    EXPECT_EQ(aloneResult.out, loops.dir.file("locked").string() + ": Permission denied\n");
+}
+
+TEST(CliFaults, EveryCommandReportsOutputThatCannotBeWritten) {
+    const Loops loops;
+    const std::vector<std::vector<std::string>> commands = {
+        {"tempo"}, {"space"}, {"notes"}, {"tet", "12"}, {"harmonics"}, {"key", "C"},
+        {"euclid", "3", "8"}, {"detect", loops.dir.file("loop0.wav").string()}, {"--help"}};
+    const std::pair<ChildRun::Output, std::string> outputs[] = {
+        {ChildRun::Output::full, "No space left on device"},
+        {ChildRun::Output::closed, "Bad file descriptor"}};
+    for (const auto& command : commands) {
+        for (const auto& [output, reason] : outputs) {
+            SCOPED_TRACE(command.front() + " / " + reason);
+            ChildRun run = quorlen(command);
+            run.output = output;
+            const ChildResult result = runChild(run);
+            expectCleanEnd(result, 20);
+            EXPECT_EQ(result.status, 1);
+            EXPECT_EQ(result.err, "quorlen: cannot write the output: " + reason + "\n");
+        }
+    }
+}
+
+TEST(CliFaults, HostileFileNamesKeepJsonValidAndTheTerminalSafe) {
+    const Loops loops;
+    // A name that clears the screen and moves the cursor home, and one in
+    // Latin-1 (no UTF-8).
+    fs::rename(loops.dir.file("loop0.wav"), loops.dir.file("\x1b[2J\x1b[H.wav"));
+    fs::rename(loops.dir.file("loop1.wav"), loops.dir.file("caf\xe9.wav"));
+
+    const ChildResult json = runChild(quorlen({"detect", "--json", loops.path()}));
+    expectCleanEnd(json, 20);
+    EXPECT_EQ(json.status, 0) << json.err;
+    const auto records = lines(json.out);
+    ASSERT_EQ(records.size(), size_t(Loops::kCount));
+    for (const std::string& record : records)
+        EXPECT_TRUE(readJson(record)) << record;
+
+    const ChildResult text = runChild(quorlen({"detect", loops.path()}));
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_TRUE(std::none_of(text.out.begin(), text.out.end(), [](char c) {
+        return (static_cast<unsigned char>(c) < 0x20 && c != '\n') || c == '\x7f';
+    })) << text.out;
+    EXPECT_NE(text.out.find("\\x1b[2J\\x1b[H.wav: 120 BPM"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("caf\\xe9.wav: 120 BPM"), std::string::npos) << text.out;
+}
+
+TEST(CliFaults, AFifoIsRefusedAtOnceAndHoldsUpNoOtherFile) {
+    const Loops loops;
+    const fs::path fifo = loops.dir.file("stream.wav");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const ChildResult result = runChild(
+        quorlen({"detect", fifo.string(), loops.dir.file("loop0.wav").string()}));
+    expectCleanEnd(result, 10);
+    EXPECT_EQ(result.status, 1);
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 2u) << result.out;
+    EXPECT_EQ(printed[0], fifo.string() + ": Not a regular file");
+    EXPECT_NE(printed[1].find("loop0.wav: 120 BPM"), std::string::npos) << printed[1];
+}
+
+TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
+    const TempDir dir;
+    for (int i = 0; i < 4; ++i)
+        detection::testing::writeBytes(dir.file("wide" + std::to_string(i) + ".wav"),
+                                       wavHeaderClaiming(1024, 8192));
+    ChildRun run = quorlen({"detect", "-j", "4", dir.path().string()});
+    // A read buffer sized in frames would want 1 GB for each of the files.
+    run.addressSpaceBytes = 512ull << 20;
+    const ChildResult result = runChild(run);
+    expectCleanEnd(result, 10);
+    EXPECT_TRUE(result.status == 0 || result.status == 1) << result.err;
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 4u) << result.out << result.err;
+    for (const std::string& line : printed)
+        EXPECT_FALSE(saysOutOfMemory(line)) << line;
+}
+
+} // namespace
+} // namespace quorlen::testing

@@ -1,0 +1,75 @@
+// Preloaded into a program under test (LD_PRELOAD) to make the system
+// refuse what it rarely refuses on a developer's machine:
+//   QUORLEN_FAULT_THREADS=N      the first N pthread_create calls succeed,
+//                                later ones fail with EAGAIN, as under a
+//                                per-user process limit;
+//   QUORLEN_FAULT_ALLOC_ABOVE=B  every single allocation of more than B
+//                                bytes fails with ENOMEM, as when memory
+//                                runs out in the middle of a large file.
+// Without either variable the program runs as usual.
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <pthread.h>
+#include <stdatomic.h>
+#include <stdlib.h>
+
+extern void* __libc_malloc(size_t size);
+extern void* __libc_calloc(size_t count, size_t size);
+extern void* __libc_realloc(void* pointer, size_t size);
+extern void* __libc_memalign(size_t alignment, size_t size);
+
+static long long fromEnvironment(const char* name) {
+    const char* text = getenv(name);
+    return text ? atoll(text) : -1;
+}
+
+static int refused(size_t bytes) {
+    // Read on every call: getenv does not allocate, and the cost does not
+    // matter in a test.
+    const long long limit = fromEnvironment("QUORLEN_FAULT_ALLOC_ABOVE");
+    if (limit < 0 || bytes <= (size_t)limit)
+        return 0;
+    errno = ENOMEM;
+    return 1;
+}
+
+void* malloc(size_t size) { return refused(size) ? NULL : __libc_malloc(size); }
+
+void* calloc(size_t count, size_t size) {
+    if (size != 0 && count > (size_t)-1 / size)
+        return __libc_calloc(count, size);
+    return refused(count * size) ? NULL : __libc_calloc(count, size);
+}
+
+void* realloc(void* pointer, size_t size) {
+    return refused(size) ? NULL : __libc_realloc(pointer, size);
+}
+
+void* memalign(size_t alignment, size_t size) {
+    return refused(size) ? NULL : __libc_memalign(alignment, size);
+}
+
+void* aligned_alloc(size_t alignment, size_t size) { return memalign(alignment, size); }
+
+int posix_memalign(void** result, size_t alignment, size_t size) {
+    if (refused(size))
+        return ENOMEM;
+    void* pointer = __libc_memalign(alignment, size);
+    if (!pointer)
+        return ENOMEM;
+    *result = pointer;
+    return 0;
+}
+
+typedef int (*CreateThread)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                   void* argument) {
+    static atomic_long created;
+    const long long allowed = fromEnvironment("QUORLEN_FAULT_THREADS");
+    if (allowed >= 0 && atomic_fetch_add(&created, 1) >= allowed)
+        return EAGAIN;
+    const CreateThread next = (CreateThread)dlsym(RTLD_NEXT, "pthread_create");
+    return next(thread, attributes, start, argument);
+}
