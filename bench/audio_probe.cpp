@@ -13,12 +13,12 @@
 //      player at 90 BPM, each for SECONDS (default 60);
 //   5. each player's peak in the recording.
 // usage: quorlen-audio-probe [SECONDS]
-#include "state/calculator_state.h"
 #include "audio/chord_player.h"
 #include "audio/engine/async_output.h"
 #include "audio/engine/rtaudio_backend.h"
 #include "gui_stall.h"
 #include "harmony/key_selection.h"
+#include "state/calculator_state.h"
 #include "support/private_sound_server.h"
 #include "synth/tone_buffers.h"
 #include "synth/triad.h"
@@ -81,7 +81,8 @@ std::vector<int> matchedOnsets(const Server& server, int from,
                         continue;
                     double error = 0;
                     for (int i = 0; i < length; ++i) {
-                        const double d = server.sample(start + i, 0) - 0.9 * shape[static_cast<size_t>(i)];
+                        const double d =
+                            server.sample(start + i, 0) - 0.9 * shape[static_cast<size_t>(i)];
                         error += d * d;
                     }
                     if (error < bestError) {
@@ -129,7 +130,9 @@ void printGrid(const char* name, const std::vector<int>& onsets, double stepFram
     long worstInterval = 0;
     std::vector<double> fromFirstMs;
     for (size_t k = 1; k < onsets.size(); ++k) {
-        const auto due = [&](size_t i) { return std::llround(static_cast<double>(i) * stepFrames); };
+        const auto due = [&](size_t i) {
+            return std::llround(static_cast<double>(i) * stepFrames);
+        };
         const long interval = std::labs((onsets[k] - onsets[k - 1]) - (due(k) - due(k - 1)));
         exact += interval <= 1 ? 1 : 0;
         worstInterval = std::max(worstInterval, interval);
@@ -143,9 +146,8 @@ void printGrid(const char* name, const std::vector<int>& onsets, double stepFram
     std::printf("%s: %zu onsets; %zu of %zu intervals within 1 frame of the grid, worst %ld "
                 "frames (%.3f ms); from the first onset: median %.3f ms off; the recording "
                 "ran %+ld frames off the wall clock\n",
-                name, onsets.size(), exact, onsets.empty() ? 0 : onsets.size() - 1,
-                worstInterval, worstInterval * 1000.0 / 44100, median(fromFirstMs),
-                segment.missing());
+                name, onsets.size(), exact, onsets.empty() ? 0 : onsets.size() - 1, worstInterval,
+                worstInterval * 1000.0 / 44100, median(fromFirstMs), segment.missing());
 }
 
 std::vector<std::vector<float>> clickTemplates() {
@@ -202,11 +204,13 @@ int run(int seconds) {
         player.playTick(1760, 0.55f);
     });
     const double afterIdleMs = heardMs(from, requestNs);
-    std::printf("GUI thread's longest stall: first sound %.1f ms, first after the idle pause %.1f ms\n",
-                coldStall, idleStall);
+    std::printf(
+        "GUI thread's longest stall: first sound %.1f ms, first after the idle pause %.1f ms\n",
+        coldStall, idleStall);
     std::printf("request to sound in the recording: cold %.1f ms, after idle %.1f ms, warm median "
                 "%.1f ms, worst %.1f ms (20 clicks)\n",
-                coldMs, afterIdleMs, median(warmMs), *std::max_element(warmMs.begin(), warmMs.end()));
+                coldMs, afterIdleMs, median(warmMs),
+                *std::max_element(warmMs.begin(), warmMs.end()));
 
     // 4 and 5: the command line.
     runFor(500);
@@ -251,8 +255,8 @@ int run(int seconds) {
         std::vector<std::vector<float>> chords;
         for (const int degree : {0, 4, 5, 3}) {
             const KeySelection key{0, false};
-            chords.push_back(synth::makeBuffer(synth::triadFrequencies(
-                key.rootFrequency(degree, 440), key.triadQuality(degree))));
+            chords.push_back(synth::makeBuffer(
+                synth::triadFrequencies(key.rootFrequency(degree, 440), key.triadQuality(degree))));
         }
         view.startPlayback();
         runFor(seconds * 1000);

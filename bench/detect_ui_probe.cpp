@@ -25,8 +25,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -163,7 +163,8 @@ int main(int argc, char** argv) {
             const bool sound = heardSound();
             if (!sound && silentSinceNs < 0)
                 silentSinceNs = clock.nsecsElapsed();
-            else if (sound && silentSinceNs >= 0 && clock.nsecsElapsed() - silentSinceNs > 50'000'000)
+            else if (sound && silentSinceNs >= 0 &&
+                     clock.nsecsElapsed() - silentSinceNs > 50'000'000)
                 restarted = true;
             else if (sound)
                 silentSinceNs = -1;

@@ -35,7 +35,8 @@ const std::vector<float>& signal44k() {
             const double t = double(i) / kSourceRateHz;
             const double inBeat = std::fmod(t, beat);
             const double inHalf = std::fmod(t, beat / 2);
-            x[i] = float(0.6 * std::sin(2 * std::numbers::pi * 60 * inBeat) * std::exp(-inBeat / 0.08) +
+            x[i] = float(0.6 * std::sin(2 * std::numbers::pi * 60 * inBeat) *
+                             std::exp(-inBeat / 0.08) +
                          0.15 * noise(random) * std::exp(-inHalf / 0.01) +
                          0.2 * std::sin(2 * std::numbers::pi * 55 * t));
         }
@@ -50,7 +51,8 @@ const std::vector<float>& signal22k() {
 }
 
 const std::vector<double>& normalizedEnvelope() {
-    static const std::vector<double> env = normalize(onsetEnvelope(signal22k(), {}).full, kEnvelopeFps);
+    static const std::vector<double> env =
+        normalize(onsetEnvelope(signal22k(), {}).full, kEnvelopeFps);
     return env;
 }
 
@@ -122,7 +124,8 @@ BENCHMARK(BM_GridScore4s)->Unit(benchmark::kMicrosecond);
 
 void BM_GridScore4sReference(benchmark::State& state) {
     for (auto _ : state)
-        benchmark::DoNotOptimize(gridScoreReference(normalizedEnvelope(), kEnvelopeFps, 124.0, 4.0));
+        benchmark::DoNotOptimize(
+            gridScoreReference(normalizedEnvelope(), kEnvelopeFps, 124.0, 4.0));
 }
 BENCHMARK(BM_GridScore4sReference)->Unit(benchmark::kMicrosecond);
 
@@ -145,7 +148,8 @@ BENCHMARK(BM_Refinement)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseReal
 
 void BM_AnalyzeInMemory(benchmark::State& state) {
     for (auto _ : state)
-        benchmark::DoNotOptimize(analyze(signal44k(), kSourceRateHz, kSeconds, {}, {int(state.range(0))}));
+        benchmark::DoNotOptimize(
+            analyze(signal44k(), kSourceRateHz, kSeconds, {}, {int(state.range(0))}));
 }
 BENCHMARK(BM_AnalyzeInMemory)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 

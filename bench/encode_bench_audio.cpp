@@ -21,8 +21,8 @@ int main(int argc, char** argv) {
         for (long long n; (n = reader.read(chunk.data(), 65536)) > 0;)
             all.insert(all.end(), chunk.begin(), chunk.begin() + n * reader.channels());
         const quorlen::detection::testing::Encoding encoding{argv[3], 1000L * std::atol(argv[4])};
-        if (!quorlen::detection::testing::encodeSound(argv[2], all, reader.channels(),
-                                                      static_cast<int>(reader.rateHz()), encoding)) {
+        if (!quorlen::detection::testing::encodeSound(
+                argv[2], all, reader.channels(), static_cast<int>(reader.rateHz()), encoding)) {
             std::fprintf(stderr, "encode_bench_audio: could not encode %s\n", argv[2]);
             return 1;
         }

@@ -20,16 +20,15 @@ int main(int argc, char** argv) {
                 measureTempo(std::move(audio.samples), audio.sampleRate, duration, {});
             const double classic = estimateTempo(evidence, OctaveMode::classic()).bpm;
             std::printf("{\"file\":\"%s\",\"classic\":%.6f,\"candidates\":[", argv[i], classic);
-            const auto candidates =
-                octaveCandidates({evidence.full, evidence.low, evidence.mid, kEnvelopeFps}, classic);
+            const auto candidates = octaveCandidates(
+                {evidence.full, evidence.low, evidence.mid, kEnvelopeFps}, classic);
             for (size_t c = 0; c < candidates.size(); ++c) {
                 const OctaveFeatures& f = candidates[c];
                 std::printf("%s{\"bpm\":%.6f,\"ratio\":%.6f,\"logTempo\":%.6f,"
                             "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f,"
                             "\"accentEvery2\":%.6f,\"accentEvery4\":%.6f,\"accentEvery8\":%.6f}",
-                            c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength,
-                            f.lowStrength, f.kicksPerBeat, f.accentEvery2, f.accentEvery4,
-                            f.accentEvery8);
+                            c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength, f.lowStrength,
+                            f.kicksPerBeat, f.accentEvery2, f.accentEvery4, f.accentEvery8);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

@@ -22,7 +22,8 @@ const QString kColorSchemeKey = QStringLiteral("color-scheme");
 // The portal answers 1 for dark, 2 for light and 0 for no preference.
 std::optional<ColorScheme> schemeFromPortal(const QVariant& value) {
     QVariant unwrapped = value;
-    while (unwrapped.canConvert<QDBusVariant>() && unwrapped.userType() == qMetaTypeId<QDBusVariant>())
+    while (unwrapped.canConvert<QDBusVariant>() &&
+           unwrapped.userType() == qMetaTypeId<QDBusVariant>())
         unwrapped = unwrapped.value<QDBusVariant>().variant();
     switch (unwrapped.toUInt()) {
     case 1:
@@ -84,14 +85,15 @@ void AppearanceController::askPortal() {
                                                        kPortalInterface, QStringLiteral("Read"));
     read << kAppearanceGroup << kColorSchemeKey;
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(read, 2000), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-        const QDBusPendingReply<QVariant> reply = *call;
-        if (!reply.isError()) {
-            m_portalScheme = schemeFromPortal(reply.value());
-            apply();
-        }
-        call->deleteLater();
-    });
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this](QDBusPendingCallWatcher* call) {
+                const QDBusPendingReply<QVariant> reply = *call;
+                if (!reply.isError()) {
+                    m_portalScheme = schemeFromPortal(reply.value());
+                    apply();
+                }
+                call->deleteLater();
+            });
 }
 
 void AppearanceController::portalSettingChanged(const QString& group, const QString& key,

@@ -4,6 +4,7 @@
 #include "ui/theme.h"
 
 #include <QObject>
+
 #include <optional>
 
 class QDBusVariant;

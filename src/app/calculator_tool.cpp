@@ -8,7 +8,8 @@ const std::array<ToolInfo, 7>& allTools() {
     using T = CalculatorTool;
     static const std::array<ToolInfo, 7> tools{{
         {T::bpm, "bpm", "Tempo", "BPM, ms, Hz", "metronome", QuorlenTheme::saffron()},
-        {T::rhythm, "rhythm", "Rhythm", "Euclidean patterns", "circle.dotted", QuorlenTheme::fern()},
+        {T::rhythm, "rhythm", "Rhythm", "Euclidean patterns", "circle.dotted",
+         QuorlenTheme::fern()},
         {T::space, "space", "Space", "Reverb & delay times", "water.waves", QuorlenTheme::dusk()},
         {T::frequency, "frequency", "Pitch", "Notes, octaves, tuning", "pianokeys",
          QuorlenTheme::teal()},

@@ -14,7 +14,9 @@ namespace quorlen {
 namespace {
 
 QColor mix(const QColor& from, const QColor& to, double amount) {
-    const auto lerp = [amount](float a, float b) { return a + (b - a) * static_cast<float>(amount); };
+    const auto lerp = [amount](float a, float b) {
+        return a + (b - a) * static_cast<float>(amount);
+    };
     return QColor::fromRgbF(lerp(from.redF(), to.redF()), lerp(from.greenF(), to.greenF()),
                             lerp(from.blueF(), to.blueF()), lerp(from.alphaF(), to.alphaF()));
 }

@@ -69,7 +69,8 @@ std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& a
             options.size = QSize(match.captured(1).toInt(), match.captured(2).toInt());
             if (options.size->width() > kMaxScreenshotSide ||
                 options.size->height() > kMaxScreenshotSide)
-                return LaunchError{QStringLiteral("--size goes up to %1x%1").arg(kMaxScreenshotSide)};
+                return LaunchError{
+                    QStringLiteral("--size goes up to %1x%1").arg(kMaxScreenshotSide)};
         } else if (argument == QLatin1String("--detect")) {
             options.detectPath = value();
             if (!options.detectPath || options.detectPath->isEmpty())
@@ -82,7 +83,8 @@ std::variant<LaunchOptions, LaunchError> parseLaunchOptions(const QStringList& a
             return LaunchError{QStringLiteral("unknown option '%1'").arg(argument)};
         }
     }
-    const bool screenshotOnly = options.tool || options.scheme || options.size || options.detectPath;
+    const bool screenshotOnly =
+        options.tool || options.scheme || options.size || options.detectPath;
     if (options.openPath && options.screenshotPath)
         return LaunchError{QStringLiteral("to render a detection, use --detect AUDIO")};
     if (screenshotOnly && !options.screenshotPath)

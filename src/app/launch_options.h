@@ -15,9 +15,9 @@ namespace quorlen {
 struct LaunchOptions {
     // --screenshot FILE.png: render the window offscreen, save it and exit.
     std::optional<QString> screenshotPath;
-    std::optional<QString> tool;         // --tool ID
-    std::optional<ColorScheme> scheme;   // --scheme light|dark
-    std::optional<QSize> size;           // --size WxH
+    std::optional<QString> tool;       // --tool ID
+    std::optional<ColorScheme> scheme; // --scheme light|dark
+    std::optional<QSize> size;         // --size WxH
     // --detect AUDIO: the tempo tool analyses AUDIO and the screenshot
     // waits for the outcome, success or failure.
     std::optional<QString> detectPath;

@@ -20,8 +20,8 @@
 
 #include <clocale>
 #include <cstdio>
-#include <optional>
 #include <cstring>
+#include <optional>
 
 namespace {
 
@@ -69,8 +69,6 @@ bool wantsScreenshot(int argc, char** argv) {
     return false;
 }
 
-
-
 // Refusals and --help must work without a display, so they are decided
 // before Qt starts; arguments of Qt's own (single dash: -platform, -style)
 // are left for QApplication to take first.
@@ -78,7 +76,8 @@ std::optional<int> answerWithoutGui(int argc, char** argv) {
     QStringList arguments;
     for (int i = 1; i < argc; ++i) {
         const QString argument = QString::fromLocal8Bit(argv[i]);
-        if (argument.size() > 1 && argument[0] == QLatin1Char('-') && argument[1] != QLatin1Char('-'))
+        if (argument.size() > 1 && argument[0] == QLatin1Char('-') &&
+            argument[1] != QLatin1Char('-'))
             return std::nullopt;
         arguments << argument;
     }

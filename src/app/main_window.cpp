@@ -29,7 +29,8 @@ MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidg
     }
 
     QMenu* menu = menuBar()->addMenu(QStringLiteral("&Calculator"));
-    QAction* settings = menu->addAction(QStringLiteral("Settings…"), this, &MainWindow::showSettings);
+    QAction* settings =
+        menu->addAction(QStringLiteral("Settings…"), this, &MainWindow::showSettings);
     settings->setShortcut(QKeySequence(QStringLiteral("Ctrl+,")));
     settings->setMenuRole(QAction::PreferencesRole);
     menu->addSeparator();
@@ -43,7 +44,8 @@ MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidg
     for (const ToolInfo& info : allTools()) {
         QAction* action = tools->addAction(QString::fromUtf8(info.title), this,
                                            [this, tool = info.tool] { m_content->showTool(tool); });
-        action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + static_cast<int>(info.tool))));
+        action->setShortcut(
+            QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + static_cast<int>(info.tool))));
     }
 
     resize(kDefaultSize);

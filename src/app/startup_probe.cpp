@@ -41,9 +41,8 @@ public:
         // Queued, so the frame this paint belongs to has been flushed.
         QTimer::singleShot(0, this, [this] {
             const QByteArray launch = qgetenv("QUORLEN_LAUNCH_NS");
-            const double ms = launch.isEmpty()
-                                  ? (monotonicNowNs() - m_mainStartNs) / 1e6
-                                  : (realtimeNowNs() - launch.toLongLong()) / 1e6;
+            const double ms = launch.isEmpty() ? (monotonicNowNs() - m_mainStartNs) / 1e6
+                                               : (realtimeNowNs() - launch.toLongLong()) / 1e6;
             std::printf("first-frame-ms %.1f\n", ms);
             std::fflush(stdout);
             QTimer::singleShot(2000, this, [] {

@@ -17,7 +17,7 @@ namespace {
 // The harmony screen is rebuilt on every visit; the key it shows is kept
 // with the window's other restored state, read here and written on change.
 QWidget* createFifthsView(CalculatorState& state, const QColor& tint, Synthesiser& synthesiser,
-                           QWidget* parent) {
+                          QWidget* parent) {
     const Preferences stored;
     auto* view = new CircleOfFifthsView(
         state, tint, KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},

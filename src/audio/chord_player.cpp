@@ -19,8 +19,8 @@ ChordPlayer& ChordPlayer::shared() {
     return *instance;
 }
 
-ChordPlayer::ChordPlayer(std::unique_ptr<AudioBackend> backend,
-                         std::chrono::milliseconds idleDelay, QObject* parent)
+ChordPlayer::ChordPlayer(std::unique_ptr<AudioBackend> backend, std::chrono::milliseconds idleDelay,
+                         QObject* parent)
     : QObject(parent), m_voices(std::move(backend)) {
     // A precise timer: a coarse one may fire up to 5 % early.
     m_idlePause.setSingleShot(true);

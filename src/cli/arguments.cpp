@@ -20,9 +20,7 @@ bool looksLikeOption(std::string_view argument) {
     return second == '-' || std::isalpha(second);
 }
 
-std::string quoted(std::string_view text) {
-    return "'" + std::string(text) + "'";
-}
+std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
 // The option `argument` names, and the value glued to it ("--total=2",
 // "-j4"), if any.
@@ -154,7 +152,8 @@ std::variant<int, UsageError> wholeNumberArgument(std::string_view text, int min
     const auto parsed = text::parseTypedNumber(text);
     if (!parsed || *parsed != std::floor(*parsed))
         return UsageError{quoted(text) + " is not " + std::string(what)};
-    return static_cast<int>(std::clamp(*parsed, static_cast<double>(min), static_cast<double>(max)));
+    return static_cast<int>(
+        std::clamp(*parsed, static_cast<double>(min), static_cast<double>(max)));
 }
 
 } // namespace quorlen::cli

@@ -6,8 +6,8 @@
 #include "cli/key_command.h"
 #include "cli/notes_command.h"
 #include "cli/space_command.h"
-#include "cli/tet_command.h"
 #include "cli/tempo_command.h"
+#include "cli/tet_command.h"
 #include "quorlen/version.h"
 
 #include <ostream>

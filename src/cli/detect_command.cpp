@@ -7,12 +7,10 @@
 #include "cli/interrupt.h"
 #include "detection/tempo_detector.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdint>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <limits>
 #include <mutex>
 #include <new>
@@ -21,6 +19,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -130,8 +129,10 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     try {
         const detection::Analysis analysis =
             detection::analyzeFile(file, job.cancelled, {job.innerThreads}, job.octave);
-        board.post(i, job.json ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
-                               : textLine(file, analysis.estimate, analysis.damaged), false);
+        board.post(i,
+                   job.json ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
+                            : textLine(file, analysis.estimate, analysis.damaged),
+                   false);
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;
@@ -181,11 +182,12 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     if (files.empty())
         err << "quorlen detect: no audio files found\n"; // folders without any; not a failure
     const int cores = std::max(environment.defaultThreads, 1);
-    const int threads = std::clamp(options.threads > 0 ? options.threads : cores, 1,
-                                   kThreadsPerCore * cores);
+    const int threads =
+        std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
-    const Job job{files, options.json, options.octave, std::max(1, threads / std::max<int>(1, int(files.size()))),
+    const Job job{files, options.json, options.octave,
+                  std::max(1, threads / std::max<int>(1, int(files.size()))),
                   [&] { return interrupted.load() || outputFailed.load(); }};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 
@@ -209,7 +211,8 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         if (pool.empty())
             analyseNext(job, next, board);
         bool failed = false;
-        const std::optional<std::string> line = board.take(i, std::chrono::milliseconds(50), failed);
+        const std::optional<std::string> line =
+            board.take(i, std::chrono::milliseconds(50), failed);
         if (!line || interrupted)
             continue;
         if (progress) {

@@ -29,7 +29,8 @@ std::string textLine(const std::string& file, const detection::Estimate& e, bool
     line += kSeparator + text::format("first beat %.3f s", e.beatOffsetSeconds);
     line += kSeparator + "downbeat " + std::to_string(e.downbeat);
     if (e.snappedBars)
-        line += kSeparator + std::to_string(*e.snappedBars) + (*e.snappedBars == 1 ? " bar" : " bars");
+        line +=
+            kSeparator + std::to_string(*e.snappedBars) + (*e.snappedBars == 1 ? " bar" : " bars");
     if (!e.alternatives.empty())
         line += kSeparator + detection::alternativesText(e.alternatives);
     line += kSeparator + text::format("%.1f s", e.durationSeconds);
@@ -50,9 +51,10 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e, bool
     return "{\"file\":" + jsonString(file) + ",\"bpm\":" + shortestJsonNumber(e.bpm) +
            ",\"beatOffset\":" + shortestJsonNumber(e.beatOffsetSeconds) +
            ",\"downbeat\":" + std::to_string(e.downbeat) +
-           ",\"confidence\":" + shortestJsonNumber(e.confidence) + ",\"snappedBars\":" +
-           (e.snappedBars ? std::to_string(*e.snappedBars) : "null") + ",\"alternatives\":[" +
-           alternatives + "],\"duration\":" + shortestJsonNumber(e.durationSeconds) +
+           ",\"confidence\":" + shortestJsonNumber(e.confidence) +
+           ",\"snappedBars\":" + (e.snappedBars ? std::to_string(*e.snappedBars) : "null") +
+           ",\"alternatives\":[" + alternatives +
+           "],\"duration\":" + shortestJsonNumber(e.durationSeconds) +
            ",\"damaged\":" + (damaged ? "true" : "false") +
            (octave.kind == detection::OctaveKind::classic
                 ? std::string()

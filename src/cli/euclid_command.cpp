@@ -90,13 +90,13 @@ std::variant<Request, UsageError> readRequest(const ParsedArguments& arguments) 
 
 // The pattern as the app's rhythm tool plays it: a hit click on hits, a
 // quieter, lower one on rests.
-int play(const Request& request, const std::vector<bool>& pattern, double stepMs,
-         std::ostream& out, std::ostream& err) {
+int play(const Request& request, const std::vector<bool>& pattern, double stepMs, std::ostream& out,
+         std::ostream& err) {
     out.flush();
     const InterruptFlag interrupt;
     ClickTrack track{stepMs / 1000.0, std::nullopt, [&](std::int64_t step) {
                          return pattern[static_cast<size_t>(step % request.steps)] ? kHitClick
-                                                                                    : kRestClick;
+                                                                                   : kRestClick;
                      }};
     if (request.cycles)
         track.steps = std::int64_t{*request.cycles} * request.steps;
@@ -125,8 +125,8 @@ int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::os
         return refuse(err, kCommand.name, *error);
     const Request& request = std::get<Request>(parsed);
 
-    const std::vector<bool> pattern = Euclid::pattern(request.pulses, request.steps,
-                                                      request.rotation);
+    const std::vector<bool> pattern =
+        Euclid::pattern(request.pulses, request.steps, request.rotation);
     const std::string notation = Euclid::notation(pattern);
     const std::vector<int> hits = Euclid::hitIndices(pattern);
     const double stepMs = Euclid::stepMilliseconds(request.bpm, request.note);

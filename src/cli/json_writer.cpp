@@ -1,7 +1,6 @@
 #include "cli/json_writer.h"
 
 #include "cli/utf8.h"
-
 #include "text/number_format.h"
 
 #include <cmath>

@@ -106,8 +106,7 @@ void printText(std::ostream& out, const KeyRequest& request) {
 
 std::variant<KeyRequest, UsageError> readRequest(const ParsedArguments& arguments) {
     if (arguments.positionals.size() != 1)
-        return UsageError{"expected one key, got " +
-                          std::to_string(arguments.positionals.size())};
+        return UsageError{"expected one key, got " + std::to_string(arguments.positionals.size())};
     const std::string_view name = arguments.positionals.front();
     const auto key = parseKeyName(name);
     if (!key)

@@ -1,11 +1,10 @@
 #include "cli/command_line.h"
 #include "cli/output_buffer.h"
 
-#include <unistd.h>
-
 #include <cstring>
 #include <iostream>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 int main(int argc, char** argv) {

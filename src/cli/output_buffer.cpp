@@ -1,9 +1,8 @@
 #include "cli/output_buffer.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 namespace quorlen::cli {
 

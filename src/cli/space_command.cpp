@@ -25,9 +25,7 @@ struct SpaceRequest {
     int preDivision;
 };
 
-std::string msText(double ms) {
-    return text::format("%.1f ms", ms);
-}
+std::string msText(double ms) { return text::format("%.1f ms", ms); }
 
 std::variant<SpaceRequest, UsageError> readRequest(const ParsedArguments& arguments) {
     SpaceRequest request{120, 120, 1, 64};

@@ -27,10 +27,9 @@ constexpr int kMaxBars = 144000;
 int click(double bpm, std::optional<int> bars, std::ostream& out, std::ostream& err) {
     out.flush();
     const InterruptFlag interrupt;
-    ClickTrack track{Euclid::stepMilliseconds(bpm, 4) / 1000.0, std::nullopt,
-                     [](std::int64_t beat) {
-                         return beat % kBeatsPerBar == 0 ? kAccentClick : kBeatClick;
-                     }};
+    ClickTrack track{
+        Euclid::stepMilliseconds(bpm, 4) / 1000.0, std::nullopt,
+        [](std::int64_t beat) { return beat % kBeatsPerBar == 0 ? kAccentClick : kBeatClick; }};
     if (bars)
         track.steps = std::int64_t{*bars} * kBeatsPerBar;
     return playClickTrack(track, interrupt.raised(), kCommand.name, err);

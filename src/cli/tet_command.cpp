@@ -48,9 +48,10 @@ void printJson(std::ostream& out, const TetRequest& request) {
 
 void printText(std::ostream& out, const TetRequest& request) {
     const int n = request.divisions;
-    out << n << "-TET from " << text::compact(request.reference) << " Hz (A4 = "
-        << text::compact(request.a4) << " Hz)  ·  step " << format("%.1f ¢", 1200.0 / n)
-        << "  ·  ratio " << format("×%.5f", std::pow(2.0, 1.0 / n)) << "\n\n";
+    out << n << "-TET from " << text::compact(request.reference)
+        << " Hz (A4 = " << text::compact(request.a4) << " Hz)  ·  step "
+        << format("%.1f ¢", 1200.0 / n) << "  ·  ratio " << format("×%.5f", std::pow(2.0, 1.0 / n))
+        << "\n\n";
     using Align = TextTable::Align;
     TextTable table({Align::Left, Align::Right, Align::Right, Align::Right, Align::Right});
     table.addRow({"Step", "Frequency", "Ratio", "Cents", "Nearest 12-TET"});
@@ -67,9 +68,8 @@ std::variant<TetRequest, UsageError> readRequest(const ParsedArguments& argument
     if (arguments.positionals.size() != 1)
         return UsageError{"expected one number of divisions, got " +
                           std::to_string(arguments.positionals.size())};
-    const auto divisions =
-        wholeNumberArgument(arguments.positionals.front(), kMinTetDivisions,
-                            kMaxTetDivisions, "a number of divisions");
+    const auto divisions = wholeNumberArgument(arguments.positionals.front(), kMinTetDivisions,
+                                               kMaxTetDivisions, "a number of divisions");
     if (const auto* error = std::get_if<UsageError>(&divisions))
         return *error;
     double reference = 440;

@@ -41,7 +41,9 @@ size_t utf8SequenceLength(std::string_view text) {
 }
 
 char32_t utf8CodePoint(std::string_view sequence) {
-    const auto byte = [&](size_t i) { return static_cast<char32_t>(static_cast<unsigned char>(sequence[i])); };
+    const auto byte = [&](size_t i) {
+        return static_cast<char32_t>(static_cast<unsigned char>(sequence[i]));
+    };
     switch (sequence.size()) {
     case 1:
         return byte(0);

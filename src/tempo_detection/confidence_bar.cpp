@@ -8,9 +8,7 @@
 
 namespace quorlen {
 
-ConfidenceBar::ConfidenceBar(QWidget* parent) : QWidget(parent) {
-    setFixedSize(sizeHint());
-}
+ConfidenceBar::ConfidenceBar(QWidget* parent) : QWidget(parent) { setFixedSize(sizeHint()); }
 
 void ConfidenceBar::setValue(double value) {
     m_value = value;

@@ -47,8 +47,8 @@ void DropZone::setTexts(const QString& heading, const QString& line, bool showsS
 }
 
 QSize DropZone::sizeHint() const {
-    const int text = QFontMetrics(uiFont(kHeadingPx)).height() + 4 +
-                     QFontMetrics(uiFont(kLinePx)).height();
+    const int text =
+        QFontMetrics(uiFont(kHeadingPx)).height() + 4 + QFontMetrics(uiFont(kLinePx)).height();
     return {400, 2 * kPadding + text + (m_showsSymbol ? kSymbolBox + 6 : 0)};
 }
 
@@ -80,8 +80,8 @@ void DropZone::paintEvent(QPaintEvent*) {
     const QFont lineFont = uiFont(kLinePx);
     painter.setFont(lineFont);
     painter.setPen(colors.secondaryText);
-    const QString line = QFontMetrics(lineFont).elidedText(m_line, Qt::ElideMiddle,
-                                                          width() - 2 * kPadding);
+    const QString line =
+        QFontMetrics(lineFont).elidedText(m_line, Qt::ElideMiddle, width() - 2 * kPadding);
     painter.drawText(QRectF(kPadding, y, width() - 2 * kPadding, QFontMetrics(lineFont).height()),
                      Qt::AlignHCenter | Qt::AlignVCenter, line);
     if (hasFocus())

@@ -1,7 +1,7 @@
 #include "tempo_detection/preview_reader.h"
 
-#include "preview/preview_frames.h"
 #include "decoding/audio_file_reader.h"
+#include "preview/preview_frames.h"
 #include "tempo_detection/preview_stream.h"
 
 #include <algorithm>

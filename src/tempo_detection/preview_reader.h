@@ -56,7 +56,7 @@ private:
     FinishedCallback m_onFinished;
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    Command m_next;        // guarded by m_mutex
+    Command m_next;         // guarded by m_mutex
     bool m_hasNext = false; // guarded by m_mutex
     bool m_quit = false;    // guarded by m_mutex
     std::thread m_thread;

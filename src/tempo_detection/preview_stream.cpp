@@ -63,8 +63,7 @@ void PreviewStream::render(float* out, int frameCount) noexcept {
         float right = 0.0f;
         if (m_delayLeft > 0) {
             --m_delayLeft;
-        } else if (m_playing != 0 &&
-                   (m_position < m_current.frameCount || nextBlock(m_playing))) {
+        } else if (m_playing != 0 && (m_position < m_current.frameCount || nextBlock(m_playing))) {
             left = m_current.frames[static_cast<size_t>(2 * m_position)] * m_volume;
             right = m_current.frames[static_cast<size_t>(2 * m_position + 1)] * m_volume;
             ++m_position;

@@ -17,7 +17,7 @@ namespace quorlen {
 // or a stop never lets a stale block through.
 class PreviewStream final : public RenderSource {
 public:
-    static constexpr int kBlockFrames = 512; // 11.6 ms
+    static constexpr int kBlockFrames = 512;  // 11.6 ms
     static constexpr size_t kRingBlocks = 48; // 0.56 s of buffered audio
 
     struct Block {
@@ -72,8 +72,8 @@ private:
     float m_volume = 1.0f;
     uint32_t m_fadesSeen = 0;
     float m_fadeFrom = 1.0f;
-    int m_fadeStep = 0;      // 0: no fade running; 1 ... 12 applied so far
-    int m_framesToStep = 0;  // until the next fade step
+    int m_fadeStep = 0;     // 0: no fade running; 1 ... 12 applied so far
+    int m_framesToStep = 0; // until the next fade step
 };
 
 } // namespace quorlen

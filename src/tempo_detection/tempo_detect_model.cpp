@@ -52,8 +52,7 @@ TempoDetectModel::TempoDetectModel(std::unique_ptr<TempoPreviewPlayer> player, A
                                    QObject* parent)
     : QObject(parent), m_player(player ? std::move(player) : TempoPreviewPlayer::onSoundCard()),
       m_analyser(analyser ? std::move(analyser) : Analyser(&analyseWithEngine)) {
-    connect(m_player.get(), &TempoPreviewPlayer::outputLost, this,
-            &TempoDetectModel::failPreview);
+    connect(m_player.get(), &TempoPreviewPlayer::outputLost, this, &TempoDetectModel::failPreview);
 }
 
 TempoDetectModel::~TempoDetectModel() {
@@ -90,8 +89,8 @@ void TempoDetectModel::chooseFile(QWidget* dialogParent) {
     // One filter for every file the reader decodes, then "All files".
     QStringList patterns;
     for (const std::string_view extension : decoding::audioExtensions())
-        patterns << QStringLiteral("*.") + QString::fromLatin1(extension.data(),
-                                                                qsizetype(extension.size()));
+        patterns << QStringLiteral("*.") +
+                        QString::fromLatin1(extension.data(), qsizetype(extension.size()));
     dialog->setNameFilters({QStringLiteral("Audio files (") + patterns.join(u' ') + u')',
                             QStringLiteral("All files (*)")});
     QPointer<TempoDetectModel> self(this);
@@ -131,7 +130,8 @@ void TempoDetectModel::analyse(const QString& path) {
             return;
         TempoDetectModel* receiver = job->receiver;
         QMetaObject::invokeMethod(
-            receiver, [receiver, job, outcome = std::move(outcome)] { receiver->apply(job, outcome); },
+            receiver,
+            [receiver, job, outcome = std::move(outcome)] { receiver->apply(job, outcome); },
             Qt::QueuedConnection);
     });
 }

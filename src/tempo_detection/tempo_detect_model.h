@@ -16,7 +16,6 @@ class QWidget;
 
 namespace quorlen {
 
-
 // One detection session behind the detection panel: the analysis of one
 // file at a time on a worker thread, the shown result with its halving and
 // doubling, and the preview with its playhead. It never writes the
@@ -30,7 +29,7 @@ class TempoDetectModel : public QObject {
     Q_OBJECT
 public:
     struct Detection {
-        QString name;                // the file's name, without folders
+        QString name;                 // the file's name, without folders
         detection::Estimate estimate; // as analysed, never changed
         std::vector<float> waveform;  // 1600 peak columns, 0 ... 1
         QString path;                 // the analysed file, for the preview

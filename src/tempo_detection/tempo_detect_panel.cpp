@@ -50,8 +50,7 @@ protected:
 
 } // namespace
 
-TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& model,
-                                   QWidget* parent)
+TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& model, QWidget* parent)
     : PremiumPanel(QStringLiteral("Detect BPM from Audio"), QStringLiteral("waveform"),
                    QuorlenTheme::dusk(), parent),
       m_state(state), m_model(model) {
@@ -102,8 +101,8 @@ QLayout* TempoDetectPanel::makeTempoColumn() {
     // descent (and the 2 px padding of copyable text) below it.
     auto* unit = new SchemeLabel(QStringLiteral("BPM"), uiFont(12, QFont::DemiBold),
                                  SchemeLabel::Role::Secondary, m_results);
-    unit->setContentsMargins(0, 0, 0, m_tempo->fontMetrics().descent() + 2 -
-                                          unit->fontMetrics().descent());
+    unit->setContentsMargins(0, 0, 0,
+                             m_tempo->fontMetrics().descent() + 2 - unit->fontMetrics().descent());
     unit->setFixedHeight(unit->sizeHint().height() + unit->contentsMargins().bottom());
     unit->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     row->addWidget(unit, 0, Qt::AlignBottom);
@@ -172,12 +171,10 @@ void TempoDetectPanel::connectControls() {
     // Ends with the model or with this panel, whichever goes first: the
     // model usually outlives the panel, but a panel still waiting for its
     // deferred deletion may outlive the window's model.
-    m_octaveConnection = connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged,
-                                 &m_model, [model = &m_model] {
-                                     model->setOctaveMode(OctaveSetting::instance().mode());
-                                 });
-    connect(&m_model, &TempoDetectModel::playheadChanged, this,
-            &TempoDetectPanel::refreshPlayhead);
+    m_octaveConnection =
+        connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged, &m_model,
+                [model = &m_model] { model->setOctaveMode(OctaveSetting::instance().mode()); });
+    connect(&m_model, &TempoDetectModel::playheadChanged, this, &TempoDetectPanel::refreshPlayhead);
 }
 
 TempoDetectPanel::~TempoDetectPanel() {
@@ -201,11 +198,11 @@ QString TempoDetectPanel::heading(const TempoDetectModel& model) {
 
 void TempoDetectPanel::refresh() {
     const auto& result = m_model.result();
-    m_dropZone->setTexts(heading(m_model),
-                         m_model.status().value_or(
-                             QStringLiteral("WAV, AIFF, MP3, CAF · analysed on your device, "
-                                            "nothing is uploaded")),
-                         !result && !m_model.isAnalysing());
+    m_dropZone->setTexts(
+        heading(m_model),
+        m_model.status().value_or(QStringLiteral("WAV, AIFF, MP3, CAF · analysed on your device, "
+                                                 "nothing is uploaded")),
+        !result && !m_model.isAnalysing());
     m_results->setVisible(result.has_value());
     if (!result)
         return;
@@ -214,16 +211,21 @@ void TempoDetectPanel::refresh() {
     m_tempo->setValue(tempo);
     const double confidence = d.estimate.confidence;
     m_confidenceBar->setValue(confidence);
-    m_confidence->setValue(QString::fromStdString(detection::confidenceLabel(confidence)),
-                           QString::fromStdString(text::format("%.0f", text::roundHalfAway(confidence * 100))));
+    m_confidence->setValue(
+        QString::fromStdString(detection::confidenceLabel(confidence)),
+        QString::fromStdString(text::format("%.0f", text::roundHalfAway(confidence * 100))));
     m_grid->setDetection(d);
-    m_halve->setLabel(QStringLiteral("÷2 → ") + QString::fromStdString(detection::tempoText(d.bpm * 0.5, true)), {});
+    m_halve->setLabel(QStringLiteral("÷2 → ") +
+                          QString::fromStdString(detection::tempoText(d.bpm * 0.5, true)),
+                      {});
     m_halve->setEnabled(d.bpm * 0.5 >= tempo::kControlBpmRange.min);
-    m_double->setLabel(QStringLiteral("×2 → ") + QString::fromStdString(detection::tempoText(d.bpm * 2, true)), {});
+    m_double->setLabel(QStringLiteral("×2 → ") +
+                           QString::fromStdString(detection::tempoText(d.bpm * 2, true)),
+                       {});
     m_double->setEnabled(d.bpm * 2 <= tempo::kControlBpmRange.max);
-    const QString note = QString::fromStdString(detection::detectionNote(
-        {d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars, confidence,
-         d.estimate.alternatives, d.damaged}));
+    const QString note = QString::fromStdString(
+        detection::detectionNote({d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars,
+                                  confidence, d.estimate.alternatives, d.damaged}));
     m_note->setText(note);
     m_note->setToolTip(note);
     m_note->setAccessibleName(note);

@@ -3,8 +3,8 @@
 #include "audio/engine/async_output.h"
 #include "audio/engine/audio_backend.h"
 #include "audio/engine/rtaudio_backend.h"
-#include "preview/preview_frames.h"
 #include "decoding/audio_file_reader.h"
+#include "preview/preview_frames.h"
 #include "tempo_detection/preview_reader.h"
 #include "tempo_detection/preview_stream.h"
 
@@ -89,7 +89,8 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
             outcome(std::nullopt);
             return;
         }
-        const long long fadeFrames = std::max(1LL, preview::fadeInFrames(file->rateHz(), remaining));
+        const long long fadeFrames =
+            std::max(1LL, preview::fadeInFrames(file->rateHz(), remaining));
         file->seek(startFrame);
         const int channels = file->channels();
         head.resize(static_cast<size_t>(fadeFrames * channels));

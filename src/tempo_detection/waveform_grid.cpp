@@ -54,8 +54,8 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
 
     const QColor bar = withOpacity(m_accent, 0.85);
     const QColor beat = withOpacity(QuorlenTheme::saffron(), 0.55);
-    const auto lines = detection::gridLines(
-        {m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds}, w);
+    const auto lines =
+        detection::gridLines({m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds}, w);
     for (const detection::GridLine& line : lines) {
         if (line.bar)
             painter.fillRect(QRectF(line.x, 0, 1.4, h), bar);

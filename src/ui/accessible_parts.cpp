@@ -77,8 +77,8 @@ public:
             m_ids.resize(static_cast<size_t>(index) + 1, 0);
         auto& id = m_ids[static_cast<size_t>(index)];
         if (id == 0)
-            id = QAccessible::registerAccessibleInterface(new PartAccessible(
-                const_cast<PartsAccessible*>(this), widget(), m_parts, index));
+            id = QAccessible::registerAccessibleInterface(
+                new PartAccessible(const_cast<PartsAccessible*>(this), widget(), m_parts, index));
         return QAccessible::accessibleInterface(id);
     }
     int indexOfChild(const QAccessibleInterface* child) const override {

@@ -39,7 +39,9 @@ QSize FormulaStrip::sizeHint() const {
     return QSize(width, heightForWidth(qMax(width, 200)));
 }
 
-QSize FormulaStrip::minimumSizeHint() const { return QSize(2 * kPaddingX, heightForWidth(width())); }
+QSize FormulaStrip::minimumSizeHint() const {
+    return QSize(2 * kPaddingX, heightForWidth(width()));
+}
 
 void FormulaStrip::paintEvent(QPaintEvent*) {
     QPainter painter(this);

@@ -91,8 +91,8 @@ void KitButton::paintEvent(QPaintEvent*) {
         const double cx = x + textWidth + kGap + kChevronWidth / 2;
         const double cy = height() / 2.0;
         painter.setPen(QPen(withOpacity(ink, 0.7), 1.5, Qt::SolidLine, Qt::RoundCap));
-        painter.drawPolyline(QPolygonF({QPointF(cx - 3.5, cy - 1.5), QPointF(cx, cy + 2),
-                                        QPointF(cx + 3.5, cy - 1.5)}));
+        painter.drawPolyline(QPolygonF(
+            {QPointF(cx - 3.5, cy - 1.5), QPointF(cx, cy + 2), QPointF(cx + 3.5, cy - 1.5)}));
     }
     if (hasFocus()) {
         painter.setOpacity(1);

@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStyle>
+
 #include <cmath>
 
 namespace quorlen {

@@ -35,8 +35,8 @@ void MetricTile::setMetric(const Metric& metric) {
 QSize MetricTile::sizeHint() const {
     const QFontMetrics label(labelFont());
     const QFontMetrics value(valueFont());
-    const int textWidth = qMax(label.horizontalAdvance(m_metric.label),
-                               value.horizontalAdvance(m_metric.value));
+    const int textWidth =
+        qMax(label.horizontalAdvance(m_metric.label), value.horizontalAdvance(m_metric.value));
     return QSize(qMax(kMinimumWidth, textWidth + 2 * kPaddingX),
                  label.height() + kLineGap + value.height() + 2 * kPaddingY);
 }

@@ -3,6 +3,7 @@
 #include "ui/copyable_value.h"
 
 #include <QColor>
+
 #include <optional>
 
 namespace quorlen {

@@ -6,8 +6,8 @@
 #include "ui/outside_click_focus_monitor.h"
 
 #include <QFocusEvent>
-#include <QKeyEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>

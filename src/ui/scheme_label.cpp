@@ -47,7 +47,8 @@ QSize SchemeLabel::minimumSizeHint() const {
         const QString firstHalf = words.mid(0, (words.size() + 1) / 2).join(QLatin1Char(' '));
         const QString secondHalf = words.mid((words.size() + 1) / 2).join(QLatin1Char(' '));
         return {std::max(fontMetrics().horizontalAdvance(firstHalf),
-                         fontMetrics().horizontalAdvance(secondHalf)) + 1,
+                         fontMetrics().horizontalAdvance(secondHalf)) +
+                    1,
                 sizeHint().height()};
     }
     }

@@ -7,9 +7,9 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 
 #include <algorithm>
-#include <QPainter>
 
 namespace quorlen {
 namespace {
@@ -53,9 +53,7 @@ int SegmentedPicker::segmentWidth() const {
     return widest;
 }
 
-QSize SegmentedPicker::sizeHint() const {
-    return {segmentWidth() * count() + 2 * kInset, kHeight};
-}
+QSize SegmentedPicker::sizeHint() const { return {segmentWidth() * count() + 2 * kInset, kHeight}; }
 
 QRect SegmentedPicker::segmentRect(int index) const {
     const int width = (this->width() - 2 * kInset) / qMax(1, count());

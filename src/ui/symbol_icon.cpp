@@ -15,7 +15,8 @@ QByteArray symbolSource(const QString& name) {
     auto found = sources.find(name);
     if (found == sources.end()) {
         QFile file(QStringLiteral(":/icons/%1.svg").arg(name));
-        found = sources.insert(name, file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+        found =
+            sources.insert(name, file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
     }
     return *found;
 }

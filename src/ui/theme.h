@@ -26,9 +26,9 @@ struct SchemeColors {
     QColor windowBackground;
     QColor primaryText;
     QColor secondaryText;
-    QColor surface;    // panels, tiles, the selected sidebar row
-    QColor border;     // 1 px, inset, unless a component says otherwise
-    QColor fieldFill;  // input boxes and formula strips
+    QColor surface;   // panels, tiles, the selected sidebar row
+    QColor border;    // 1 px, inset, unless a component says otherwise
+    QColor fieldFill; // input boxes and formula strips
     QColor fieldBorder;
 };
 

@@ -9,7 +9,6 @@ class QHBoxLayout;
 
 namespace quorlen {
 
-
 // The top of every tool screen: a capitalised eyebrow with the tool's
 // symbol, a large one-line title, and a row of copyable metric tiles.
 class ToolHeader : public QWidget {

@@ -13,8 +13,8 @@ std::variant<LaunchOptions, LaunchError> parse(std::initializer_list<const char*
 }
 
 TEST(LaunchOptions, ScreenshotTakesToolSchemeAndSize) {
-    const auto parsed = parse({"--screenshot", "out.png", "--tool", "harmony", "--scheme", "dark",
-                               "--size", "1200x800"});
+    const auto parsed = parse(
+        {"--screenshot", "out.png", "--tool", "harmony", "--scheme", "dark", "--size", "1200x800"});
     const auto* options = std::get_if<LaunchOptions>(&parsed);
     ASSERT_NE(options, nullptr);
     EXPECT_EQ(options->screenshotPath, QStringLiteral("out.png"));

@@ -62,7 +62,8 @@ TEST(Locale, EveryToolShowsNumbersWithADecimalPoint) {
         const QStringList texts = shownTexts(view);
         ASSERT_FALSE(texts.isEmpty());
         for (const QString& text : texts)
-            EXPECT_FALSE(text.contains(decimalComma)) << info.rawValue << ": " << text.toStdString();
+            EXPECT_FALSE(text.contains(decimalComma))
+                << info.rawValue << ": " << text.toStdString();
     }
     // 60000 / 98.5 = 609.137 ms a beat.
     view.showTool(CalculatorTool::bpm);

@@ -99,8 +99,8 @@ TEST(StepTimer, MovesOntoTheAudioClockWhenAnOutputComesBack) {
     RecordingSynthesiser synthesiser;
     StepTimer timer(synthesiser);
     std::vector<std::int64_t> dues;
-    timer.start(0.2, [&](std::int64_t, std::int64_t due) { dues.push_back(due); },
-                [](std::int64_t) {});
+    timer.start(
+        0.2, [&](std::int64_t, std::int64_t due) { dues.push_back(due); }, [](std::int64_t) {});
     ASSERT_EQ(dues.size(), 1u);
     synthesiser.frame = 1'000'000;
     synthesiser.outputState = Synthesiser::Output::running;
@@ -108,7 +108,7 @@ TEST(StepTimer, MovesOntoTheAudioClockWhenAnOutputComesBack) {
     synthesiser.frame += 8820; // a whole step on: step 1 is surely within reach
     ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return dues.size() == 2; }));
     EXPECT_GE(dues[1], 1'000'000);
-    EXPECT_LE(dues[1], 1'000'000 + 2 * 8820); // within a step of when it was seen
+    EXPECT_LE(dues[1], 1'000'000 + 2 * 8820);  // within a step of when it was seen
     synthesiser.frame = dues[1] + 8820 - 4410; // shown, and step 2 is 0.1 s ahead
     ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return dues.size() == 3; }));
     EXPECT_EQ(dues[2] - dues[1], 8820);

@@ -49,9 +49,14 @@ TEST(CommandLine, RefusalsGiveOneReasonLineThenUsageOnStderr) {
 }
 
 // Every command, with arguments it accepts.
-const std::vector<std::vector<std::string_view>> kEveryCommand = {
-    {"tempo"},       {"space"}, {"notes"}, {"tet", "12"}, {"harmonics"}, {"key", "C"},
-    {"euclid", "3", "8"}, {"detect", "x.wav"}};
+const std::vector<std::vector<std::string_view>> kEveryCommand = {{"tempo"},
+                                                                  {"space"},
+                                                                  {"notes"},
+                                                                  {"tet", "12"},
+                                                                  {"harmonics"},
+                                                                  {"key", "C"},
+                                                                  {"euclid", "3", "8"},
+                                                                  {"detect", "x.wav"}};
 
 TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
     for (const auto& accepted : kEveryCommand) {

@@ -1,15 +1,13 @@
 #include "cli/command_line.h"
 #include "cli/detect_command.h"
-
 #include "support/lines.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <sys/stat.h>
-
 #include <sstream>
+#include <sys/stat.h>
 
 namespace quorlen::cli {
 namespace {
@@ -49,11 +47,20 @@ struct Library {
 };
 
 TEST(DetectCommand, RefusesBadArgumentsWithStatusTwo) {
-    const std::vector<std::vector<std::string>> refused = {
-        {}, {"--json"}, {"--frob", "x.wav"}, {"-j"}, {"-j", "two", "x.wav"}, {"-j", "1.5", "x.wav"},
-        {"-j", "2", "--jobs=3", "x.wav"}, {"--json", "x.wav", "--json"}, {""}, {"x.wav", ""},
-        {"--octave"}, {"--octave", "x.wav"}, {"--octave=80-120", "x.wav"},
-        {"--octave", "AUTO", "x.wav"}};
+    const std::vector<std::vector<std::string>> refused = {{},
+                                                           {"--json"},
+                                                           {"--frob", "x.wav"},
+                                                           {"-j"},
+                                                           {"-j", "two", "x.wav"},
+                                                           {"-j", "1.5", "x.wav"},
+                                                           {"-j", "2", "--jobs=3", "x.wav"},
+                                                           {"--json", "x.wav", "--json"},
+                                                           {""},
+                                                           {"x.wav", ""},
+                                                           {"--octave"},
+                                                           {"--octave", "x.wav"},
+                                                           {"--octave=80-120", "x.wav"},
+                                                           {"--octave", "AUTO", "x.wav"}};
     for (const auto& args : refused) {
         const Outcome result = detect(args);
         EXPECT_EQ(result.status, kExitUsage) << (args.empty() ? "" : args[0]);
@@ -97,8 +104,7 @@ TEST(DetectCommand, AnOctaveModeChangesTheTempoAndIsNamedInTheJson) {
     EXPECT_NE(folded.find("\"bpm\":60,"), std::string::npos) << folded;
     EXPECT_NE(folded.find("\"snappedBars\":2,"), std::string::npos) << folded;
     EXPECT_NE(folded.find(",\"octave\":\"40-80\"}"), std::string::npos) << folded;
-    EXPECT_NE(run({"--json", "--octave", "auto"}).find(",\"octave\":\"auto\"}"),
-              std::string::npos);
+    EXPECT_NE(run({"--json", "--octave", "auto"}).find(",\"octave\":\"auto\"}"), std::string::npos);
     // The text line has no field for the mode; it shows the folded tempo.
     EXPECT_NE(run({"--octave", "150-300"}).find(": 240 BPM · "), std::string::npos);
 }
@@ -110,10 +116,12 @@ TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
     const auto printed = lines(result.out);
     ASSERT_EQ(printed.size(), 3u) << result.out;
     // Sorted by path: "Slow.FLAC" < "loop.wav" < "notes.wav" (upper case first).
-    EXPECT_EQ(printed[0].rfind(library.path("drums/Slow.FLAC") + ": 95 BPM · ", 0), 0u) << printed[0];
+    EXPECT_EQ(printed[0].rfind(library.path("drums/Slow.FLAC") + ": 95 BPM · ", 0), 0u)
+        << printed[0];
     EXPECT_NE(printed[0].find(" · 4 bars · "), std::string::npos);
     EXPECT_NE(printed[0].find(" · 10.1 s"), std::string::npos);
-    EXPECT_EQ(printed[1].rfind(library.path("drums/loop.wav") + ": 120 BPM · ", 0), 0u) << printed[1];
+    EXPECT_EQ(printed[1].rfind(library.path("drums/loop.wav") + ": 120 BPM · ", 0), 0u)
+        << printed[1];
     EXPECT_NE(printed[1].find(" · 4 bars · "), std::string::npos);
     EXPECT_NE(printed[1].find(" · 8.0 s"), std::string::npos);
     EXPECT_EQ(printed[2], library.path("drums/notes.wav") + ": Not an audio file");
@@ -122,8 +130,8 @@ TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
 
 TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
     const Library library;
-    const std::vector<std::string> inputs = {library.path("drums/loop.wav"), library.path("missing.mp3"),
-                                             library.path("drums")};
+    const std::vector<std::string> inputs = {library.path("drums/loop.wav"),
+                                             library.path("missing.mp3"), library.path("drums")};
     std::vector<std::string> args = {"--json", "-j", "1"};
     args.insert(args.end(), inputs.begin(), inputs.end());
     const Outcome one = detect(args);
@@ -132,12 +140,12 @@ TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
     EXPECT_EQ(one.status, kExitFailed);
     const auto printed = lines(one.out);
     ASSERT_EQ(printed.size(), 5u);
-    EXPECT_EQ(printed[0].rfind("{\"file\":\"" + inputs[0] + "\",\"bpm\":120,\"beatOffset\":", 0), 0u)
+    EXPECT_EQ(printed[0].rfind("{\"file\":\"" + inputs[0] + "\",\"bpm\":120,\"beatOffset\":", 0),
+              0u)
         << printed[0];
     EXPECT_NE(printed[0].find(",\"snappedBars\":4,\"alternatives\":["), std::string::npos);
     EXPECT_NE(printed[0].find(",\"duration\":8,\"damaged\":false}"), std::string::npos);
-    EXPECT_EQ(printed[1], "{\"file\":\"" + inputs[1] +
-                              "\",\"error\":\"File not found\"}");
+    EXPECT_EQ(printed[1], "{\"file\":\"" + inputs[1] + "\",\"error\":\"File not found\"}");
     EXPECT_EQ(printed[3], printed[0]); // the same loop again, found in the folder
 }
 
@@ -215,7 +223,8 @@ TEST(DetectCommand, IsListedInTheCommandTable) {
     std::ostringstream out, err;
     const std::vector<std::string_view> help = {"--help"};
     EXPECT_EQ(runCommandLine(help, out, err), kExitOk);
-    EXPECT_NE(out.str().find("detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH..."), std::string::npos);
+    EXPECT_NE(out.str().find("detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH..."),
+              std::string::npos);
     const std::vector<std::string_view> detectHelp = {"detect", "--help"};
     std::ostringstream out2;
     EXPECT_EQ(runCommandLine(detectHelp, out2, err), kExitOk);

@@ -16,13 +16,16 @@ TEST(DetectReport, TextLinesReadLikeThePanel) {
     // Tempo: two decimals unless whole; alternatives: whole or "%.1f";
     // confidence: label and rounded percentage; duration "%.1f s".
     const std::vector<Case> cases = {
-        {{120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0}, false,
+        {{120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0},
+         false,
          "loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars · "
          "also plausible: 60, 240 BPM · 8.0 s\n"},
-        {{127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26}, false,
+        {{127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26},
+         false,
          "loop.wav: 127.93 BPM · Low · 45% · first beat 12.500 s · downbeat 0 · "
          "also plausible: 64.0, 191.9 BPM · 181.3 s\n"},
-        {{95.0, 0.1, 3, 0.45, 1, {}, 2.53}, true,
+        {{95.0, 0.1, 3, 0.45, 1, {}, 2.53},
+         true,
          "loop.wav: 95 BPM · Medium · 45% · first beat 0.100 s · downbeat 3 · 1 bar · 2.5 s · "
          "parts of the file could not be decoded\n"},
     };
@@ -35,10 +38,11 @@ TEST(DetectReport, TextLinesReadLikeThePanel) {
 TEST(DetectReport, JsonKeepsNumbersExactAndEscapesNames) {
     // Shortest text that reads back as the same double: 0.1 + 0.2 is not 0.3.
     const detection::Estimate e{127.934, 0.1 + 0.2, 2, 0.5, std::nullopt, {64.0}, 181.25};
-    EXPECT_EQ(jsonLine("a.wav", e, true),
-              "{\"file\":\"a.wav\",\"bpm\":127.934,\"beatOffset\":0.30000000000000004,\"downbeat\":2,"
-              "\"confidence\":0.5,\"snappedBars\":null,\"alternatives\":[64],\"duration\":181.25,"
-              "\"damaged\":true}\n");
+    EXPECT_EQ(
+        jsonLine("a.wav", e, true),
+        "{\"file\":\"a.wav\",\"bpm\":127.934,\"beatOffset\":0.30000000000000004,\"downbeat\":2,"
+        "\"confidence\":0.5,\"snappedBars\":null,\"alternatives\":[64],\"duration\":181.25,"
+        "\"damaged\":true}\n");
     EXPECT_EQ(jsonString("say \"hi\"\\\n\x01"), "\"say \\\"hi\\\"\\\\\\n\\u0001\"");
     EXPECT_EQ(jsonFailureLine("b.wav", "Not an audio file"),
               "{\"file\":\"b.wav\",\"error\":\"Not an audio file\"}\n");
@@ -63,8 +67,7 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     for (const std::string& line : {jsonLine(hostile, e, false), jsonFailureLine(hostile, "x")}) {
         const auto json = quorlen::testing::readJson(line);
         ASSERT_TRUE(json) << line;
-        EXPECT_EQ((*json)["file"].string(),
-                  "a\x1b[31mb\rc\u009bd\uFFFD\uFFFD\uFFFD\uFFFD.wav");
+        EXPECT_EQ((*json)["file"].string(), "a\x1b[31mb\rc\u009bd\uFFFD\uFFFD\uFFFD\uFFFD.wav");
     }
 }
 

@@ -53,7 +53,9 @@ TEST(EuclidCommand, NumbersAreReadAndClampedLikeTheAppsFields) {
         {{"3", "8", "--bpm", "3.5"}, "E(3,8)  x..x..x.", "step:  750.0 ms  (1/16 at 20 BPM)"},
         {{"3", "8", "--bpm=1e308"}, "E(3,8)  x..x..x.", "step:  37.5 ms  (1/16 at 400 BPM)"},
         {{"3", "8", "--bpm", "1e-400"}, "E(3,8)  x..x..x.", "step:  750.0 ms  (1/16 at 20 BPM)"},
-        {{"2", "5", "--rotate", "-6", "--note", "8"}, "E(2,5)  ..x.x", "step:  250.0 ms  (1/8 at 120 BPM)"},
+        {{"2", "5", "--rotate", "-6", "--note", "8"},
+         "E(2,5)  ..x.x",
+         "step:  250.0 ms  (1/8 at 120 BPM)"},
     };
     for (const Case& c : cases) {
         std::vector<std::string_view> args{"euclid"};

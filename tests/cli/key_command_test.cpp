@@ -21,8 +21,7 @@ TEST(KeyCommand, TextShowsTheKeyAsTheHarmonyToolDoes) {
               (Words{"Scale:", "F♯", "G♯", "A♯", "B", "C♯", "D♯", "E♯"}));
     // F♯ is pitch class 6: 440 × 2^(−15/12) = 185.00 Hz. E♯ (F) wraps below
     // it to F3 = 174.61 Hz.
-    EXPECT_EQ(wordsOfLine(result.out, "0"),
-              (Words{"0", "F♯", "I", "major", "185.00", "Hz"}));
+    EXPECT_EQ(wordsOfLine(result.out, "0"), (Words{"0", "F♯", "I", "major", "185.00", "Hz"}));
     EXPECT_EQ(wordsOfLine(result.out, "6"),
               (Words{"6", "E♯°", "vii°", "diminished", "174.61", "Hz"}));
     EXPECT_EQ(wordsOfLine(result.out, "Relative"),
@@ -37,8 +36,8 @@ TEST(KeyCommand, EnharmonicAndUnicodeSpellingsGiveTheCircleSlot) {
     const struct {
         const char* typed;
         const char* same;
-    } cases[] = {{"C#", "Db"}, {"D♭", "Db"}, {"A#m", "Bbm"}, {"B♭m", "Bbm"}, {"Gb", "F#"},
-                 {"F♯m", "F#m"}};
+    } cases[] = {{"C#", "Db"},   {"D♭", "Db"}, {"A#m", "Bbm"},
+                 {"B♭m", "Bbm"}, {"Gb", "F#"}, {"F♯m", "F#m"}};
     for (const auto& c : cases) {
         const Outcome typed = run({"key", c.typed, "--json"});
         const Outcome same = run({"key", c.same, "--json"});
@@ -75,7 +74,11 @@ TEST(KeyCommand, JsonForAMinorAt432) {
 
 TEST(KeyCommand, BadArgumentsGiveOneLineAndStatus2) {
     const std::vector<std::vector<std::string_view>> bad = {
-        {"key"}, {"key", "H"}, {"key", "C", "G"}, {"key", "Cmaj"}, {"key", "C", "--a4", "x"},
+        {"key"},
+        {"key", "H"},
+        {"key", "C", "G"},
+        {"key", "Cmaj"},
+        {"key", "C", "--a4", "x"},
         {"key", "C", "--bpm", "120"},
     };
     for (const auto& args : bad) {

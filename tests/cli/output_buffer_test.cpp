@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <ostream>
 #include <string>
+#include <unistd.h>
 
 namespace quorlen::cli {
 namespace {

@@ -84,10 +84,12 @@ TEST(HarmonicsCommand, DefaultsToA1AndSpellsFlatsAsSharps) {
 
 TEST(PitchCommands, RefuseBadArgumentsWithOneLineAndStatus2) {
     const std::vector<std::vector<std::string_view>> refused = {
-        {"notes", "extra"},      {"notes", "--a4"},          {"notes", "--a4", "inf"},
-        {"tet"},                 {"tet", "12.5"},            {"tet", "x"},
-        {"tet", "12", "--ref"},  {"tet", "12", "--wobble"},  {"harmonics", "C5"},
-        {"harmonics", "H2"},     {"harmonics", "a1"},        {"harmonics", "--count", "1.5"},
+        {"notes", "extra"},        {"notes", "--a4"},
+        {"notes", "--a4", "inf"},  {"tet"},
+        {"tet", "12.5"},           {"tet", "x"},
+        {"tet", "12", "--ref"},    {"tet", "12", "--wobble"},
+        {"harmonics", "C5"},       {"harmonics", "H2"},
+        {"harmonics", "a1"},       {"harmonics", "--count", "1.5"},
         {"harmonics", "A1", "B1"},
     };
     for (const auto& args : refused) {

@@ -2,8 +2,9 @@
 #include "cli_run.h"
 #include "support/json_reader.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
+
+#include <cmath>
 #include <limits>
 
 namespace quorlen::cli {

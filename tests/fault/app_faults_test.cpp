@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
-#include <sys/stat.h>
 
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace quorlen::testing {
 namespace {
@@ -99,8 +99,8 @@ TEST(AppFaults, AnAnalysisOutOfMemoryShowsItsMessage) {
     const TempDir home;
     namespace t = detection::testing;
     const fs::path loop = home.file("loop.wav");
-    ASSERT_TRUE(t::writeSound(loop, t::clickTrain({.bpm = 120, .seconds = 30, .rateHz = 44100}),
-                              1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(t::writeSound(loop, t::clickTrain({.bpm = 120, .seconds = 30, .rateHz = 44100}), 1,
+                              44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     const fs::path png = home.file("shot.png");
     ChildRun run = app(home, {"--screenshot", png.string(), "--detect", loop.string()});
     // The decoded file (30 s, 5 MB as floats) is refused; the window itself

@@ -1,17 +1,16 @@
 #include "child_process.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <linux/capability.h>
+#include <sstream>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <thread>
+#include <unistd.h>
 
 namespace quorlen::testing {
 namespace {

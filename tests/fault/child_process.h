@@ -23,8 +23,8 @@ struct ChildRun {
 };
 
 struct ChildResult {
-    int status = -1;  // exit status, or -1 when ended by a signal or the timeout
-    int signal = 0;   // the signal that ended it, 0 if none
+    int status = -1; // exit status, or -1 when ended by a signal or the timeout
+    int signal = 0;  // the signal that ended it, 0 if none
     bool timedOut = false;
     bool unsupported = false; // the conditions could not be set up here
     std::string out;

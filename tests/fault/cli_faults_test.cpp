@@ -11,12 +11,11 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace quorlen::testing {
 namespace {
@@ -48,8 +47,8 @@ struct Loops {
         namespace t = detection::testing;
         const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
         for (int i = 0; i < kCount; ++i)
-            EXPECT_TRUE(t::writeSound(dir.file("loop" + std::to_string(i) + ".wav"), loop, 1,
-                                      44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+            EXPECT_TRUE(t::writeSound(dir.file("loop" + std::to_string(i) + ".wav"), loop, 1, 44100,
+                                      SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     }
     std::string path() const { return dir.path().string(); }
 };
@@ -105,8 +104,8 @@ TEST(CliFaults, RefusedThreadsLeaveFewerWorkersNotACrash) {
     // analyses may start no threads of their own.
     for (const char* allowed : {"0", "1", "3"}) {
         SCOPED_TRACE(allowed);
-        const ChildResult result = runChild(withShim(
-            quorlen({"detect", "-j", "19", loops.path()}), "QUORLEN_FAULT_THREADS", allowed));
+        const ChildResult result = runChild(withShim(quorlen({"detect", "-j", "19", loops.path()}),
+                                                     "QUORLEN_FAULT_THREADS", allowed));
         expectCleanEnd(result, 20);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.out, normal.out);
@@ -120,8 +119,8 @@ TEST(CliFaults, RefusedAllocationsFailEachFileWithOneLine) {
     // refuses the decoded file (8 s, 1.4 MB as floats) and the FFT set-up.
     for (const char* bytes : {"524288", "1200000"}) {
         SCOPED_TRACE(bytes);
-        const ChildResult result = runChild(withShim(
-            quorlen({"detect", "-j", "16", loops.path()}), "QUORLEN_FAULT_ALLOC_ABOVE", bytes));
+        const ChildResult result = runChild(withShim(quorlen({"detect", "-j", "16", loops.path()}),
+                                                     "QUORLEN_FAULT_ALLOC_ABOVE", bytes));
         expectCleanEnd(result, 20);
         EXPECT_EQ(result.status, 1);
         const auto printed = lines(result.out);
@@ -189,8 +188,15 @@ TEST(CliFaults, UnreadableFoldersAreReportedWithStatusOne) {
 TEST(CliFaults, EveryCommandReportsOutputThatCannotBeWritten) {
     const Loops loops;
     const std::vector<std::vector<std::string>> commands = {
-        {"tempo"}, {"space"}, {"notes"}, {"tet", "12"}, {"harmonics"}, {"key", "C"},
-        {"euclid", "3", "8"}, {"detect", loops.dir.file("loop0.wav").string()}, {"--help"}};
+        {"tempo"},
+        {"space"},
+        {"notes"},
+        {"tet", "12"},
+        {"harmonics"},
+        {"key", "C"},
+        {"euclid", "3", "8"},
+        {"detect", loops.dir.file("loop0.wav").string()},
+        {"--help"}};
     const std::pair<ChildRun::Output, std::string> outputs[] = {
         {ChildRun::Output::full, "No space left on device"},
         {ChildRun::Output::closed, "Bad file descriptor"}};
@@ -235,8 +241,8 @@ TEST(CliFaults, AFifoIsRefusedAtOnceAndHoldsUpNoOtherFile) {
     const Loops loops;
     const fs::path fifo = loops.dir.file("stream.wav");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    const ChildResult result = runChild(
-        quorlen({"detect", fifo.string(), loops.dir.file("loop0.wav").string()}));
+    const ChildResult result =
+        runChild(quorlen({"detect", fifo.string(), loops.dir.file("loop0.wav").string()}));
     expectCleanEnd(result, 10);
     EXPECT_EQ(result.status, 1);
     const auto printed = lines(result.out);

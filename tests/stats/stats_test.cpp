@@ -29,9 +29,9 @@ TEST(Stats, EndpointOverrideAcceptsHttpsAndLoopbackHttpOnly) {
     EXPECT_EQ(Stats::endpointFrom({}), Stats::defaultEndpoint());
     EXPECT_EQ(Stats::defaultEndpoint().scheme(), QStringLiteral("https"));
     EXPECT_EQ(Stats::defaultEndpoint().path(), QStringLiteral("/api/send"));
-    for (const char* accepted : {"https://stats.example.org/api/send", "http://127.0.0.1:8080/x",
-                                 "http://localhost:9/api/send", "http://[::1]:80/api/send",
-                                 "http://127.8.9.10/api/send"})
+    for (const char* accepted :
+         {"https://stats.example.org/api/send", "http://127.0.0.1:8080/x",
+          "http://localhost:9/api/send", "http://[::1]:80/api/send", "http://127.8.9.10/api/send"})
         EXPECT_TRUE(Stats::endpointFrom(accepted)) << accepted;
     for (const char* refused : {"off", "http://stats.example.org/api/send",
                                 "http://192.168.1.2/api/send", "ftp://127.0.0.1/x", "http://"})
@@ -41,7 +41,8 @@ TEST(Stats, EndpointOverrideAcceptsHttpsAndLoopbackHttpOnly) {
 TEST(Stats, UserAgentEndsInTheVersionOrDev) {
     EXPECT_EQ(Stats::userAgent(QStringLiteral("1.2.3")),
               QStringLiteral("Mozilla/5.0 (Macintosh) QuorlenCalculator/1.2.3"));
-    EXPECT_EQ(Stats::userAgent({}), QStringLiteral("Mozilla/5.0 (Macintosh) QuorlenCalculator/dev"));
+    EXPECT_EQ(Stats::userAgent({}),
+              QStringLiteral("Mozilla/5.0 (Macintosh) QuorlenCalculator/dev"));
 }
 
 // Checks one request against the wire format, member by member.

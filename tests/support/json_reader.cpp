@@ -165,13 +165,9 @@ struct Reader {
 
 } // namespace
 
-const JsonValue& JsonValue::operator[](const std::string& key) const {
-    return object().at(key);
-}
+const JsonValue& JsonValue::operator[](const std::string& key) const { return object().at(key); }
 
-const JsonValue& JsonValue::operator[](size_t index) const {
-    return array().at(index);
-}
+const JsonValue& JsonValue::operator[](size_t index) const { return array().at(index); }
 
 std::optional<JsonValue> readJson(std::string_view text) {
     Reader reader{text};

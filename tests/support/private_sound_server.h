@@ -56,27 +56,28 @@ public:
         environment.remove(QStringLiteral("PULSE_SERVER"));
         m_server.setProcessEnvironment(environment);
         m_server.setProcessChannelMode(QProcess::MergedChannels);
-        m_server.start(pulseaudio,
-                       {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                        QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
-                        QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
-                        QStringLiteral("module-null-sink sink_name=quorlen_test"),
-                        QStringLiteral("-L"),
-                        QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") +
-                            m_socket});
+        m_server.start(
+            pulseaudio,
+            {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+             QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
+             QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
+             QStringLiteral("module-null-sink sink_name=quorlen_test"), QStringLiteral("-L"),
+             QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") + m_socket});
         const bool up = waitUntil(
-            [&] { return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning; },
+            [&] {
+                return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning;
+            },
             10000);
         if (!up || m_server.state() == QProcess::NotRunning)
             return QStringLiteral("the PulseAudio server did not start: ") +
                    QString::fromLocal8Bit(m_server.readAll()).simplified().right(300);
 
         m_recorder.setProcessEnvironment(environment);
-        m_recorder.start(parecord, {QStringLiteral("--server=unix:") + m_socket,
-                                    QStringLiteral("--device=quorlen_test.monitor"),
-                                    QStringLiteral("--raw"), QStringLiteral("--format=float32le"),
-                                    QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
-                                    QStringLiteral("--latency-msec=10")});
+        m_recorder.start(parecord,
+                         {QStringLiteral("--server=unix:") + m_socket,
+                          QStringLiteral("--device=quorlen_test.monitor"), QStringLiteral("--raw"),
+                          QStringLiteral("--format=float32le"), QStringLiteral("--rate=44100"),
+                          QStringLiteral("--channels=2"), QStringLiteral("--latency-msec=10")});
         m_clock.start();
         QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput, [this] {
             m_bytes += m_recorder.readAllStandardOutput();

@@ -15,9 +15,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-#include <sndfile.h>
-
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
 #include <algorithm>
 #include <cmath>
@@ -71,15 +70,16 @@ TEST(PreviewSound, APreviewFromTheThirdSecondIsHeardFadedIn) {
         tones.insert(tones.end(), second.begin(), second.end());
     }
     const std::string path = dir.file("tones.wav").string();
-    ASSERT_TRUE(detection::testing::writeSound(path, tones, 1, 44100,
-                                               SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    ASSERT_TRUE(
+        detection::testing::writeSound(path, tones, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
 
     qputenv("PULSE_SERVER", server.address().toLocal8Bit());
     TempoPreviewPlayer player(std::make_unique<RtAudioBackend>());
     const int before = server.frameCount();
     std::optional<QString> error;
-    player.start(QString::fromStdString(path), 2.0, [] {},
-                 [&](std::optional<QString> outcome) { error = outcome; });
+    player.start(
+        QString::fromStdString(path), 2.0, [] {},
+        [&](std::optional<QString> outcome) { error = outcome; });
     ASSERT_TRUE(testing::waitUntil([&] { return player.isPlaying() || error; }));
     ASSERT_FALSE(error) << error->toStdString();
 

@@ -32,9 +32,9 @@
 #include <QTest>
 #include <QUrl>
 
+#include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <gtest/gtest.h>
 #include <ostream>
 
 QT_BEGIN_NAMESPACE
@@ -60,8 +60,7 @@ bool dropFile(QWidget* target, const QString& path) {
     return drop.isAccepted();
 }
 
-template <typename T>
-T* child(QWidget* parent, const char* name) {
+template <typename T> T* child(QWidget* parent, const char* name) {
     return parent->findChild<T*>(QString::fromLatin1(name));
 }
 
@@ -120,7 +119,8 @@ TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
     EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 64");
     EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 256");
     const QString note = child<SchemeLabel>(panel, "detectionNote")->text();
-    EXPECT_TRUE(note.startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars")) << note.toStdString();
+    EXPECT_TRUE(note.startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars"))
+        << note.toStdString();
 
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
     EXPECT_EQ(content.state().bpm(), 128);
@@ -176,10 +176,8 @@ struct PanelRig {
         auto player = std::make_unique<TempoPreviewPlayer>(
             std::make_unique<quorlen::testing::FakeAudioBackend>());
         model = std::make_unique<TempoDetectModel>(
-            std::move(player),
-            [answer](const std::string&, const detection::CancelCheck&, const detection::OctaveMode&) {
-                return answer();
-            });
+            std::move(player), [answer](const std::string&, const detection::CancelCheck&,
+                                        const detection::OctaveMode&) { return answer(); });
         panel = std::make_unique<TempoDetectPanel>(state, *model);
         panel->resize(700, 400);
         panel->show();
@@ -217,8 +215,10 @@ TEST(TempoDetectPanel, ButtonsFollowTheRangeAndUseRoundsToCents) {
     for (const Case& c : cases) {
         PanelRig rig([&] { return analysisAt(c.bpm); });
         ASSERT_TRUE(rig.analyse());
-        EXPECT_EQ(child<KitButton>(rig.panel.get(), "halveButton")->isEnabled(), c.canHalve) << c.bpm;
-        EXPECT_EQ(child<KitButton>(rig.panel.get(), "doubleButton")->isEnabled(), c.canDouble) << c.bpm;
+        EXPECT_EQ(child<KitButton>(rig.panel.get(), "halveButton")->isEnabled(), c.canHalve)
+            << c.bpm;
+        EXPECT_EQ(child<KitButton>(rig.panel.get(), "doubleButton")->isEnabled(), c.canDouble)
+            << c.bpm;
         QTest::mouseClick(child<KitButton>(rig.panel.get(), "useBpmButton"), Qt::LeftButton);
         EXPECT_EQ(rig.state.bpm(), c.used);
     }
@@ -248,7 +248,7 @@ TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
         QColor colour;
     };
     const Case cases[] = {
-        {0.82, 0.82, QuorlenTheme::fern()},   {0.7, 0.7, QuorlenTheme::fern()},
+        {0.82, 0.82, QuorlenTheme::fern()},    {0.7, 0.7, QuorlenTheme::fern()},
         {0.45, 0.45, QuorlenTheme::saffron()}, {0.449, 0.449, QuorlenTheme::lacquer()},
         {-0.2, 0, QuorlenTheme::lacquer()},    {1.3, 1, QuorlenTheme::fern()},
     };
@@ -268,7 +268,8 @@ TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
     }));
     EXPECT_EQ(dialog->labelText(QFileDialog::Accept), "Analyse");
     EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
-    EXPECT_TRUE(dialog->nameFilters().first().startsWith("Audio files")) << dialog->nameFilters().first().toStdString();
+    EXPECT_TRUE(dialog->nameFilters().first().startsWith("Audio files"))
+        << dialog->nameFilters().first().toStdString();
     EXPECT_TRUE(dialog->nameFilters().first().contains("*.wav"));
     dialog->reject();
     EXPECT_FALSE(rig.panel->model().isAnalysing());
@@ -342,11 +343,11 @@ TEST(TempoDetectPanel, TheAnalysisOutlivesAVisitToAnotherTool) {
 
     content.showTool(CalculatorTool::space);
     EXPECT_TRUE(quorlen::testing::waitUntil([&] { return panel.isNull(); }));
-    ASSERT_TRUE(quorlen::testing::waitUntil([&] { return !content.detection().isAnalysing(); },
-                                            20000));
+    ASSERT_TRUE(
+        quorlen::testing::waitUntil([&] { return !content.detection().isAnalysing(); }, 20000));
 
-    for (const CalculatorTool away : {CalculatorTool::bpm, CalculatorTool::harmony,
-                                      CalculatorTool::bpm}) {
+    for (const CalculatorTool away :
+         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
         content.showTool(away);
     }
     auto* back = qobject_cast<TempoView*>(content.toolView());

@@ -7,9 +7,8 @@
 #include "test_encoder.h"
 #include "test_signals.h"
 
-#include <sndfile.h>
-
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
 #include <cmath>
 
@@ -34,8 +33,8 @@ std::string writeRamp(const generated::TempDir& dir, const char* name, int frame
             samples.push_back(-value);
     }
     const std::string path = dir.file(name).string();
-    EXPECT_TRUE(generated::writeSound(path, samples, channels, rateHz,
-                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    EXPECT_TRUE(
+        generated::writeSound(path, samples, channels, rateHz, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     return path;
 }
 
@@ -45,8 +44,8 @@ struct Rig {
     explicit Rig(double durationSeconds = 3.0) {
         auto owned = std::make_unique<FakeAudioBackend>();
         backend = owned.get();
-        auto player = std::make_unique<TempoPreviewPlayer>(std::move(owned),
-                                                           [this] { return nowSeconds; });
+        auto player =
+            std::make_unique<TempoPreviewPlayer>(std::move(owned), [this] { return nowSeconds; });
         model = std::make_unique<TempoDetectModel>(
             std::move(player), [durationSeconds](const std::string&, const detection::CancelCheck&,
                                                  const detection::OctaveMode&) {
@@ -211,7 +210,8 @@ TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
     // Play the whole file; its completion is on its way.
     rig.pull(kDelayFrames + 9000, 17);
     rig.model->startPreview(0.1); // a click elsewhere restarts from there
-    ASSERT_TRUE(waitUntil([&] { return rig.player().isPlaying() && rig.player().startOffset() == 0.1; }));
+    ASSERT_TRUE(
+        waitUntil([&] { return rig.player().isPlaying() && rig.player().startOffset() == 0.1; }));
     QTest::qWait(50); // the old completion, if posted, has arrived
     EXPECT_TRUE(rig.player().isPlaying());
     EXPECT_EQ(rig.model->playhead(), 0.1);
@@ -230,7 +230,8 @@ TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
     ASSERT_TRUE(rig.player().isPlaying());
     rig.model->startPreview(1.5); // a click on the waveform: the old one fades
     rig.model->stopPreview();     // then Stop, before the fade is over
-    ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying() && rig.backend->pauses > 0; }, 1000));
+    ASSERT_TRUE(
+        waitUntil([&] { return !rig.player().isPlaying() && rig.backend->pauses > 0; }, 1000));
     QTest::qWait(200); // past the fade and pause: the waiting start must not come
     EXPECT_FALSE(rig.player().isPlaying());
     EXPECT_FALSE(rig.model->playhead());

@@ -26,8 +26,7 @@ protected:
 };
 
 TEST_F(ColorSchemeTest, SurfacesAndStripsFollowTheSchemeAtOnce) {
-    PremiumPanel panel(QStringLiteral("Panel"), QStringLiteral("tablecells"),
-                       QuorlenTheme::fern());
+    PremiumPanel panel(QStringLiteral("Panel"), QStringLiteral("tablecells"), QuorlenTheme::fern());
     panel.resize(200, 120);
     FormulaStrip strip(QStringLiteral("beat = 60000 / BPM"));
     strip.resize(200, 40);
@@ -65,7 +64,8 @@ TEST_F(ColorSchemeTest, HatchCoversANarrowTallBackdrop) {
     int hatchPixels = 0;
     for (int y = 0; y < 100; ++y) {
         for (int x = 3; x < 57; ++x) {
-            const int around = (image.pixelColor(x - 3, y).red() + image.pixelColor(x + 3, y).red()) / 2;
+            const int around =
+                (image.pixelColor(x - 3, y).red() + image.pixelColor(x + 3, y).red()) / 2;
             hatchPixels += qAbs(image.pixelColor(x, y).red() - around) > 3;
         }
     }

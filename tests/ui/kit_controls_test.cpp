@@ -145,8 +145,9 @@ TEST(Contrast, DarkSchemeInkReadsAndKeepsItsHue) {
     const QColor background = darkSurfaceReference();
     // The palette's own lacquer is about 2.1:1 there.
     EXPECT_LT(contrastRatio(QuorlenTheme::lacquer(), background), 2.5);
-    for (const QColor& hue : {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
-                              QuorlenTheme::dusk(), QuorlenTheme::lake()}) {
+    for (const QColor& hue :
+         {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
+          QuorlenTheme::dusk(), QuorlenTheme::lake()}) {
         const QColor ink = textInk(hue, ColorScheme::Dark);
         EXPECT_GE(contrastRatio(ink, background), 4.5) << hue.name().toStdString();
         if (contrastRatio(hue, background) >= 4.5)

@@ -102,7 +102,8 @@ TEST(PremiumInputField, ReturnSubmitsAndTypingReportsEdits) {
     w.showAndFocus();
     QStringList edits;
     int submits = 0;
-    QObject::connect(w.field, &PremiumInputField::textEdited, [&](const QString& t) { edits << t; });
+    QObject::connect(w.field, &PremiumInputField::textEdited,
+                     [&](const QString& t) { edits << t; });
     QObject::connect(w.field, &PremiumInputField::submitted, [&] { ++submits; });
 
     w.field->setText(QStringLiteral("12"));

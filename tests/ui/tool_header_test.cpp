@@ -18,8 +18,8 @@ ToolHeader::Metric metric(const char* label, const char* value,
 TEST(ToolHeader, TilesCopyTheirCopyValueOrElseTheShownValue) {
     ToolHeader header(QStringLiteral("Tempo"), QStringLiteral("BPM to Milliseconds"),
                       QStringLiteral("metronome"), QuorlenTheme::saffron());
-    header.setMetrics({metric("Quarter", "500.00 ms", QStringLiteral("500.00")),
-                       metric("Sixteenth", "8.00 Hz")});
+    header.setMetrics(
+        {metric("Quarter", "500.00 ms", QStringLiteral("500.00")), metric("Sixteenth", "8.00 Hz")});
     header.resize(700, 160);
     header.show();
     ASSERT_EQ(header.tiles().size(), 2);

@@ -1,9 +1,9 @@
 #include "audio/engine/rtaudio_backend.h"
 
 #include <RtAudio.h>
-#include <alsa/error.h>
 
 #include <algorithm>
+#include <alsa/error.h>
 #include <atomic>
 #include <cstdarg>
 #include <vector>

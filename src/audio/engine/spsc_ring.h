@@ -12,8 +12,7 @@ namespace quorlen {
 // consumer thread, without locks or allocation. Counters run for the life
 // of the ring (2^64 items never wrap in practice), so the number of items
 // the consumer has taken doubles as a receipt for the producer.
-template <typename T, size_t Capacity>
-class SpscRing {
+template <typename T, size_t Capacity> class SpscRing {
 public:
     // Producer: the count of taken items at which `item` will have been
     // taken, or nothing when the ring is full.

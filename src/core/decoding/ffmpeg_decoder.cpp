@@ -2,8 +2,8 @@
 
 #include "decoding/byte_source.h"
 #include "decoding/decoder.h"
-#include "decoding/frame_conversion.h"
 #include "decoding/ffmpeg_library.h"
+#include "decoding/frame_conversion.h"
 #include "decoding/read_error.h"
 
 #include <algorithm>
@@ -81,7 +81,9 @@ int firstAudioStream(const AVFormatContext& format, const AVCodec*& codec) {
 
 class FfmpegDecoder final : public Decoder {
 public:
-    explicit FfmpegDecoder(std::unique_ptr<ByteSource> source) : bytes(std::move(source)) { open(); }
+    explicit FfmpegDecoder(std::unique_ptr<ByteSource> source) : bytes(std::move(source)) {
+        open();
+    }
     long long read(float* interleaved, long long frames) override;
     void seek(long long frame) override;
     bool damaged() const override { return m_damaged; }
@@ -121,7 +123,7 @@ void FfmpegDecoder::open() {
         throw ReadError(message::kOutOfMemory);
     auto* buffer = static_cast<unsigned char*>(av().av_malloc(kIoBufferBytes));
     AVIOContext* rawIo = buffer ? av().avio_alloc_context(buffer, kIoBufferBytes, 0, bytes.get(),
-                                                     &readBytes, nullptr, &seekBytes)
+                                                          &readBytes, nullptr, &seekBytes)
                                 : nullptr;
     if (!rawIo) {
         av().av_free(buffer);
@@ -134,7 +136,8 @@ void FfmpegDecoder::open() {
         throw ReadError(message::kOutOfMemory);
     rawFormat->pb = io.get();
     rawFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
-    if (const int error = av().avformat_open_input(&rawFormat, nullptr, nullptr, nullptr); error < 0)
+    if (const int error = av().avformat_open_input(&rawFormat, nullptr, nullptr, nullptr);
+        error < 0)
         throw ReadError(openFailure(error)); // the context is freed on failure
     format.reset(rawFormat);
     if (const int error = av().avformat_find_stream_info(format.get(), nullptr); error < 0)
@@ -143,7 +146,8 @@ void FfmpegDecoder::open() {
     const AVCodec* decoder = nullptr;
     const int index = firstAudioStream(*format, decoder);
     for (unsigned i = 0; i < format->nb_streams; ++i)
-        format->streams[i]->discard = static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        format->streams[i]->discard =
+            static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     stream = format->streams[index];
 
     codec.reset(av().avcodec_alloc_context3(decoder));
@@ -196,8 +200,8 @@ void FfmpegDecoder::takeFrame() {
     if (seekTarget >= 0) {
         long long drop = 0;
         if (f.best_effort_timestamp != AV_NOPTS_VALUE) {
-            const long long first =
-                av().av_rescale_q(f.best_effort_timestamp - originPts, stream->time_base, {1, rateHz()});
+            const long long first = av().av_rescale_q(f.best_effort_timestamp - originPts,
+                                                      stream->time_base, {1, rateHz()});
             drop = std::clamp(seekTarget - first, 0LL, static_cast<long long>(f.nb_samples));
         }
         const auto dropped = pending.begin() + static_cast<std::ptrdiff_t>(before);

@@ -5,9 +5,8 @@ extern "C" {
 #include <libavutil/macros.h>
 }
 
-#include <dlfcn.h>
-
 #include <cstdarg>
+#include <dlfcn.h>
 #include <iterator>
 
 namespace quorlen::decoding {
@@ -36,9 +35,9 @@ const FfmpegLibrary* load() {
         return nullptr;
     };
     static FfmpegLibrary library;
-#define QUORLEN_FFMPEG_RESOLVE(name)                                                              \
-    library.name = reinterpret_cast<decltype(library.name)>(find(#name));                         \
-    if (!library.name)                                                                            \
+#define QUORLEN_FFMPEG_RESOLVE(name)                                                               \
+    library.name = reinterpret_cast<decltype(library.name)>(find(#name));                          \
+    if (!library.name)                                                                             \
         return nullptr;
     QUORLEN_FFMPEG_FUNCTIONS(QUORLEN_FFMPEG_RESOLVE)
 #undef QUORLEN_FFMPEG_RESOLVE

@@ -12,8 +12,7 @@ extern "C" {
 namespace quorlen::decoding {
 namespace {
 
-template <typename Sample>
-float toFloat(Sample value) {
+template <typename Sample> float toFloat(Sample value) {
     if constexpr (std::is_same_v<Sample, std::uint8_t>)
         return static_cast<float>(static_cast<int>(value) - 128) * (1.0f / 128.0f);
     else if constexpr (std::is_same_v<Sample, std::int16_t>)
@@ -50,13 +49,27 @@ void convert(const AVFrame& frame, bool planar, int channels, float* out) {
 // packed twin in `packed`.
 bool isPlanar(AVSampleFormat format, AVSampleFormat& packed) {
     switch (format) {
-    case AV_SAMPLE_FMT_U8P: packed = AV_SAMPLE_FMT_U8; return true;
-    case AV_SAMPLE_FMT_S16P: packed = AV_SAMPLE_FMT_S16; return true;
-    case AV_SAMPLE_FMT_S32P: packed = AV_SAMPLE_FMT_S32; return true;
-    case AV_SAMPLE_FMT_S64P: packed = AV_SAMPLE_FMT_S64; return true;
-    case AV_SAMPLE_FMT_FLTP: packed = AV_SAMPLE_FMT_FLT; return true;
-    case AV_SAMPLE_FMT_DBLP: packed = AV_SAMPLE_FMT_DBL; return true;
-    default: packed = format; return false;
+    case AV_SAMPLE_FMT_U8P:
+        packed = AV_SAMPLE_FMT_U8;
+        return true;
+    case AV_SAMPLE_FMT_S16P:
+        packed = AV_SAMPLE_FMT_S16;
+        return true;
+    case AV_SAMPLE_FMT_S32P:
+        packed = AV_SAMPLE_FMT_S32;
+        return true;
+    case AV_SAMPLE_FMT_S64P:
+        packed = AV_SAMPLE_FMT_S64;
+        return true;
+    case AV_SAMPLE_FMT_FLTP:
+        packed = AV_SAMPLE_FMT_FLT;
+        return true;
+    case AV_SAMPLE_FMT_DBLP:
+        packed = AV_SAMPLE_FMT_DBL;
+        return true;
+    default:
+        packed = format;
+        return false;
     }
 }
 
@@ -72,12 +85,24 @@ bool appendInterleaved(const AVFrame& frame, int channels, std::vector<float>& i
     interleaved.resize(first + count);
     float* out = interleaved.data() + first;
     switch (packed) {
-    case AV_SAMPLE_FMT_U8: convert<std::uint8_t>(frame, planar, channels, out); return true;
-    case AV_SAMPLE_FMT_S16: convert<std::int16_t>(frame, planar, channels, out); return true;
-    case AV_SAMPLE_FMT_S32: convert<std::int32_t>(frame, planar, channels, out); return true;
-    case AV_SAMPLE_FMT_S64: convert<std::int64_t>(frame, planar, channels, out); return true;
-    case AV_SAMPLE_FMT_FLT: convert<float>(frame, planar, channels, out); return true;
-    case AV_SAMPLE_FMT_DBL: convert<double>(frame, planar, channels, out); return true;
+    case AV_SAMPLE_FMT_U8:
+        convert<std::uint8_t>(frame, planar, channels, out);
+        return true;
+    case AV_SAMPLE_FMT_S16:
+        convert<std::int16_t>(frame, planar, channels, out);
+        return true;
+    case AV_SAMPLE_FMT_S32:
+        convert<std::int32_t>(frame, planar, channels, out);
+        return true;
+    case AV_SAMPLE_FMT_S64:
+        convert<std::int64_t>(frame, planar, channels, out);
+        return true;
+    case AV_SAMPLE_FMT_FLT:
+        convert<float>(frame, planar, channels, out);
+        return true;
+    case AV_SAMPLE_FMT_DBL:
+        convert<double>(frame, planar, channels, out);
+        return true;
     default:
         interleaved.resize(first);
         return false;

@@ -26,8 +26,8 @@ SF_VIRTUAL_IO byteSourceIo() {
         auto* out = static_cast<std::uint8_t*>(destination);
         sf_count_t done = 0;
         while (done < count) {
-            const int n = source->read(out + done, static_cast<int>(std::min<sf_count_t>(
-                                                       count - done, 1 << 30)));
+            const int n = source->read(
+                out + done, static_cast<int>(std::min<sf_count_t>(count - done, 1 << 30)));
             if (n <= 0)
                 break; // the end, or an error: libsndfile sees a short read
             done += n;
@@ -56,10 +56,12 @@ bool looksExact(ByteSource& bytes) {
     bytes.seek(0, SEEK_SET);
     if (got < 12)
         return false;
-    const auto is = [&head](int at, const char* tag) { return std::memcmp(head + at, tag, 4) == 0; };
+    const auto is = [&head](int at, const char* tag) {
+        return std::memcmp(head + at, tag, 4) == 0;
+    };
     return (is(0, "RIFF") && is(8, "WAVE")) || is(0, "RF64") || is(0, "BW64") ||
-           (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") ||
-           is(0, "fLaC") || is(0, "riff");
+           (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") || is(0, "fLaC") ||
+           is(0, "riff");
 }
 
 bool isExactFormat(int format) {

@@ -65,8 +65,7 @@ DecodedAudio decodeOpened(decoding::AudioFileReader& reader, const CancelCheck& 
     return result;
 }
 
-template <typename Source>
-DecodedAudio load(const Source& source, const CancelCheck& isCancelled) {
+template <typename Source> DecodedAudio load(const Source& source, const CancelCheck& isCancelled) {
     try {
         decoding::AudioFileReader reader(source);
         return decodeOpened(reader, isCancelled);

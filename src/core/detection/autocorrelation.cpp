@@ -106,9 +106,8 @@ std::vector<double> expandOctaves(std::span<const double> tempos) {
             const double v = tempo * ratio;
             if (!inTempoRange(v))
                 continue;
-            const bool near = std::any_of(out.begin(), out.end(), [v](double e) {
-                return std::abs(e - v) / v < 0.01;
-            });
+            const bool near = std::any_of(out.begin(), out.end(),
+                                          [v](double e) { return std::abs(e - v) / v < 0.01; });
             if (!near)
                 out.push_back(v);
         }

@@ -14,7 +14,7 @@ inline constexpr double kMaxBpm = 250.0;
 inline bool inTempoRange(double bpm) { return bpm >= kMinBpm && bpm <= kMaxBpm; }
 
 // Octave and triplet relatives of a tempo, in the order they are tried.
-inline constexpr std::array<double, 7> kTempoRatios = {1.0,       0.5, 2.0, 2.0 / 3.0,
+inline constexpr std::array<double, 7> kTempoRatios = {1.0,       0.5,       2.0, 2.0 / 3.0,
                                                        3.0 / 2.0, 1.0 / 3.0, 3.0};
 
 // Autocorrelation with the magnitude spectrum compressed to |X|^0.5, one

@@ -21,8 +21,8 @@ double placeBeatPhase(std::span<const double> lowEnvelope, double fps, double bp
                       double fullPhase) {
     if (lowEnvelope.empty() || !(bpm > 0.0))
         return fullPhase;
-    const double lowMean = std::accumulate(lowEnvelope.begin(), lowEnvelope.end(), 0.0) /
-                           double(lowEnvelope.size());
+    const double lowMean =
+        std::accumulate(lowEnvelope.begin(), lowEnvelope.end(), 0.0) / double(lowEnvelope.size());
     if (!(lowMean > 0.0))
         return fullPhase;
     const GridFit low = gridScore(lowEnvelope, fps, bpm, std::nullopt);

@@ -59,8 +59,8 @@ void ensurePlans(FftPlans& plans, PlanKind kind, size_t size) {
     // FFTW_ESTIMATE keeps plans, and so the rounding of results, identical
     // from run to run; measured plans could differ between runs.
     if (kind == PlanKind::complex && !plans.forward) {
-        const std::unique_ptr<fftwf_complex, decltype(&release)> a(
-            allocate<fftwf_complex>(size), release);
+        const std::unique_ptr<fftwf_complex, decltype(&release)> a(allocate<fftwf_complex>(size),
+                                                                   release);
         plans.forward = fftwf_plan_dft_1d(n, a.get(), a.get(), FFTW_FORWARD, FFTW_ESTIMATE);
         plans.backward = fftwf_plan_dft_1d(n, a.get(), a.get(), FFTW_BACKWARD, FFTW_ESTIMATE);
     }
@@ -122,9 +122,7 @@ void ComplexFFT::run(bool backward, std::span<float> real, std::span<float> imag
     }
 }
 
-void ComplexFFT::forward(std::span<float> real, std::span<float> imag) {
-    run(false, real, imag);
-}
+void ComplexFFT::forward(std::span<float> real, std::span<float> imag) { run(false, real, imag); }
 
 void ComplexFFT::inverse(std::span<float> real, std::span<float> imag) {
     run(true, real, imag);
@@ -136,8 +134,8 @@ void ComplexFFT::inverse(std::span<float> real, std::span<float> imag) {
 }
 
 RealFFT::RealFFT(size_t size)
-    : size_(size), plans_(plansFor(PlanKind::real, size)),
-      input_(allocate<float>(size)), output_(nullptr) {
+    : size_(size), plans_(plansFor(PlanKind::real, size)), input_(allocate<float>(size)),
+      output_(nullptr) {
     try {
         output_ = reinterpret_cast<float*>(allocate<fftwf_complex>(size / 2 + 1));
     } catch (...) {
@@ -151,8 +149,7 @@ RealFFT::~RealFFT() {
     release(output_);
 }
 
-void RealFFT::forward(std::span<const float> input, std::span<float> real,
-                      std::span<float> imag) {
+void RealFFT::forward(std::span<const float> input, std::span<float> real, std::span<float> imag) {
     const size_t bins = size_ / 2 + 1;
     checkLength(input.size(), size_);
     checkLength(real.size(), bins);

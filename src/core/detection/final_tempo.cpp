@@ -53,8 +53,8 @@ std::optional<FinalTempo> snapToLoop(std::span<const double> envelope, double fp
     for (const LoopCandidate& loop : loopCandidates(durationSeconds)) {
         const double rel = std::abs(loop.bpm - best.bpm) / best.bpm;
         const bool close = rel <= kCloseLoop;
-        if (!close && (scope == LoopScope::sameOctave ||
-                       (!(durationSeconds < kShortFileSeconds) && !nearRelative(loop.bpm, best.bpm))))
+        if (!close && (scope == LoopScope::sameOctave || (!(durationSeconds < kShortFileSeconds) &&
+                                                          !nearRelative(loop.bpm, best.bpm))))
             continue;
         const GridFit comb = gridScore(envelope, fps, loop.bpm, std::nullopt);
         const double factor =

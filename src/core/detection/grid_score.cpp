@@ -68,8 +68,8 @@ stepCombs(const double* __restrict x, double* __restrict t, double* __restrict s
     }
 }
 
-void runCombsTogether(const double* x, const double* starts, int steps, double period,
-                      double limit, CombSums* out) {
+void runCombsTogether(const double* x, const double* starts, int steps, double period, double limit,
+                      CombSums* out) {
     double t[96], sum[96] = {}, evenSum[96] = {}, oddSum[96] = {};
     std::copy(starts, starts + steps, t);
     int active = steps;
@@ -156,8 +156,7 @@ GridFit gridScoreWith(std::span<const double> envelope, double fps, double bpm,
     int segments = 0;
     for (double a = 0.0;; a += segment) {
         const double limit = std::min(n, std::trunc(a + segment)) - 1.0;
-        const BestComb best =
-            bestPhase(envelope, period, phases, std::trunc(a), limit, together);
+        const BestComb best = bestPhase(envelope, period, phases, std::trunc(a), limit, together);
         scoreSum += std::max(best.mean, 0.0);
         ratioSum += best.ratio;
         if (segments++ == 0)

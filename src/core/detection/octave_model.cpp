@@ -15,8 +15,8 @@ namespace {
 constexpr double kReferenceBpm = 120.0;
 // Octave and triplet relatives, and the dotted ones that a swung or
 // syncopated groove suggests.
-constexpr std::array<double, 9> kRelatives = {1.0, 0.5, 2.0, 2.0 / 3.0, 1.5, 1.0 / 3.0, 3.0,
-                                              0.75, 4.0 / 3.0};
+constexpr std::array<double, 9> kRelatives = {1.0,       0.5, 2.0,  2.0 / 3.0, 1.5,
+                                              1.0 / 3.0, 3.0, 0.75, 4.0 / 3.0};
 // An onset is a value above twice the envelope's RMS (which is 1)
 // that is the largest within +-4 frames (+-46 ms).
 constexpr double kOnsetThreshold = 2.0;
@@ -111,9 +111,8 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
         f.ratio = ratio;
         f.logTempo = std::log2(bpm / kReferenceBpm);
         f.fullStrength = clippedLog(wholeScore(evidence.full, evidence.fps, bpm), fullMean);
-        f.lowStrength = lowMean > 0.0
-                            ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean)
-                            : 0.0;
+        f.lowStrength =
+            lowMean > 0.0 ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean) : 0.0;
         f.kicksPerBeat = lowRate > 0.0 ? std::log2(lowRate * 60.0 / bpm) : 0.0;
         if (power > 0.0) {
             const double period = 60.0 * evidence.fps / bpm;
@@ -140,9 +139,10 @@ double chooseOctave(const OctaveEvidence& evidence, double classicBpm) {
     const std::vector<OctaveFeatures> candidates = octaveCandidates(evidence, classicBpm);
     if (candidates.empty())
         return 1.0;
-    const auto best = std::max_element(
-        candidates.begin(), candidates.end(),
-        [](const OctaveFeatures& a, const OctaveFeatures& b) { return octaveScore(a) < octaveScore(b); });
+    const auto best = std::max_element(candidates.begin(), candidates.end(),
+                                       [](const OctaveFeatures& a, const OctaveFeatures& b) {
+                                           return octaveScore(a) < octaveScore(b);
+                                       });
     return best->ratio;
 }
 

@@ -18,11 +18,11 @@ struct OctaveEvidence {
 // divided by the envelope's mean, so 1 is "no more than anywhere".
 struct OctaveFeatures {
     double bpm = 0.0;
-    double ratio = 1.0;         // bpm / the classic tempo
-    double logTempo = 0.0;      // log2(bpm / 120)
-    double fullStrength = 0.0;  // ln of the full-band strength
-    double lowStrength = 0.0;   // ln of the low-band strength (0 without a low band)
-    double kicksPerBeat = 0.0;  // log2 of low-band onsets per beat (their rate x 60 / bpm)
+    double ratio = 1.0;        // bpm / the classic tempo
+    double logTempo = 0.0;     // log2(bpm / 120)
+    double fullStrength = 0.0; // ln of the full-band strength
+    double lowStrength = 0.0;  // ln of the low-band strength (0 without a low band)
+    double kicksPerBeat = 0.0; // log2 of low-band onsets per beat (their rate x 60 / bpm)
     // How much more the mid band's accents repeat itself after 2, 4 and 8 beats
     // than after half as many: ln of its autocorrelation at 2P over that at
     // P, and so on (P the beat period). A backbeat (snare on 2 and 4) raises

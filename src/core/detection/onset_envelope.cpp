@@ -135,8 +135,7 @@ bool envelopeRange(std::span<const float> samples, const Filterbank& bank,
 }
 
 template <typename Spectrum>
-Envelope envelopeWith(std::span<const float> samples, const CancelCheck& isCancelled,
-                      int threads) {
+Envelope envelopeWith(std::span<const float> samples, const CancelCheck& isCancelled, int threads) {
     const Filterbank bank;
     if (bank.bands.size() < 3 || samples.size() < kFrameLength + 1)
         return {};

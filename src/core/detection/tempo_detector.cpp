@@ -87,9 +87,8 @@ void prepareAnalysis() {
         preparePlans(size, false);
 }
 
-TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz,
-                           double durationSeconds, const CancelCheck& isCancelled,
-                           const AnalysisOptions& options) {
+TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, double durationSeconds,
+                           const CancelCheck& isCancelled, const AnalysisOptions& options) {
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
     evidence.cropStartSamples = condition(samples, sampleRateHz, isCancelled);

@@ -14,9 +14,9 @@ namespace quorlen::detection {
 struct Estimate {
     double bpm = 0.0;
     double beatOffsetSeconds = 0.0; // from the start of the file to the first grid beat
-    int downbeat = 0;               // grid beats (0 ... 3) from the first beat to the first bar line
-    double confidence = 0.0;        // 0 ... 1
-    std::optional<int> snappedBars; // 4-beat bars the file spans, when snapped to its length
+    int downbeat = 0;        // grid beats (0 ... 3) from the first beat to the first bar line
+    double confidence = 0.0; // 0 ... 1
+    std::optional<int> snappedBars;   // 4-beat bars the file spans, when snapped to its length
     std::vector<double> alternatives; // up to 3 other tempos, two decimals, best first
     double durationSeconds = 0.0;     // decoded duration, before resampling or cropping
 
@@ -40,9 +40,9 @@ inline constexpr int kWaveformColumns = 1600;
 // What the analysis measured before any tempo was chosen: every octave
 // mode's estimate is made from it.
 struct TempoEvidence {
-    std::vector<double> full; // normalised full-band onset envelope
-    std::vector<double> low;  // normalised low-band onset envelope
-    std::vector<double> mid;  // normalised mid-band onset envelope (snares, claps)
+    std::vector<double> full;  // normalised full-band onset envelope
+    std::vector<double> low;   // normalised low-band onset envelope
+    std::vector<double> mid;   // normalised mid-band onset envelope (snares, claps)
     double envelopeMean = 0.0; // mean of `full`, above 0
     TempoCandidates candidates;
     size_t cropStartSamples = 0; // at 22050 Hz
@@ -52,9 +52,8 @@ struct TempoEvidence {
 // The first stages of `analyze`: resampling to 22050 Hz, cropping to the
 // loudest 300 s, the onset envelopes and the ranked, refined candidates.
 // Throws Failure: tooShort (under 1.2 s), noRhythm, cancelled.
-TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz,
-                           double durationSeconds, const CancelCheck& isCancelled,
-                           const AnalysisOptions& options = {});
+TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, double durationSeconds,
+                           const CancelCheck& isCancelled, const AnalysisOptions& options = {});
 
 // The estimate of `evidence` in an octave mode. The classic mode snaps
 // loops of up to 90 s to whole bars or prefers a round tempo; the others

@@ -28,8 +28,8 @@ double gridTempo(double lo, double hi, int i) { return lo + (hi - lo) * i / kGri
 
 // Grid fits of the 41 tempos lo ... hi (tempos out of range are left unset).
 std::vector<std::optional<GridFit>> scoreRange(std::span<const double> envelope, double fps,
-                                               double lo, double hi,
-                                               std::optional<double> segment, int threads) {
+                                               double lo, double hi, std::optional<double> segment,
+                                               int threads) {
     std::vector<std::optional<GridFit>> fits(kGridIntervals + 1);
     parallelFor(fits.size(), threads, [&](size_t i) {
         const double bpm = gridTempo(lo, hi, static_cast<int>(i));
@@ -58,8 +58,8 @@ std::vector<Candidate> coarseRanking(std::span<const double> envelope, double fp
     std::vector<std::optional<GridFit>> fits(tempos.size() * points);
     parallelFor(fits.size(), threads, [&](size_t index) {
         const double c = tempos[index / points];
-        const double bpm = gridTempo(kCoarseLow * c, kCoarseHigh * c,
-                                     static_cast<int>(index % points));
+        const double bpm =
+            gridTempo(kCoarseLow * c, kCoarseHigh * c, static_cast<int>(index % points));
         if (inTempoRange(bpm))
             fits[index] = gridScore(envelope, fps, bpm, kCoarseSegmentSeconds);
     });
@@ -152,8 +152,7 @@ Candidate searchLadder(std::span<const double> envelope, double fps, double bpm0
     double step = 0.0;
     std::optional<double> segment;
     for (size_t r = 0; r < ladder.size(); ++r) {
-        const auto rungBest =
-            bestOnRung(envelope, fps, lo, hi, ladder[r], fixedFactor, threads);
+        const auto rungBest = bestOnRung(envelope, fps, lo, hi, ladder[r], fixedFactor, threads);
         if (!rungBest) {
             if (r == 0)
                 return fallback;
@@ -175,8 +174,8 @@ Candidate searchLadder(std::span<const double> envelope, double fps, double bpm0
 }
 
 TempoCandidates refineCandidates(std::span<const double> envelope, double fps,
-                                 std::span<const Candidate> coarse,
-                                 const CancelCheck& isCancelled, int threads) {
+                                 std::span<const Candidate> coarse, const CancelCheck& isCancelled,
+                                 int threads) {
     TempoCandidates result;
     auto& refined = result.refined;
     for (const Candidate& c : coarse) {

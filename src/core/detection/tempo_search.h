@@ -47,7 +47,7 @@ struct TempoCandidates {
 // Refines up to four distinct (2 %) leaders of the coarse list, then the
 // half and double of the winner. Polls cancellation before each leader.
 TempoCandidates refineCandidates(std::span<const double> envelope, double fps,
-                                 std::span<const Candidate> coarse,
-                                 const CancelCheck& isCancelled, int threads);
+                                 std::span<const Candidate> coarse, const CancelCheck& isCancelled,
+                                 int threads);
 
 } // namespace quorlen::detection

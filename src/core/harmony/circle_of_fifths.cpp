@@ -17,9 +17,7 @@ std::vector<std::string_view> signatureNotes(int accidentals) {
     return {order.begin(), order.begin() + count};
 }
 
-int wrappedIndex(int index) {
-    return ((index % kKeyCount) + kKeyCount) % kKeyCount;
-}
+int wrappedIndex(int index) { return ((index % kKeyCount) + kKeyCount) % kKeyCount; }
 
 } // namespace quorlen::CircleOfFifths
 

@@ -38,13 +38,9 @@ size_t degreeIndex(int degree) { return static_cast<size_t>(((degree % 7) + 7) %
 
 } // namespace
 
-const KeySlot& KeySelection::slot() const {
-    return CircleOfFifths::slotAt(index);
-}
+const KeySlot& KeySelection::slot() const { return CircleOfFifths::slotAt(index); }
 
-std::string_view KeySelection::shortName() const {
-    return isMinor ? slot().minor : slot().major;
-}
+std::string_view KeySelection::shortName() const { return isMinor ? slot().minor : slot().major; }
 
 std::string KeySelection::longName() const {
     if (!isMinor)
@@ -107,8 +103,8 @@ std::optional<KeySelection> parseKeyName(std::string_view text) {
     int pitchClass = kLetterPitch[letter - 'a'];
     text.remove_prefix(1);
 
-    for (const auto& [spelling, shift] : {std::pair<std::string_view, int>{"#", 1},
-                                          {"♯", 1}, {"b", -1}, {"♭", -1}}) {
+    for (const auto& [spelling, shift] :
+         {std::pair<std::string_view, int>{"#", 1}, {"♯", 1}, {"b", -1}, {"♭", -1}}) {
         if (text.starts_with(spelling)) {
             pitchClass += shift;
             text.remove_prefix(spelling.size());

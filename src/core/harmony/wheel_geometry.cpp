@@ -9,9 +9,7 @@ namespace {
 
 constexpr double kRadPerDeg = std::numbers::pi / 180.0;
 
-bool within(double r, const RingBand& ring) {
-    return r >= ring.innerRatio && r <= ring.outerRatio;
-}
+bool within(double r, const RingBand& ring) { return r >= ring.innerRatio && r <= ring.outerRatio; }
 
 } // namespace
 

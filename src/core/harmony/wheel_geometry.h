@@ -69,7 +69,6 @@ std::optional<SegmentID> segmentShapeAt(double x, double y, double width, double
 // relative on the other ring; the segment under the pointer; the rest.
 enum class SegmentFill { selected, related, hovered, neutral };
 
-SegmentFill segmentFill(SegmentID segment, KeySelection selected,
-                        std::optional<SegmentID> hovered);
+SegmentFill segmentFill(SegmentID segment, KeySelection selected, std::optional<SegmentID> hovered);
 
 } // namespace quorlen::wheel

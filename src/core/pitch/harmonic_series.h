@@ -6,10 +6,10 @@
 namespace quorlen {
 
 struct Harmonic {
-    int number;            // n, 1 … count
-    double frequency;      // n × fundamental, Hz
-    std::string noteName;  // nearest 12-TET note, such as "E3"
-    double cents;          // signed drift from that note, in [-50, +50]
+    int number;           // n, 1 … count
+    double frequency;     // n × fundamental, Hz
+    std::string noteName; // nearest 12-TET note, such as "E3"
+    double cents;         // signed drift from that note, in [-50, +50]
 };
 
 // Harmonics 1 … count of `fundamental` (Hz), named against `a4` (Hz).

@@ -13,8 +13,9 @@ NearestNote nearestNote(double frequencyHz, double a4Hz) {
     const int n = static_cast<int>(rounded);
     const int pitchClass = ((n % 12) + 12) % 12;
     const int octave = n / 12 - 1; // quotient truncated toward zero
-    return {n, std::string(NoteFrequency::names[static_cast<size_t>(pitchClass)]) +
-                   std::to_string(octave),
+    return {n,
+            std::string(NoteFrequency::names[static_cast<size_t>(pitchClass)]) +
+                std::to_string(octave),
             (m - rounded) * 100.0};
 }
 

@@ -23,9 +23,9 @@ double noteFrequencyHz(int midi, double a4Hz);
 
 // The 12-TET note nearest a frequency and how far the frequency lies from it.
 struct NearestNote {
-    int midi;          // rounded note number, halves away from zero
-    std::string name;  // pitch-class name and octave, such as "A4" or "C#5"
-    double cents;      // signed distance from that note, in [-50, +50]; positive = sharp
+    int midi;         // rounded note number, halves away from zero
+    std::string name; // pitch-class name and octave, such as "A4" or "C#5"
+    double cents;     // signed distance from that note, in [-50, +50]; positive = sharp
 };
 
 // m = 12 log2(f / a4) + 69 is the real-valued note number; its rounding

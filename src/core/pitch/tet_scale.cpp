@@ -13,8 +13,8 @@ std::vector<TetStep> tetScale(double reference, int divisions, double a4) {
         const double ratio = std::pow(2.0, static_cast<double>(k) / divisions);
         const double frequency = reference * ratio;
         NearestNote nearest = nearestNote(frequency, a4);
-        steps.push_back({k, frequency, ratio, k * 1200.0 / divisions, std::move(nearest.name),
-                         nearest.cents});
+        steps.push_back(
+            {k, frequency, ratio, k * 1200.0 / divisions, std::move(nearest.name), nearest.cents});
     }
     return steps;
 }

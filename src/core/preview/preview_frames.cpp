@@ -14,8 +14,8 @@ long long fadeInFrames(double fileRateHz, long long remainingFrames) {
 float fadeInGain(long long i, long long frameLength) {
     if (frameLength <= 0)
         return 1.0f;
-    return static_cast<float>(0.5 - 0.5 * std::cos(std::numbers::pi * double(i) /
-                                                   double(frameLength)));
+    return static_cast<float>(0.5 -
+                              0.5 * std::cos(std::numbers::pi * double(i) / double(frameLength)));
 }
 
 float fadeOutVolume(float startVolume, int step) {

@@ -41,8 +41,8 @@ public:
     void push(const float* stereo, size_t frames, std::vector<float>& out);
 
 private:
-    double m_step;          // input frames per output frame
-    double m_position = 0;  // of the next output frame, in input frames after m_previous
+    double m_step;         // input frames per output frame
+    double m_position = 0; // of the next output frame, in input frames after m_previous
     bool m_primed = false;
     std::array<float, 2> m_previous{};
 };

@@ -21,10 +21,10 @@ struct StepDot {
     bool current;
 };
 
-inline constexpr double kWheelSide = 430;      // the square the wheel is drawn in
-inline constexpr double kWheelMargin = 36;     // room for dots and the current-step ring
+inline constexpr double kWheelSide = 430;  // the square the wheel is drawn in
+inline constexpr double kWheelMargin = 36; // room for dots and the current-step ring
 inline constexpr double kCurrentHitScale = 1.12;
-inline constexpr double kCurrentRingGap = 5;   // between a dot and its current-step ring
+inline constexpr double kCurrentRingGap = 5; // between a dot and its current-step ring
 
 // Radius of the circle of steps in a frame: min(width, height) / 2 − 36,
 // which is 179 in the 430 square.

@@ -59,7 +59,8 @@ std::vector<float> makePartialsBuffer(std::span<const Partial> partials) {
             envelope *= fade;
         float sum = 0.0f;
         for (const Partial& partial : partials)
-            sum += static_cast<float>(std::sin(kTwoPi * partial.frequencyHz * t)) * partial.amplitude;
+            sum +=
+                static_cast<float>(std::sin(kTwoPi * partial.frequencyHz * t)) * partial.amplitude;
         samples[static_cast<size_t>(n)] = static_cast<float>(envelope) * scale * sum;
     }
     return samples;

@@ -17,8 +17,6 @@ constexpr std::array<DelayPick, 7> kPicks{{
 
 } // namespace
 
-std::span<const DelayPick> delayPicks() {
-    return kPicks;
-}
+std::span<const DelayPick> delayPicks() { return kPicks; }
 
 } // namespace quorlen::tempo

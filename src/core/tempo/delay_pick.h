@@ -14,8 +14,6 @@ struct DelayPick {
 // triplet eighths beside the straight one.
 std::span<const DelayPick> delayPicks();
 
-inline double delayMs(double barMs, const DelayPick& pick) {
-    return barMs * pick.barFraction;
-}
+inline double delayMs(double barMs, const DelayPick& pick) { return barMs * pick.barFraction; }
 
 } // namespace quorlen::tempo

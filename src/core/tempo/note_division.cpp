@@ -23,9 +23,7 @@ constexpr std::array<NoteDivision, 13> kAll{{
 constexpr size_t kMultipleCount = 5;
 
 // One beat is a quarter note, so a beat in ms is 60000 / bpm.
-double beatMs(double bpm) {
-    return bpm > 0 ? 60000.0 / bpm : 0.0;
-}
+double beatMs(double bpm) { return bpm > 0 ? 60000.0 / bpm : 0.0; }
 
 } // namespace
 
@@ -34,15 +32,9 @@ std::string NoteDivision::id() const {
 }
 
 namespace NoteDivisions {
-std::span<const NoteDivision> multiples() {
-    return std::span(kAll).first(kMultipleCount);
-}
-std::span<const NoteDivision> subdivisions() {
-    return std::span(kAll).subspan(kMultipleCount);
-}
-std::span<const NoteDivision> all() {
-    return kAll;
-}
+std::span<const NoteDivision> multiples() { return std::span(kAll).first(kMultipleCount); }
+std::span<const NoteDivision> subdivisions() { return std::span(kAll).subspan(kMultipleCount); }
+std::span<const NoteDivision> all() { return kAll; }
 } // namespace NoteDivisions
 
 NoteLengths noteLengths(double bpm, NoteDivision division) {

@@ -34,9 +34,7 @@ double barMs(double bpm) {
     return 240000.0 / std::clamp(bpm, kControlBpmRange.min, kControlBpmRange.max);
 }
 
-std::span<const ReverbPreset> reverbPresets() {
-    return kPresets;
-}
+std::span<const ReverbPreset> reverbPresets() { return kPresets; }
 
 ReverbTimes reverbTimes(double barMs, double totalBars, int preDivision) {
     const double preDelayMs = barMs / preDivision;
@@ -50,13 +48,9 @@ ReverbTimes customReverbTimes(double barMs, double totalBars, int preDivision) {
     return times;
 }
 
-std::span<const TotalBarsChoice> customTotalBarsChoices() {
-    return kTotalBarsChoices;
-}
+std::span<const TotalBarsChoice> customTotalBarsChoices() { return kTotalBarsChoices; }
 
-std::span<const int> customPreDivisionChoices() {
-    return kPreDivisionChoices;
-}
+std::span<const int> customPreDivisionChoices() { return kPreDivisionChoices; }
 
 std::string lengthLabel(double totalBars) {
     if (totalBars < 1)

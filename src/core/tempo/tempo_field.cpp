@@ -25,9 +25,7 @@ std::string bpmFieldText(double bpm) {
     return text::format(bpm == text::roundHalfAway(bpm) ? "%.0f" : "%.2f", bpm);
 }
 
-std::string msText(double ms) {
-    return text::format("%.2f", ms);
-}
+std::string msText(double ms) { return text::format("%.2f", ms); }
 
 std::string hzText(double hz) {
     if (hz < 0.1)

@@ -82,9 +82,8 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
     auto* caption = new SchemeLabel(uiFont(11, QFont::DemiBold), true, stepLength);
     caption->setText(QStringLiteral("STEP LENGTH"));
     stepColumn->addWidget(caption);
-    m_note = new SegmentedPicker({QStringLiteral("1/4"), QStringLiteral("1/8"),
-                                  QStringLiteral("1/16")},
-                                 stepLength);
+    m_note = new SegmentedPicker(
+        {QStringLiteral("1/4"), QStringLiteral("1/8"), QStringLiteral("1/16")}, stepLength);
     m_note->setObjectName(QStringLiteral("euclidNotePicker"));
     m_note->setAccessibleName(QStringLiteral("Step length"));
     stepColumn->addWidget(m_note);
@@ -106,7 +105,7 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
     addContent(m_presets);
 
     m_play = new KitButton(QStringLiteral("Play"), QStringLiteral("play.fill"),
-                          KitButton::Style::Prominent, accent, this);
+                           KitButton::Style::Prominent, accent, this);
     m_play->setObjectName(QStringLiteral("euclidPlayButton"));
     addContent(m_play);
     connect(m_play, &KitButton::clicked, this, &EuclidControls::playToggled);
@@ -124,8 +123,8 @@ QWidget* EuclidControls::counterRow(const QString& label, QLabel*& value, Steppe
     layout->addWidget(name);
     layout->addStretch(1);
     value = new SchemeLabel(monoFont(15, QFont::DemiBold), false, row);
-    value->setObjectName(stepper->objectName().replace(QStringLiteral("Stepper"),
-                                                       QStringLiteral("Value")));
+    value->setObjectName(
+        stepper->objectName().replace(QStringLiteral("Stepper"), QStringLiteral("Value")));
     value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     value->setMinimumWidth(28);
     layout->addWidget(value);
@@ -152,9 +151,9 @@ void EuclidControls::refresh() {
     m_steps->setCanStep(steps > 1, steps < kMaxSteps);
     m_pulses->setCanStep(pulses > 0, pulses < steps);
     m_rotation->setCanStep(rotation > 0, rotation < std::max(steps - 1, 0));
-    for (auto [stepper, label, value] : {std::tuple{m_steps, m_stepsValue, steps},
-                                         std::tuple{m_pulses, m_pulsesValue, pulses},
-                                         std::tuple{m_rotation, m_rotationValue, rotation}}) {
+    for (auto [stepper, label, value] :
+         {std::tuple{m_steps, m_stepsValue, steps}, std::tuple{m_pulses, m_pulsesValue, pulses},
+          std::tuple{m_rotation, m_rotationValue, rotation}}) {
         label->setText(QString::number(value));
         stepper->setValueText(QString::number(value));
     }
@@ -168,7 +167,7 @@ void EuclidControls::refresh() {
 
     const bool playing = m_state.euclidPlaying();
     m_play->setLabel(playing ? QStringLiteral("Stop") : QStringLiteral("Play"),
-                              playing ? QStringLiteral("stop.fill") : QStringLiteral("play.fill"));
+                     playing ? QStringLiteral("stop.fill") : QStringLiteral("play.fill"));
     m_play->setEnabled(m_state.euclidPulses() != 0);
 }
 

@@ -68,8 +68,8 @@ void EuclidPlayback::tick(int step) { tick(step, Synthesiser::kAsap); }
 void EuclidPlayback::tick(int step, std::int64_t dueFrame) {
     if (!m_state)
         return;
-    const std::vector<bool> pattern = Euclid::pattern(
-        m_state->euclidPulses(), m_state->euclidSteps(), m_state->euclidRotation());
+    const std::vector<bool> pattern =
+        Euclid::pattern(m_state->euclidPulses(), m_state->euclidSteps(), m_state->euclidRotation());
     if (step < 0 || step >= static_cast<int>(pattern.size()))
         return;
     if (pattern[static_cast<size_t>(step)])

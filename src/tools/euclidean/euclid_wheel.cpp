@@ -72,8 +72,8 @@ void EuclidWheel::paintEvent(QPaintEvent*) {
         QPolygonF polygon;
         for (const Euclid::Point& corner : corners)
             polygon << toQt(corner);
-        painter.setPen(QPen(withOpacity(m_accent, 0.45), 1.5, Qt::SolidLine, Qt::RoundCap,
-                            Qt::RoundJoin));
+        painter.setPen(
+            QPen(withOpacity(m_accent, 0.45), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter.setBrush(withOpacity(m_accent, 0.07));
         painter.drawPolygon(polygon);
     }
@@ -98,12 +98,12 @@ void EuclidWheel::paintEvent(QPaintEvent*) {
     const QRectF titleBox(center.x - badge, center.y - 24, 2 * badge, 32);
     const QRectF subtitleBox(center.x - badge, center.y + 10, 2 * badge, 16);
     painter.setPen(colors.primaryText);
-    painter.setFont(fittedFont(uiFont(26, QFont::DemiBold), m_title,
-                               static_cast<int>(2 * badge - 16)));
+    painter.setFont(
+        fittedFont(uiFont(26, QFont::DemiBold), m_title, static_cast<int>(2 * badge - 16)));
     painter.drawText(titleBox, Qt::AlignCenter, m_title);
     painter.setPen(colors.secondaryText);
-    painter.setFont(fittedFont(uiFont(11, QFont::Medium), m_subtitle,
-                               static_cast<int>(2 * badge - 12)));
+    painter.setFont(
+        fittedFont(uiFont(11, QFont::Medium), m_subtitle, static_cast<int>(2 * badge - 12)));
     painter.drawText(subtitleBox, Qt::AlignCenter, m_subtitle);
 }
 

@@ -51,9 +51,9 @@ EuclideanRhythmView::EuclideanRhythmView(CalculatorState& state, const QColor& a
     connect(&state, &CalculatorState::euclidNoteChanged, this,
             &EuclideanRhythmView::restartIfPlaying);
     for (auto signal : {&CalculatorState::euclidStepsChanged, &CalculatorState::euclidPulsesChanged,
-                        &CalculatorState::euclidRotationChanged, &CalculatorState::euclidNoteChanged,
-                        &CalculatorState::euclidPlayingChanged, &CalculatorState::euclidStepChanged,
-                        &CalculatorState::bpmChanged})
+                        &CalculatorState::euclidRotationChanged,
+                        &CalculatorState::euclidNoteChanged, &CalculatorState::euclidPlayingChanged,
+                        &CalculatorState::euclidStepChanged, &CalculatorState::bpmChanged})
         connect(&state, signal, this, &EuclideanRhythmView::refresh);
     refresh();
 }
@@ -65,8 +65,7 @@ EuclideanRhythmView::EuclideanRhythmView(CalculatorState& state, const QColor& a
 EuclideanRhythmView::~EuclideanRhythmView() { m_playback->stop(); }
 
 std::vector<bool> EuclideanRhythmView::pattern() const {
-    return Euclid::pattern(m_state.euclidPulses(), m_state.euclidSteps(),
-                           m_state.euclidRotation());
+    return Euclid::pattern(m_state.euclidPulses(), m_state.euclidSteps(), m_state.euclidRotation());
 }
 
 double EuclideanRhythmView::stepMilliseconds() const {
@@ -74,9 +73,9 @@ double EuclideanRhythmView::stepMilliseconds() const {
 }
 
 void EuclideanRhythmView::keepInputsConsistent() {
-    const Euclid::Inputs inputs = Euclid::withSteps(
-        {m_state.euclidSteps(), m_state.euclidPulses(), m_state.euclidRotation()},
-        m_state.euclidSteps());
+    const Euclid::Inputs inputs =
+        Euclid::withSteps({m_state.euclidSteps(), m_state.euclidPulses(), m_state.euclidRotation()},
+                          m_state.euclidSteps());
     m_state.setEuclidPulses(inputs.pulses);
     m_state.setEuclidRotation(inputs.rotation);
 }
@@ -113,8 +112,7 @@ void EuclideanRhythmView::refresh() {
          formatted("%.0f", cycleMs)},
     });
     m_wheel->setContent(pattern(), m_state.euclidStep(), name,
-                        QStringLiteral("1/%1 · ").arg(note) +
-                            formatted("%.1f ms", stepMs));
+                        QStringLiteral("1/%1 · ").arg(note) + formatted("%.1f ms", stepMs));
     m_controls->refresh();
 }
 

@@ -77,8 +77,8 @@ void ChordTile::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(box, 7, 7);
 
     const QColor ink = m_highlighted ? QuorlenTheme::porcelain() : colors.primaryText;
-    const QColor numeralInk = m_highlighted ? withOpacity(QuorlenTheme::porcelain(), 0.8)
-                                            : colors.secondaryText;
+    const QColor numeralInk =
+        m_highlighted ? withOpacity(QuorlenTheme::porcelain(), 0.8) : colors.secondaryText;
     const double mid = height() / 2.0;
     const QFont numeral = uiFont(m_look.numeralSize, QFont::Medium);
     painter.setFont(fittedFont(nameFont(m_look), m_name, width() - 8));

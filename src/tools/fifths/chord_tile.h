@@ -18,7 +18,7 @@ public:
         int nameSize;    // px
         int numeralSize; // px
         bool monospacedName;
-        int height;      // px
+        int height; // px
     };
     static constexpr Look kGridLook{13, 10, true, 44};
     static constexpr Look kDegreeLook{13, 10, false, 46};

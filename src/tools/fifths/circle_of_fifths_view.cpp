@@ -13,7 +13,6 @@
 
 #include <QHBoxLayout>
 
-
 namespace quorlen {
 namespace {
 
@@ -30,11 +29,10 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
                                        QWidget* parent)
     : ToolScreen(QStringLiteral("Harmony"), QStringLiteral("Circle of Fifths"),
                  QStringLiteral("smallcircle.filled.circle"), accent, parent),
-      m_state(state),
-      m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor},
+      m_state(state), m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor},
       m_synthesiser(synthesiser), m_steps(new StepTimer(synthesiser, this)) {
-    auto* wheelPanel = new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"),
-                                        accent, this);
+    auto* wheelPanel =
+        new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"), accent, this);
     m_wheel = new FifthsWheel(accent, wheelPanel);
     wheelPanel->contentLayout()->addWidget(m_wheel, 0, Qt::AlignHCenter);
     m_details = new KeyDetailPanel(accent, this);
@@ -74,10 +72,12 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
             [this](const std::vector<int>& degrees) { m_state.setProgression(degrees); });
     connect(this, &ToolScreen::disappearing, context, [this] { stopPlayback(); });
 
-    connect(&state, &CalculatorState::progressionChanged, this, &CircleOfFifthsView::showProgression);
+    connect(&state, &CalculatorState::progressionChanged, this,
+            &CircleOfFifthsView::showProgression);
     connect(&state, &CalculatorState::progressionPlayingChanged, this,
             &CircleOfFifthsView::showProgression);
-    connect(&state, &CalculatorState::playingStepChanged, this, &CircleOfFifthsView::showProgression);
+    connect(&state, &CalculatorState::playingStepChanged, this,
+            &CircleOfFifthsView::showProgression);
     connect(&state, &CalculatorState::bpmChanged, this,
             [this] { m_progression->setBpm(m_state.bpm()); });
     showSelection();

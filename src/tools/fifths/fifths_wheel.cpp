@@ -58,9 +58,7 @@ FifthsWheel::FifthsWheel(const QColor& accent, QWidget* parent)
     retarget(0);
 }
 
-int FifthsWheel::heightForWidth(int width) const {
-    return std::clamp(width, kMinimumSide, kSide);
-}
+int FifthsWheel::heightForWidth(int width) const { return std::clamp(width, kMinimumSide, kSide); }
 
 void FifthsWheel::setSelection(KeySelection selection) {
     if (selection == m_selection)
@@ -92,8 +90,8 @@ QColor FifthsWheel::fillColor(int index, bool isMinorRing, std::optional<Segment
 QPointF FifthsWheel::segmentCentre(int index, bool isMinorRing) const {
     const wheel::RingBand& band = wheel::band(isMinorRing ? Ring::minor : Ring::major);
     const double middle = (band.innerRatio + band.outerRatio) / 2 * radius();
-    return toQt(wheel::polarPoint({width() / 2.0, height() / 2.0}, middle,
-                                  wheel::centreDeg(index)));
+    return toQt(
+        wheel::polarPoint({width() / 2.0, height() / 2.0}, middle, wheel::centreDeg(index)));
 }
 
 QColor FifthsWheel::fillFor(SegmentFill fill) const {
@@ -208,8 +206,8 @@ void FifthsWheel::paintSegment(QPainter& painter, SegmentID segment, QColor fill
 void FifthsWheel::paintLabel(QPainter& painter, SegmentID segment) const {
     const SchemeColors colors = currentColors();
     const KeySlot& slot = CircleOfFifths::slotAt(segment.index);
-    const bool selected = wheel::segmentFill(segment, m_selection, std::nullopt) ==
-                          SegmentFill::selected;
+    const bool selected =
+        wheel::segmentFill(segment, m_selection, std::nullopt) == SegmentFill::selected;
     const QPointF centre = segmentCentre(segment.index, segment.ring == Ring::minor);
     const QColor porcelain = QuorlenTheme::porcelain();
 
@@ -225,7 +223,8 @@ void FifthsWheel::paintLabel(QPainter& painter, SegmentID segment) const {
     painter.drawText(QRectF(centre.x() - 40, centre.y() - 17, 80, 22), Qt::AlignCenter,
                      QString::fromUtf8(slot.major.data(), qsizetype(slot.major.size())));
     painter.setFont(monoFont(10, QFont::Medium));
-    painter.setPen(selected ? withOpacity(porcelain, 0.78) : withOpacity(colors.secondaryText, 0.7));
+    painter.setPen(selected ? withOpacity(porcelain, 0.78)
+                            : withOpacity(colors.secondaryText, 0.7));
     painter.drawText(QRectF(centre.x() - 40, centre.y() + 5, 80, 14), Qt::AlignCenter,
                      QString::fromStdString(CircleOfFifths::signatureText(slot.accidentals)));
 }
@@ -254,9 +253,9 @@ void FifthsWheel::paintBadge(QPainter& painter) const {
                      m_selection.isMinor ? QStringLiteral("minor") : QStringLiteral("major"));
     painter.setFont(monoFont(12, QFont::DemiBold));
     painter.setPen(textInk(m_accent, currentScheme()));
-    painter.drawText(QRectF(circle.left(), c.y() + 18, kBadgeDiameter, 16), Qt::AlignCenter,
-                     QString::fromStdString(
-                         CircleOfFifths::signatureText(m_selection.slot().accidentals)));
+    painter.drawText(
+        QRectF(circle.left(), c.y() + 18, kBadgeDiameter, 16), Qt::AlignCenter,
+        QString::fromStdString(CircleOfFifths::signatureText(m_selection.slot().accidentals)));
 }
 
 void FifthsWheel::mouseMoveEvent(QMouseEvent* event) {
@@ -290,9 +289,8 @@ QString FifthsWheel::accessiblePartName(int index) const {
     const SegmentID segment = part(index);
     const KeySlot& slot = CircleOfFifths::slotAt(segment.index);
     // The minor names end in "m" ("F♯m"); spoken, the mode is a word.
-    const std::string_view name = segment.ring == Ring::major
-                                      ? slot.major
-                                      : slot.minor.substr(0, slot.minor.size() - 1);
+    const std::string_view name =
+        segment.ring == Ring::major ? slot.major : slot.minor.substr(0, slot.minor.size() - 1);
     return QString::fromUtf8(name.data(), qsizetype(name.size())) +
            (segment.ring == Ring::major ? QStringLiteral(" major") : QStringLiteral(" minor"));
 }

@@ -44,8 +44,7 @@ public:
     // sector holds `at`, in a wheel of `size`; nothing in the gaps.
     static std::optional<QString> segmentID(QPointF at, QSizeF size);
     // A segment's target fill for the current scheme (without easing).
-    QColor fillColor(int index, bool isMinorRing,
-                     std::optional<wheel::SegmentID> hover) const;
+    QColor fillColor(int index, bool isMinorRing, std::optional<wheel::SegmentID> hover) const;
     // Where a click on segment `index` of a ring lands, in widget
     // coordinates: the middle of its drawn shape.
     QPointF segmentCentre(int index, bool isMinorRing) const;

@@ -18,8 +18,7 @@ QString qs(std::string_view text) {
 }
 
 SchemeLabel* sectionTitle(const QString& text, QWidget* parent) {
-    return new SchemeLabel(text, uiFont(11, QFont::DemiBold), SchemeLabel::Role::Secondary,
-                           parent);
+    return new SchemeLabel(text, uiFont(11, QFont::DemiBold), SchemeLabel::Role::Secondary, parent);
 }
 
 } // namespace
@@ -38,8 +37,8 @@ KeyDetailPanel::KeyDetailPanel(const QColor& accent, QWidget* parent)
     signatureRow->setSpacing(10);
     m_signature = new SchemeLabel({}, monoFont(13, QFont::Bold), SchemeLabel::Role::Primary, this);
     m_signature->setColor(accent);
-    m_signatureNotes = new SchemeLabel({}, monoFont(12, QFont::Medium),
-                                       SchemeLabel::Role::Secondary, this);
+    m_signatureNotes =
+        new SchemeLabel({}, monoFont(12, QFont::Medium), SchemeLabel::Role::Secondary, this);
     signatureRow->addWidget(m_signature);
     signatureRow->addWidget(m_signatureNotes, 1);
     contentLayout()->addLayout(signatureRow);
@@ -63,7 +62,8 @@ KeyDetailPanel::KeyDetailPanel(const QColor& accent, QWidget* parent)
         tile->setToolTip(QStringLiteral("Play and add to progression · right-click to copy"));
         tile->setCopyMenuEnabled(true);
         tile->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-        connect(tile, &QAbstractButton::clicked, this, [this, degree] { emit chordTapped(degree); });
+        connect(tile, &QAbstractButton::clicked, this,
+                [this, degree] { emit chordTapped(degree); });
         grid->addWidget(tile, degree / 4, degree % 4);
         m_chords[static_cast<size_t>(degree)] = tile;
     }
@@ -76,10 +76,11 @@ KeyDetailPanel::KeyDetailPanel(const QColor& accent, QWidget* parent)
                               QStringLiteral("Subdominant")};
     for (size_t row = 0; row < m_related.size(); ++row) {
         auto* line = new QHBoxLayout;
-        line->addWidget(new SchemeLabel(labels[row], uiFont(11), SchemeLabel::Role::Secondary, this));
+        line->addWidget(
+            new SchemeLabel(labels[row], uiFont(11), SchemeLabel::Role::Secondary, this));
         line->addStretch(1);
-        m_related[row] = new SchemeLabel({}, monoFont(13, QFont::DemiBold),
-                                         SchemeLabel::Role::Primary, this);
+        m_related[row] =
+            new SchemeLabel({}, monoFont(13, QFont::DemiBold), SchemeLabel::Role::Primary, this);
         line->addWidget(m_related[row]);
         contentLayout()->addLayout(line);
     }

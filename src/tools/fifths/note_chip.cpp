@@ -34,7 +34,8 @@ void NoteChip::paintLabel(QPainter& painter, bool copied) {
         painter.setBrush(m_accent);
     } else {
         painter.setPen(QPen(colors.border, 1));
-        painter.setBrush(withOpacity(Qt::white, currentScheme() == ColorScheme::Dark ? 0.045 : 0.58));
+        painter.setBrush(
+            withOpacity(Qt::white, currentScheme() == ColorScheme::Dark ? 0.045 : 0.58));
     }
     painter.drawRoundedRect(box, 6, 6);
     QColor ink = m_tonic ? QuorlenTheme::porcelain() : colors.primaryText;

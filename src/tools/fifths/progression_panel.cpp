@@ -8,10 +8,10 @@
 #include "ui/scheme_label.h"
 
 #include <QHBoxLayout>
-#include <QScrollBar>
-#include <QWheelEvent>
 #include <QMenu>
 #include <QScrollArea>
+#include <QScrollBar>
+#include <QWheelEvent>
 
 namespace quorlen {
 namespace {
@@ -38,7 +38,8 @@ ProgressionPanel::ProgressionPanel(const QColor& accent, QWidget* parent)
         button->setToolTip(QStringLiteral("Play and add to progression · right-click to copy"));
         button->setCopyMenuEnabled(true);
         button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-        connect(button, &QAbstractButton::clicked, this, [this, degree] { emit degreeTapped(degree); });
+        connect(button, &QAbstractButton::clicked, this,
+                [this, degree] { emit degreeTapped(degree); });
         degreeRow->addWidget(button);
         m_degrees[static_cast<size_t>(degree)] = button;
     }

@@ -21,8 +21,8 @@ QList<KitPicker::Item> pitchItems() {
     QList<KitPicker::Item> items;
     for (size_t i = 0; i < NoteFrequency::names.size(); ++i) {
         const auto name = NoteFrequency::names[i];
-        items.append({QString::fromLatin1(name.data(), static_cast<int>(name.size())),
-                      static_cast<int>(i)});
+        items.append(
+            {QString::fromLatin1(name.data(), static_cast<int>(name.size())), static_cast<int>(i)});
     }
     return items;
 }
@@ -96,8 +96,9 @@ FundamentalPanel::FundamentalPanel(CalculatorState& state, const QColor& accent,
     connect(all, &QAbstractButton::clicked, context,
             [this] { m_state.setOvertonesEnabled(allHarmonics()); });
     // Replaces the set: only 4, 5 and 6 remain.
-    connect(triad, &QAbstractButton::clicked, context,
-            [this] { m_state.setOvertonesEnabled({4, 5, 6}); });
+    connect(triad, &QAbstractButton::clicked, context, [this] {
+        m_state.setOvertonesEnabled({4, 5, 6});
+    });
     connect(m_sweep, &QAbstractButton::clicked, context, [this] { emit sweepToggled(); });
     connect(m_play, &QAbstractButton::clicked, context, [this] { emit playRequested(); });
 
@@ -113,8 +114,7 @@ FundamentalPanel::FundamentalPanel(CalculatorState& state, const QColor& accent,
 }
 
 void FundamentalPanel::setFundamental(double hz) {
-    m_fundamental->setValue(formatted("%.2f Hz", hz),
-                            formatted("%.2f", hz));
+    m_fundamental->setValue(formatted("%.2f Hz", hz), formatted("%.2f", hz));
 }
 
 void FundamentalPanel::syncFromState() {

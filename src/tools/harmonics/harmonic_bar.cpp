@@ -47,8 +47,8 @@ double HarmonicBar::barHeight(int number) {
 
 void HarmonicBar::setHarmonic(const Harmonic& harmonic) {
     m_harmonic = harmonic;
-    const std::string tip = std::to_string(harmonic.number) + "× = " +
-                            text::format("%.1f Hz", harmonic.frequency) + " · " +
+    const std::string tip = std::to_string(harmonic.number) +
+                            "× = " + text::format("%.1f Hz", harmonic.frequency) + " · " +
                             harmonic.noteName + " " + text::format("%+.0f¢", harmonic.cents);
     setToolTip(QString::fromStdString(tip));
     setAccessibleName(QString::fromStdString(tip));

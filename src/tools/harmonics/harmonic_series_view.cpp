@@ -64,7 +64,8 @@ HarmonicSeriesView::HarmonicSeriesView(CalculatorState& state, const QColor& acc
     connect(this, &ToolScreen::disappearing, context, [this] { stopSweep(); });
 
     connect(&state, &CalculatorState::a4Changed, this, &HarmonicSeriesView::refresh);
-    connect(&state, &CalculatorState::overtonePitchClassChanged, this, &HarmonicSeriesView::refresh);
+    connect(&state, &CalculatorState::overtonePitchClassChanged, this,
+            &HarmonicSeriesView::refresh);
     connect(&state, &CalculatorState::overtoneOctaveChanged, this, &HarmonicSeriesView::refresh);
     connect(&state, &CalculatorState::overtonesEnabledChanged, this,
             &HarmonicSeriesView::refreshBarStates);

@@ -17,7 +17,9 @@ constexpr int kReferencePitchClass = 9; // A
 constexpr int kReferenceOctave = 4;
 constexpr int kDividerGap = 6;
 
-bool isSharp(size_t pitchClass) { return NoteFrequency::names[pitchClass].find('#') != std::string_view::npos; }
+bool isSharp(size_t pitchClass) {
+    return NoteFrequency::names[pitchClass].find('#') != std::string_view::npos;
+}
 } // namespace
 
 FrequencyMatrix::FrequencyMatrix(const QColor& accent, QWidget* parent)
@@ -32,8 +34,7 @@ FrequencyMatrix::FrequencyMatrix(const QColor& accent, QWidget* parent)
     for (int pitchClass = 0; pitchClass < 12; ++pitchClass) {
         grid->setRowMinimumHeight(pitchClass, kRowHeight);
         for (int octave : NoteFrequency::octaves) {
-            const bool reference =
-                pitchClass == kReferencePitchClass && octave == kReferenceOctave;
+            const bool reference = pitchClass == kReferencePitchClass && octave == kReferenceOctave;
             auto* cell = new FrequencyCell(reference, accent, this);
             cell->setObjectName(QStringLiteral("cell_%1%2")
                                     .arg(QLatin1String(NoteFrequency::names[pitchClass].data(),
@@ -81,7 +82,7 @@ void FrequencyMatrix::paintEvent(QPaintEvent*) {
                      Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Note"));
     for (int octave : NoteFrequency::octaves) {
         painter.setPen(octave == kReferenceOctave ? textInk(m_accent, currentScheme())
-                                               : colors.secondaryText);
+                                                  : colors.secondaryText);
         painter.drawText(QRect(firstCellX + octave * cellWidth, 0, cellWidth - 6, headerHeight()),
                          Qt::AlignRight | Qt::AlignVCenter, QString::number(octave));
     }
@@ -95,7 +96,8 @@ void FrequencyMatrix::paintEvent(QPaintEvent*) {
             painter.fillRect(row, withOpacity(colors.primaryText, 0.028));
         const bool sharp = isSharp(static_cast<size_t>(pitchClass));
         painter.setPen(Qt::NoPen);
-        painter.setBrush(sharp ? withOpacity(colors.secondaryText, 0.35) : withOpacity(m_accent, 0.85));
+        painter.setBrush(sharp ? withOpacity(colors.secondaryText, 0.35)
+                               : withOpacity(m_accent, 0.85));
         painter.drawRoundedRect(QRectF(kPaddingX, row.center().y() - 9, 4, 18), 2, 2);
         painter.setFont(nameFont);
         painter.setPen(sharp ? colors.secondaryText : colors.primaryText);

@@ -48,16 +48,17 @@ TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWi
     sliderColumn->addWidget(m_slider);
     auto* captions = new QHBoxLayout;
     const QFont captionFont = uiFont(10, QFont::Medium);
-    captions->addWidget(new SchemeLabel(QStringLiteral("400 Hz"), captionFont,
-                                        SchemeLabel::Role::Secondary, this));
+    captions->addWidget(
+        new SchemeLabel(QStringLiteral("400 Hz"), captionFont, SchemeLabel::Role::Secondary, this));
     captions->addStretch();
-    captions->addWidget(new SchemeLabel(QStringLiteral("480 Hz"), captionFont,
-                                        SchemeLabel::Role::Secondary, this));
+    captions->addWidget(
+        new SchemeLabel(QStringLiteral("480 Hz"), captionFont, SchemeLabel::Role::Secondary, this));
     sliderColumn->addLayout(captions);
     row->addLayout(sliderColumn, 1);
 
-    auto* reset = new KitButton(QStringLiteral("Reset 440"), QStringLiteral("arrow.counterclockwise"),
-                                KitButton::Style::Bordered, accent, this);
+    auto* reset =
+        new KitButton(QStringLiteral("Reset 440"), QStringLiteral("arrow.counterclockwise"),
+                      KitButton::Style::Bordered, accent, this);
     reset->setObjectName(QStringLiteral("resetA4"));
     reset->setToolTip(QStringLiteral("Reset A4 to 440 Hz"));
     row->addWidget(reset, 0, Qt::AlignVCenter);
@@ -70,15 +71,12 @@ TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWi
         m_field, context, [this](const QString& text) { m_state.setA4Text(text); },
         [this] { commitText(); });
     // The stepper moves by 1 Hz without rounding: 441.5 steps to 442.5.
-    connect(m_stepper, &Stepper::steppedDown, context, [this] {
-        m_state.setA4(std::clamp(m_state.a4() - 1, kA4Range.min, kA4Range.max));
-    });
-    connect(m_stepper, &Stepper::steppedUp, context, [this] {
-        m_state.setA4(std::clamp(m_state.a4() + 1, kA4Range.min, kA4Range.max));
-    });
+    connect(m_stepper, &Stepper::steppedDown, context,
+            [this] { m_state.setA4(std::clamp(m_state.a4() - 1, kA4Range.min, kA4Range.max)); });
+    connect(m_stepper, &Stepper::steppedUp, context,
+            [this] { m_state.setA4(std::clamp(m_state.a4() + 1, kA4Range.min, kA4Range.max)); });
     // The slider's positions are whole hertz, so dragging leaves whole numbers.
-    connect(m_slider, &KitSlider::picked, context,
-            [this](int value) { m_state.setA4(value); });
+    connect(m_slider, &KitSlider::picked, context, [this](int value) { m_state.setA4(value); });
     connect(reset, &QAbstractButton::clicked, context, [this] {
         m_state.setA4(440.0);
         m_state.setA4Text(QStringLiteral("440"));

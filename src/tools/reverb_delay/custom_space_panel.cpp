@@ -9,6 +9,7 @@
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+
 #include <algorithm>
 
 namespace quorlen {

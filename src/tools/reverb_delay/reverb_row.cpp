@@ -1,8 +1,8 @@
 #include "tools/reverb_delay/reverb_row.h"
 
 #include "tools/reverb_delay/space_text.h"
-#include "ui/copyable_value.h"
 #include "ui/color_scheme.h"
+#include "ui/copyable_value.h"
 #include "ui/fonts.h"
 
 #include <QPainter>
@@ -34,9 +34,12 @@ ReverbRow::ReverbRow(const tempo::ReverbPreset& preset, bool striped, const QCol
       m_detailLine(detailLine(preset)) {
     setObjectName(QStringLiteral("reverbRow ") + QString::fromUtf8(preset.name));
     setFixedHeight(kRowHeight);
-    m_preDelay = new CopyableText(monoFont(13, QFont::Normal), CopyableText::Tone::Muted, accent, this);
-    m_decay = new CopyableText(monoFont(13, QFont::Bold), CopyableText::Tone::Primary, accent, this);
-    m_total = new CopyableText(monoFont(13, QFont::Normal), CopyableText::Tone::Muted, accent, this);
+    m_preDelay =
+        new CopyableText(monoFont(13, QFont::Normal), CopyableText::Tone::Muted, accent, this);
+    m_decay =
+        new CopyableText(monoFont(13, QFont::Bold), CopyableText::Tone::Primary, accent, this);
+    m_total =
+        new CopyableText(monoFont(13, QFont::Normal), CopyableText::Tone::Muted, accent, this);
 }
 
 void ReverbRow::setTimes(const tempo::ReverbTimes& times) {

@@ -24,7 +24,8 @@ ReverbTable::ReverbTable(CalculatorState& state, const QColor& accent, QWidget* 
          {QStringLiteral("Total"), Qt::AlignRight}},
         [](int index, const QRect& bounds) {
             if (index == 0)
-                return QRect(ReverbRow::kPaddingX, 0, ReverbRow::kSpaceColumnWidth, bounds.height());
+                return QRect(ReverbRow::kPaddingX, 0, ReverbRow::kSpaceColumnWidth,
+                             bounds.height());
             return ReverbRow::timeColumn(index - 1, bounds);
         },
         this));

@@ -6,6 +6,7 @@
 #include "ui/fonts.h"
 
 #include <QPainter>
+
 #include <algorithm>
 
 namespace quorlen {
@@ -18,18 +19,12 @@ constexpr int kChipMinimumWidth = 60;
 constexpr int kPaddingY = 9;
 constexpr int kLineGap = 3;
 
-QFont tileTitleFont() {
-    return uiFont(11, QFont::Medium);
-}
+QFont tileTitleFont() { return uiFont(11, QFont::Medium); }
 QFont tileValueFont(bool emphasized) {
     return monoFont(17, emphasized ? QFont::Bold : QFont::DemiBold);
 }
-QFont chipLabelFont() {
-    return uiFont(11, QFont::DemiBold);
-}
-QFont chipValueFont() {
-    return monoFont(13, QFont::Medium);
-}
+QFont chipLabelFont() { return uiFont(11, QFont::DemiBold); }
+QFont chipValueFont() { return monoFont(13, QFont::Medium); }
 
 // Two lines in a rounded box: `top` in the secondary colour (or the accent
 // while copied), `bottom` in the primary colour.
@@ -105,9 +100,7 @@ QSize DelayChip::sizeHint() const {
 }
 
 // Narrower than its text when it must be: the time then shrinks to fit.
-QSize DelayChip::minimumSizeHint() const {
-    return {kChipMinimumWidth, sizeHint().height()};
-}
+QSize DelayChip::minimumSizeHint() const { return {kChipMinimumWidth, sizeHint().height()}; }
 
 void DelayChip::paintLabel(QPainter& painter, bool copied) {
     paintFieldBox(painter, rect(), 7, copied ? withOpacity(m_accent, 0.7) : QColor());

@@ -13,7 +13,8 @@
 #include <QPainter>
 
 namespace quorlen {
-StepRow::StepRow(const QColor& accent, QWidget* parent) : QAbstractButton(parent), m_accent(accent) {
+StepRow::StepRow(const QColor& accent, QWidget* parent)
+    : QAbstractButton(parent), m_accent(accent) {
     setFixedHeight(kHeight);
     setCursor(Qt::PointingHandCursor);
     makeKeyboardButton(this);
@@ -38,7 +39,8 @@ void StepRow::setStep(const TetStep& step, bool isOctave) {
     m_octave = isOctave;
     m_frequency->setValue(formatted("%.2f Hz", step.frequency), formatted("%.2f", step.frequency));
     m_ratio->setValue(formatted("×%.4f", step.ratio), formatted("%.5f", step.ratio));
-    m_cents->setValue(formatted("%.1f ¢", step.centsFromRoot), formatted("%.1f", step.centsFromRoot));
+    m_cents->setValue(formatted("%.1f ¢", step.centsFromRoot),
+                      formatted("%.1f", step.centsFromRoot));
     setToolTip(formatted("Play %.2f Hz", step.frequency));
     const QString label =
         isOctave ? QStringLiteral("octave") : QStringLiteral("Step %1").arg(step.index);
@@ -76,7 +78,8 @@ void StepRow::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(QRectF(10, height() / 2.0 - 9, 4, 18), 2, 2);
     painter.setFont(uiFont(13, QFont::Bold));
     painter.setPen(colors.primaryText);
-    painter.drawText(QRect(22, 0, kStepColumnWidth - 12, height()), Qt::AlignLeft | Qt::AlignVCenter,
+    painter.drawText(QRect(22, 0, kStepColumnWidth - 12, height()),
+                     Qt::AlignLeft | Qt::AlignVCenter,
                      m_octave ? QStringLiteral("octave") : QString::number(m_step.index));
 
     // Nearest 12-TET note and its drift, right-aligned in the last column.

@@ -49,8 +49,8 @@ TuningLab::TuningLab(CalculatorState& state, const QColor& accent, QWidget* pare
                                          uiFont(11, QFont::Medium), SchemeLabel::Role::Secondary,
                                          this));
     auto* divisionsRow = new QHBoxLayout;
-    m_divisionsLabel = new SchemeLabel({}, uiFont(24, QFont::DemiBold), SchemeLabel::Role::Primary,
-                                       this);
+    m_divisionsLabel =
+        new SchemeLabel({}, uiFont(24, QFont::DemiBold), SchemeLabel::Role::Primary, this);
     m_divisionsLabel->setObjectName(QStringLiteral("divisionsLabel"));
     m_divisionsLabel->setMinimumWidth(40);
     divisionsRow->addWidget(m_divisionsLabel);
@@ -110,7 +110,8 @@ void TuningLab::commitReferenceText() {
 }
 
 void TuningLab::syncReferenceText() {
-    m_state.setTetReferenceText(QString::fromStdString(tetReferenceFieldText(m_state.tetReference())));
+    m_state.setTetReferenceText(
+        QString::fromStdString(tetReferenceFieldText(m_state.tetReference())));
     m_field->setText(m_state.tetReferenceText());
 }
 

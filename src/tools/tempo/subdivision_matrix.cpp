@@ -19,9 +19,7 @@ constexpr int kNoteColumnWidth = 96;
 constexpr int kRowHeight = 30;
 constexpr int kRowPaddingX = 10;
 
-QFont valueFont() {
-    return monoFont(13, QFont::Medium);
-}
+QFont valueFont() { return monoFont(13, QFont::Medium); }
 
 // A row's background: the whole-note row is tinted teal so the bar stands
 // out, the others are striped for reading across.

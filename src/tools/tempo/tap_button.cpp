@@ -52,9 +52,7 @@ KeyCap::KeyCap(const QString& key, QWidget* parent) : QWidget(parent), m_key(key
 
 // As tall as the tap button beside it, with the cap centred, so the two
 // line up in any layout.
-QSize KeyCap::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(m_key) + 16, 38};
-}
+QSize KeyCap::sizeHint() const { return {fontMetrics().horizontalAdvance(m_key) + 16, 38}; }
 
 void KeyCap::paintEvent(QPaintEvent*) {
     const SchemeColors colors = currentColors();

@@ -15,6 +15,7 @@
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
+
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -90,8 +91,7 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
             [this] { m_state.setBpm(tempo::steppedBpm(m_state.bpm(), -1)); });
     connect(m_stepper, &Stepper::steppedUp, context,
             [this] { m_state.setBpm(tempo::steppedBpm(m_state.bpm(), +1)); });
-    connect(m_slider, &KitSlider::picked, context,
-            [this](int value) { m_state.setBpm(value); });
+    connect(m_slider, &KitSlider::picked, context, [this](int value) { m_state.setBpm(value); });
 
     connect(&state, &CalculatorState::bpmChanged, this, [this] {
         if (!m_field->isFocused())

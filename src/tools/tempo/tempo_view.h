@@ -11,9 +11,9 @@ class TempoDetectModel;
 class TempoDetectPanel;
 
 // The tempo tool: header figures, the tempo controls, tempo detection from
-// an audio file, then the table of note lengths from 32 bars to 1/128 and the formula. Everything follows
-// the shared `bpm`, whoever writes it. The detection session belongs to the
-// window, so its result is still here after a visit to another tool.
+// an audio file, then the table of note lengths from 32 bars to 1/128 and the formula. Everything
+// follows the shared `bpm`, whoever writes it. The detection session belongs to the window, so its
+// result is still here after a visit to another tool.
 class TempoView : public ToolScreen {
     Q_OBJECT
 public:

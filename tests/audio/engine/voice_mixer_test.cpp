@@ -111,10 +111,10 @@ TEST(VoiceMixer, FreesABufferOnlyAfterTheAudioSideLetGoOfIt) {
     mixer.play(2, samples({0}));
     EXPECT_FALSE(watchCut.expired()) << "freed while the audio side may still read it";
 
-    render(mixer, 4);             // frame 3 cuts the first buffer
-    mixer.play(1, samples({4}));  // replaces the unheard one with the next block
+    render(mixer, 4);            // frame 3 cuts the first buffer
+    mixer.play(1, samples({4})); // replaces the unheard one with the next block
     render(mixer, 1);
-    mixer.play(5, samples({0}));  // the main thread collects what came back
+    mixer.play(5, samples({0})); // the main thread collects what came back
     EXPECT_TRUE(watchCut.expired());
     EXPECT_TRUE(watchUnheard.expired());
     render(mixer, 1);

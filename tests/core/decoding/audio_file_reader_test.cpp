@@ -1,18 +1,16 @@
-#include "decoding/audio_file_reader.h"
 #include "decoding/audio_extensions.h"
+#include "decoding/audio_file_reader.h"
 #include "decoding/read_error.h"
-
 #include "test_encoder.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cmath>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace quorlen::decoding {
 namespace {
@@ -54,13 +52,10 @@ TEST(AudioFileReader, RefusesWhatItCannotReadWithOneShortMessage) {
         const char* message;
     };
     const std::vector<Case> cases = {
-        {"missing.wav", message::kNotFound},
-        {"notes.wav", message::kNotAudio},
-        {"empty.mp3", message::kNotAudio},
-        {"folder.wav", message::kNotRegular},
+        {"missing.wav", message::kNotFound},      {"notes.wav", message::kNotAudio},
+        {"empty.mp3", message::kNotAudio},        {"folder.wav", message::kNotRegular},
         {"pipe.wav", message::kNotRegular}, // no writer: opening must not wait for one
-        {"500hz.wav", message::kUnsupportedRate},
-        {"silent-film.mp4", message::kNoAudio},
+        {"500hz.wav", message::kUnsupportedRate}, {"silent-film.mp4", message::kNoAudio},
     };
     for (const Case& c : cases)
         EXPECT_EQ(openFailure(dir.file(c.name)), c.message) << c.name;
@@ -114,7 +109,8 @@ TEST(AudioFileReader, SeekingLandsOnTheFrameReadingFromTheStartReaches) {
     TempDir dir;
     const std::vector<float> x = t::clickTrain({.bpm = 100, .seconds = 6, .rateHz = 44100});
     ASSERT_TRUE(t::writeSound(dir.file("pcm.wav"), x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    ASSERT_TRUE(t::writeSound(dir.file("pcm.flac"), x, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(
+        t::writeSound(dir.file("pcm.flac"), x, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
     ASSERT_TRUE(t::encodeSound(dir.file("lame.mp3"), x, 1, 44100, {.encoder = "libmp3lame"}));
     ASSERT_TRUE(t::encodeSound(dir.file("aac.m4a"), x, 1, 44100, {.encoder = "aac"}));
     for (const char* name : {"pcm.wav", "pcm.flac", "lame.mp3", "aac.m4a"}) {

@@ -1,24 +1,22 @@
 #include "detection/audio_loader.h"
 #include "detection/tempo_detector.h"
-
 #include "test_encoder.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cmath>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <limits>
 #include <map>
 #include <random>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace quorlen::detection {
 namespace {
@@ -49,7 +47,8 @@ TEST(AudioLoader, BadFilesGiveOneClearMessage) {
     testing::writeBytes(dir.file("empty.wav"), "");
     testing::writeBytes(dir.file("header-only.wav"), wav.substr(0, 36));
     std::filesystem::create_directory(dir.file("folder.wav"));
-    ASSERT_TRUE(writeSound(dir.file("no-frames.wav"), {}, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(
+        writeSound(dir.file("no-frames.wav"), {}, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     ASSERT_TRUE(writeSound(dir.file("one-frame.wav"), std::vector<float>{0.5f}, 1, 44100,
                            SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     // 500 Hz would be upsampled 44-fold; such rates only come from damaged headers.
@@ -137,13 +136,15 @@ TEST(AudioLoader, MixesAnyChannelCountToTheMeanWithNonFiniteAsSilence) {
 
 TEST(AudioLoader, OppositeChannelsMixToSilenceAndAreNotRhythm) {
     TempDir dir;
-    const std::vector<float> clicks = testing::clickTrain({.bpm = 120, .seconds = 4, .rateHz = 44100});
+    const std::vector<float> clicks =
+        testing::clickTrain({.bpm = 120, .seconds = 4, .rateHz = 44100});
     std::vector<float> frames;
     for (const float v : clicks) {
         frames.push_back(v);
         frames.push_back(-v);
     }
-    ASSERT_TRUE(writeSound(dir.file("opposite.wav"), frames, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    ASSERT_TRUE(
+        writeSound(dir.file("opposite.wav"), frames, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     EXPECT_EQ(failureMessage(dir.file("opposite.wav")), "No rhythmic content found in this file");
 }
 
@@ -151,7 +152,8 @@ TEST(AudioLoader, AnalysesClicksFrom8To192KHz) {
     TempDir dir;
     for (const int rate : {8000, 11025, 22050, 44100, 96000, 192000}) {
         const auto path = dir.file("clicks" + std::to_string(rate) + ".wav");
-        const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = double(rate)});
+        const std::vector<float> x =
+            testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = double(rate)});
         ASSERT_TRUE(writeSound(path, x, 1, rate, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
         const Analysis analysis = analyzeFile(path, {}, {2});
         EXPECT_EQ(analysis.estimate.bpm, 120.0) << rate;
@@ -178,7 +180,6 @@ TEST(AudioLoader, TruncatedDataKeepsWhatWasReadAndCancellationStopsReading) {
         EXPECT_STREQ(failure.what(), "Analysis cancelled");
     }
 }
-
 
 // A 120 BPM loop of accented clicks with a kick, 4 bars.
 std::vector<float> stereoLoop(double rateHz) {
@@ -208,7 +209,8 @@ TEST(AudioLoader, CompressedLoopsGiveTheirTempo) {
     };
     for (const Case& c : cases) {
         const auto path = dir.file(c.name);
-        ASSERT_TRUE(testing::encodeSound(path, stereoLoop(c.rateHz), 2, c.rateHz, c.encoding)) << c.name;
+        ASSERT_TRUE(testing::encodeSound(path, stereoLoop(c.rateHz), 2, c.rateHz, c.encoding))
+            << c.name;
         const Analysis analysis = analyzeFile(path, {}, {2});
         // Where the container records no end padding (AAC and WMA as FFmpeg
         // writes them) the loop is up to one codec frame long, and snapping
@@ -227,7 +229,8 @@ TEST(AudioLoader, CompressedLoopsGiveTheirTempo) {
 std::string damagedMp3(const TempDir& dir) {
     const auto path = dir.file("clean.mp3");
     const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 20, .rateHz = 44100});
-    EXPECT_TRUE(testing::encodeSound(path, x, 1, 44100, {.encoder = "libmp3lame", .bitRate = 128000}));
+    EXPECT_TRUE(
+        testing::encodeSound(path, x, 1, 44100, {.encoder = "libmp3lame", .bitRate = 128000}));
     std::string bytes = testing::readBytes(path);
     std::mt19937 random(5);
     const size_t at = bytes.size() * 24 / 200;
@@ -321,13 +324,13 @@ std::string wavHeader(int channels, int rateHz, uint32_t dataBytes) {
 
 // Runs `body` in a child process whose address space may grow by at most
 // `megabytes`; returns the child's exit status (-1 when it did not exit).
-template <typename Body>
-int withMemoryLimit(size_t megabytes, Body body) {
+template <typename Body> int withMemoryLimit(size_t megabytes, Body body) {
     const pid_t child = fork();
     if (child == 0) {
         long pages = 0;
         std::ifstream("/proc/self/statm") >> pages;
-        const rlim_t limit = rlim_t(pages) * rlim_t(sysconf(_SC_PAGESIZE)) + megabytes * 1024 * 1024;
+        const rlim_t limit =
+            rlim_t(pages) * rlim_t(sysconf(_SC_PAGESIZE)) + megabytes * 1024 * 1024;
         const rlimit bound{limit, limit};
         setrlimit(RLIMIT_AS, &bound);
         _exit(body());
@@ -339,7 +342,8 @@ int withMemoryLimit(size_t megabytes, Body body) {
 
 TEST(AudioLoader, AHeaderClaimingAThousandChannelsNeedsNoMoreMemory) {
     TempDir dir;
-    testing::writeBytes(dir.file("wide.wav"), wavHeader(1024, 44100, 8192) + std::string(8192, '\x10'));
+    testing::writeBytes(dir.file("wide.wav"),
+                        wavHeader(1024, 44100, 8192) + std::string(8192, '\x10'));
     const std::string path = dir.file("wide.wav");
     const int status = withMemoryLimit(200, [&] {
         const std::string message = failureMessage(path);

@@ -1,6 +1,5 @@
 #include "detection/autocorrelation.h"
 #include "detection/onset_envelope.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +38,8 @@ TEST(Autocorrelation, MatchesTheDirectFormulaOnASmallEnvelope) {
     for (size_t lag = 0; lag < x.size(); ++lag) {
         double sum = 0.0;
         for (size_t k = 0; k < size; ++k)
-            sum += compressed[k] * std::cos(2.0 * std::numbers::pi * double(lag * k) / double(size));
+            sum +=
+                compressed[k] * std::cos(2.0 * std::numbers::pi * double(lag * k) / double(size));
         EXPECT_NEAR(acf[lag], sum / double(size) / double(x.size() - lag), 1e-5) << lag;
     }
     EXPECT_EQ(acf[8], 0.0); // no overlapping terms left
@@ -48,7 +48,8 @@ TEST(Autocorrelation, MatchesTheDirectFormulaOnASmallEnvelope) {
 
 TEST(Autocorrelation, StrongestPeakOfAPulseTrainIsItsTempo) {
     // Pulses every 43.066 frames are 120 BPM at 86.13 frames per second.
-    const std::vector<double> env = normalize(testing::pulseEnvelope(2000, 43.06640625), kEnvelopeFps);
+    const std::vector<double> env =
+        normalize(testing::pulseEnvelope(2000, 43.06640625), kEnvelopeFps);
     const std::vector<double> tempos = autocorrelationCandidates(env, kEnvelopeFps);
     ASSERT_FALSE(tempos.empty());
     EXPECT_LE(tempos.size(), 10u);

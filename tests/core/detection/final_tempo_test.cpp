@@ -2,7 +2,6 @@
 #include "detection/final_tempo.h"
 #include "detection/grid_score.h"
 #include "detection/onset_envelope.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +24,7 @@ Candidate candidateAt(const std::vector<double>& env, double bpm) {
 
 TEST(LoopCandidates, ListsWholeBarLoopsBetween40And250Bpm) {
     // beats * 60 / duration for beats = 4, 8, ...; 8 s: 30 BPM is too slow, 270 stops.
-    const std::vector<LoopCandidate> eight = {{60, 8}, {90, 12},  {120, 16}, {150, 20},
+    const std::vector<LoopCandidate> eight = {{60, 8},   {90, 12},  {120, 16}, {150, 20},
                                               {180, 24}, {210, 28}, {240, 32}};
     EXPECT_EQ(loopCandidates(8.0), eight);
     EXPECT_NEAR(loopCandidates(7.99)[2].bpm, 120.15, 0.001); // 16 beats
@@ -59,8 +58,9 @@ TEST(Rounding, PrefersARoundTempoWithinOneFramesDrift) {
         {120, 100, 127.903, 127.903, "127.9 tried first and rejected by its grid; 128 never"},
     };
     for (const Case& c : cases) {
-        const std::vector<double> env = normalize(
-            testing::pulseEnvelope(framesFor(c.seconds), periodFrames(c.pulseBpm), 3), kEnvelopeFps);
+        const std::vector<double> env =
+            normalize(testing::pulseEnvelope(framesFor(c.seconds), periodFrames(c.pulseBpm), 3),
+                      kEnvelopeFps);
         Candidate best = candidateAt(env, c.detected);
         if (c.pulseBpm == 100) // a grid that claims more than the envelope gives
             best.raw = 10.0;
@@ -77,7 +77,7 @@ TEST(Downbeat, PicksTheStrongestSlotOfTheFourBeatCycle) {
     EXPECT_EQ(downbeat(low, kEnvelopeFps, 129.19921875, 4.0), 2);
     EXPECT_EQ(downbeat(low, kEnvelopeFps, 129.19921875, 44.0), 1); // grid starts one beat later
     const std::vector<double> even = testing::pulseEnvelope(2000, 40, 4);
-    EXPECT_EQ(downbeat(even, kEnvelopeFps, 129.19921875, 4.0), 0); // ties keep slot 0
+    EXPECT_EQ(downbeat(even, kEnvelopeFps, 129.19921875, 4.0), 0);    // ties keep slot 0
     EXPECT_EQ(downbeat(even, kEnvelopeFps, 129.19921875, 1999.0), 0); // no positions
     EXPECT_EQ(downbeat({}, kEnvelopeFps, 120.0, 0.0), 0);
 }

@@ -1,6 +1,5 @@
 #include "detection/grid_score.h"
 #include "detection/onset_envelope.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -62,15 +61,18 @@ TEST(GridScore, AlternatingAccentsLowerTheRatioAtDoubleTempo) {
 }
 
 TEST(GridScore, FastVersionMatchesTheReference) {
-    const std::vector<double> env = normalize(
-        onsetEnvelope(testing::clickTrain({.bpm = 123.4, .seconds = 30, .rateHz = 22050,
-                                           .firstClickSeconds = 0.3, .accentEvery = 2}),
-                      {})
-            .full,
-        kEnvelopeFps);
+    const std::vector<double> env =
+        normalize(onsetEnvelope(testing::clickTrain({.bpm = 123.4,
+                                                     .seconds = 30,
+                                                     .rateHz = 22050,
+                                                     .firstClickSeconds = 0.3,
+                                                     .accentEvery = 2}),
+                                {})
+                      .full,
+                  kEnvelopeFps);
     for (const double bpm : {40.0, 61.7, 99.99, 123.4, 150.0, 246.8, 250.0}) {
-        for (const auto segment : {std::optional<double>(), std::optional(4.0),
-                                   std::optional(12.0), std::optional(40.0)}) {
+        for (const auto segment : {std::optional<double>(), std::optional(4.0), std::optional(12.0),
+                                   std::optional(40.0)}) {
             const GridFit fast = gridScore(env, kEnvelopeFps, bpm, segment);
             const GridFit plain = gridScoreReference(env, kEnvelopeFps, bpm, segment);
             EXPECT_EQ(fast.score, plain.score) << bpm;

@@ -1,5 +1,4 @@
 #include "detection/tempo_detector.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -22,8 +21,8 @@ TempoEvidence measureGroove(const Groove& groove) {
 const std::vector<std::string> kFourOnTheFloor = {"k", "", "h", "", "ks", "", "h", "",
                                                   "k", "", "h", "", "ks", "", "h", ""};
 // Two-step break: kick on 1 and the "and" of 3, snare on 2 and 4.
-const std::vector<std::string> kTwoStep = {"kh", "", "h", "", "sh", "", "h", "",
-                                           "h", "", "kh", "", "sh", "", "h", ""};
+const std::vector<std::string> kTwoStep = {"kh", "", "h",  "", "sh", "", "h", "",
+                                           "h",  "", "kh", "", "sh", "", "h", ""};
 // Kick alone on the beats, loud hats alone between them.
 const std::vector<std::string> kKickAndOffbeatHat = {"k", "", "h", "", "k", "", "h", "",
                                                      "k", "", "h", "", "k", "", "h", ""};
@@ -52,16 +51,19 @@ TEST(OctaveChoice, AutomaticPicksTheTempoTheGrooveIsPlayedAt) {
 TEST(OctaveChoice, TheGridLandsOnTheKicksNotTheLouderHats) {
     // Kicks at 0.25 s + k * 0.5 s. The reported first beat must be a kick
     // (within 10 ms), not a hat a quarter second away.
-    const Groove groove{.bpm = 120, .seconds = 9.7, .steps = kKickAndOffbeatHat,
-                        .firstBeatSeconds = 0.25, .hatGain = 2.0f};
+    const Groove groove{.bpm = 120,
+                        .seconds = 9.7,
+                        .steps = kKickAndOffbeatHat,
+                        .firstBeatSeconds = 0.25,
+                        .hatGain = 2.0f};
     const TempoEvidence evidence = measureGroove(groove);
     for (const OctaveMode& mode : {OctaveMode::automatic(), *OctaveMode::range(80, 160)}) {
         const Estimate e = estimateTempo(evidence, mode);
         ASSERT_NEAR(e.bpm, 120, 1.2);
         const double period = 60.0 / e.bpm;
         const double off = std::remainder(e.beatOffsetSeconds - groove.firstBeatSeconds, period);
-        EXPECT_LE(std::abs(off), 0.010) << octaveModeText(mode) << " first beat "
-                                        << e.beatOffsetSeconds;
+        EXPECT_LE(std::abs(off), 0.010)
+            << octaveModeText(mode) << " first beat " << e.beatOffsetSeconds;
     }
 }
 

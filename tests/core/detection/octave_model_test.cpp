@@ -1,5 +1,4 @@
 #include "detection/octave_model.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -62,7 +61,8 @@ TEST(OctaveModel, NoMidBandAccentsLeaveTheAccentFeaturesNeutral) {
     Drums pulse = groove(100.0, 4.0, 0.0);
     std::fill(pulse.mid.begin(), pulse.mid.end(), 0.0);
     for (const std::vector<double>& mid : {pulse.mid, std::vector<double>{}}) {
-        for (const OctaveFeatures& f : octaveCandidates({pulse.full, pulse.low, mid, kFps}, 100.0)) {
+        for (const OctaveFeatures& f :
+             octaveCandidates({pulse.full, pulse.low, mid, kFps}, 100.0)) {
             EXPECT_EQ(f.accentEvery2, 0.0) << f.bpm;
             EXPECT_EQ(f.accentEvery4, 0.0) << f.bpm;
             EXPECT_EQ(f.accentEvery8, 0.0) << f.bpm;

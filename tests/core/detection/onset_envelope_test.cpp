@@ -1,6 +1,5 @@
 #include "detection/filterbank.h"
 #include "detection/onset_envelope.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -25,8 +24,8 @@ TEST(Filterbank, KeepsSeventySixBinsAndMakesSeventyFourBands) {
 
     const std::vector<Band> bands = logFilterbank(12, 30, 10925);
     ASSERT_EQ(bands.size(), 74u);
-    const auto lowBands = std::count_if(bands.begin(), bands.end(),
-                                        [](const Band& b) { return b.centerHz < 220.0; });
+    const auto lowBands =
+        std::count_if(bands.begin(), bands.end(), [](const Band& b) { return b.centerHz < 220.0; });
     EXPECT_EQ(lowBands, 9);
     EXPECT_NEAR(bands[0].centerHz, 43.07, 0.005);  // bin 2
     EXPECT_NEAR(bands[8].centerHz, 215.33, 0.005); // bin 10
@@ -78,7 +77,8 @@ TEST(OnsetEnvelope, ClicksSpikeOncePerBeatAndHighClicksLeaveLowEmpty) {
 TEST(OnsetEnvelope, SteadyTonesHaveNoOrNegligibleFlux) {
     // 5 cycles per 256-sample hop (430.66 Hz): every frame holds the same
     // samples, so the flux is exactly 0.
-    EXPECT_EQ(onsetEnvelope(testing::hopPeriodicTone(5, 2.0), {}).full, std::vector<double>(169, 0.0));
+    EXPECT_EQ(onsetEnvelope(testing::hopPeriodicTone(5, 2.0), {}).full,
+              std::vector<double>(169, 0.0));
     // 440 Hz drifts against the hop; the window's leakage then wobbles a
     // little from frame to frame, far below a click's flux (about 200).
     const Envelope env = onsetEnvelope(testing::sine(440, 2, 22050), {});

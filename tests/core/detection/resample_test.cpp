@@ -1,5 +1,4 @@
 #include "detection/resample.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -46,8 +45,8 @@ TEST(Resample, InterpolatesLinearlyBelowRatioOnePointFive) {
 
 TEST(Resample, InPlaceMatchesThePlainVersionAtEveryRate) {
     const std::vector<float> x = testing::sine(441.0, 0.5, 192000.0);
-    for (const double rate : {8000.0, 11025.0, 16000.0, 24000.0, 32000.0, 44100.0, 48000.0,
-                              88200.0, 96000.0, 176400.0, 192000.0}) {
+    for (const double rate : {8000.0, 11025.0, 16000.0, 24000.0, 32000.0, 44100.0, 48000.0, 88200.0,
+                              96000.0, 176400.0, 192000.0}) {
         std::vector<float> inPlace = x;
         ASSERT_TRUE(resampleInPlace(inPlace, rate, kAnalysisRateHz, {}));
         EXPECT_EQ(inPlace, resample(x, rate, kAnalysisRateHz, {})) << rate;
@@ -72,8 +71,8 @@ TEST(LoudestWindow, PicksTheLoudestWholeSecondWindowAndTheEarlierOfEqualOnes) {
     EXPECT_EQ(loudestWindowStart(x, 3 * second), 5 * second); // blocks 5-7 hold both loud ones
     EXPECT_EQ(loudestWindowStart(x, 2 * second), 6 * second);
     const std::vector<float> flat(10 * second, 0.5f);
-    EXPECT_EQ(loudestWindowStart(flat, 4 * second), 0u);     // all windows tie
-    EXPECT_EQ(loudestWindowStart(x, 10 * second), 0u);       // window covers every block
+    EXPECT_EQ(loudestWindowStart(flat, 4 * second), 0u); // all windows tie
+    EXPECT_EQ(loudestWindowStart(x, 10 * second), 0u);   // window covers every block
     EXPECT_EQ(loudestWindowStart(std::vector<float>(second - 1, 1.0f), 1), 0u); // under one block
 }
 

@@ -1,5 +1,4 @@
 #include "detection/tempo_detector.h"
-
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -38,11 +37,14 @@ TEST(TempoDetector, LoopsSnapToWholeBars) {
     // A snapped tempo is exactly beats * 60 / duration of the decoded samples.
     const std::vector<Case> cases = {
         {{.bpm = 120, .seconds = 8.0, .rateHz = 44100}, 16, "16 beats in 8 s"},
-        {{.bpm = 120, .seconds = 8.0, .rateHz = 48000, .firstClickSeconds = 0.1}, 16,
+        {{.bpm = 120, .seconds = 8.0, .rateHz = 48000, .firstClickSeconds = 0.1},
+         16,
          "same loop at 48 kHz"},
-        {{.bpm = 120, .seconds = 7.99, .rateHz = 44100}, 16,
+        {{.bpm = 120, .seconds = 7.99, .rateHz = 44100},
+         16,
          "16 beats in 7.99 s is 120.15 BPM, within tau of the clicks"},
-        {{.bpm = 95, .seconds = 16 * 60 / 95.0, .rateHz = 44100, .accentEvery = 4}, 16,
+        {{.bpm = 95, .seconds = 16 * 60 / 95.0, .rateHz = 44100, .accentEvery = 4},
+         16,
          "16 beats at 95 BPM"},
     };
     for (const Case& c : cases) {
@@ -55,7 +57,8 @@ TEST(TempoDetector, LoopsSnapToWholeBars) {
 
 TEST(TempoDetector, LongFilesAreRoundedNotSnapped) {
     // 95 s is over the 90 s loop limit; 120 is within one frame's drift.
-    const Estimate e = analyzeClicks({.bpm = 120, .seconds = 95, .rateHz = 22050, .accentEvery = 4});
+    const Estimate e =
+        analyzeClicks({.bpm = 120, .seconds = 95, .rateHz = 22050, .accentEvery = 4});
     EXPECT_EQ(e.bpm, 120.0);
     EXPECT_FALSE(e.snappedBars);
     EXPECT_LE(e.alternatives.size(), 3u);
@@ -69,9 +72,13 @@ TEST(TempoDetector, BeatOffsetAndDownbeatFollowTheClicks) {
     // Clicks from 0.3 s every 0.6 s with a kick on clicks 1, 5, 9, ...: the
     // first grid beat is click 0 and the first bar line one beat later.
     // Offsets include the three-hop latency and are good to about a frame.
-    const Estimate e = analyzeClicks({.bpm = 100, .seconds = 12, .rateHz = 44100,
-                                      .firstClickSeconds = 0.3, .accentEvery = 4,
-                                      .accentFirst = 1, .kickHz = 60});
+    const Estimate e = analyzeClicks({.bpm = 100,
+                                      .seconds = 12,
+                                      .rateHz = 44100,
+                                      .firstClickSeconds = 0.3,
+                                      .accentEvery = 4,
+                                      .accentFirst = 1,
+                                      .kickHz = 60});
     EXPECT_EQ(e.bpm, 100.0);
     EXPECT_NEAR(e.beatOffsetSeconds, 0.3, 0.02);
     EXPECT_EQ(e.downbeat, 1);
@@ -105,8 +112,8 @@ TEST(TempoDetector, CancellationStopsEveryStage) {
 TEST(TempoDetector, CropsLongFilesToTheirLoudest300Seconds) {
     // 6 minutes: quiet clicks for the first 60 s, loud ones after. The
     // window starts at 60 s, so the first beat is the click at 60.25 s.
-    std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 360, .rateHz = 22050,
-                                                .firstClickSeconds = 0.25});
+    std::vector<float> x = testing::clickTrain(
+        {.bpm = 120, .seconds = 360, .rateHz = 22050, .firstClickSeconds = 0.25});
     for (size_t i = 0; i < 60 * 22050; ++i)
         x[i] *= 0.1f;
     const Estimate e = analyze(std::move(x), 22050, 360, {}, {2});

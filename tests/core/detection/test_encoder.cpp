@@ -105,15 +105,20 @@ void store(AVFrame& frame, int channels, int index, int channel, float value) {
     const int at = planar ? index : index * channels + channel;
     const float v = std::clamp(value, -1.0f, 1.0f);
     switch (av_get_packed_sample_fmt(format)) {
-    case AV_SAMPLE_FMT_FLT: reinterpret_cast<float*>(base)[at] = v; break;
-    case AV_SAMPLE_FMT_DBL: reinterpret_cast<double*>(base)[at] = v; break;
+    case AV_SAMPLE_FMT_FLT:
+        reinterpret_cast<float*>(base)[at] = v;
+        break;
+    case AV_SAMPLE_FMT_DBL:
+        reinterpret_cast<double*>(base)[at] = v;
+        break;
     case AV_SAMPLE_FMT_S16:
         reinterpret_cast<int16_t*>(base)[at] = static_cast<int16_t>(std::lrint(v * 32767.0f));
         break;
     case AV_SAMPLE_FMT_S32:
         reinterpret_cast<int32_t*>(base)[at] = static_cast<int32_t>(std::lrint(v * 2147483392.0));
         break;
-    default: break;
+    default:
+        break;
     }
 }
 

@@ -16,21 +16,24 @@ std::vector<float> clickTrain(const ClickTrain& train) {
     const auto clickLength = static_cast<size_t>(0.01 * train.rateHz);
     const double period = 60.0 / train.bpm;
     int index = 0;
-    for (double t = train.firstClickSeconds; t < train.seconds; t = train.firstClickSeconds + period * ++index) {
+    for (double t = train.firstClickSeconds; t < train.seconds;
+         t = train.firstClickSeconds + period * ++index) {
         const bool accent = train.accentEvery > 0 && index >= train.accentFirst &&
                             (index - train.accentFirst) % train.accentEvery == 0;
         const float gain = accent ? train.accentGain : train.gain;
         const auto start = static_cast<size_t>(std::llround(t * train.rateHz));
         for (size_t k = 0; k < clickLength && start + k < n; ++k) {
             const double s = double(k) / train.rateHz;
-            out[start + k] = gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * 1000.0 * s) *
-                                                       std::exp(-s / 0.002));
+            out[start + k] =
+                gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * 1000.0 * s) *
+                                          std::exp(-s / 0.002));
         }
         const auto kickLength = static_cast<size_t>(0.15 * train.rateHz);
         for (size_t k = 0; accent && train.kickHz > 0.0 && k < kickLength && start + k < n; ++k) {
             const double s = double(k) / train.rateHz;
-            out[start + k] += gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * train.kickHz * s) *
-                                                        std::exp(-s / 0.04));
+            out[start + k] +=
+                gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * train.kickHz * s) *
+                                          std::exp(-s / 0.04));
         }
     }
     return out;
@@ -84,15 +87,16 @@ std::vector<float> drumGroove(const Groove& groove) {
 std::vector<float> sine(double hz, double seconds, double rateHz, float gain) {
     std::vector<float> out(static_cast<size_t>(std::llround(seconds * rateHz)));
     for (size_t i = 0; i < out.size(); ++i)
-        out[i] = gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * hz * double(i) / rateHz));
+        out[i] =
+            gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * hz * double(i) / rateHz));
     return out;
 }
 
 std::vector<float> hopPeriodicTone(int cyclesPerHop, double seconds, float gain) {
     std::vector<float> out(static_cast<size_t>(std::llround(seconds * 22050.0)));
     for (size_t i = 0; i < out.size(); ++i)
-        out[i] = gain * static_cast<float>(
-                            std::sin(2.0 * std::numbers::pi * cyclesPerHop * double(i % 256) / 256.0));
+        out[i] = gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * cyclesPerHop *
+                                                    double(i % 256) / 256.0));
     return out;
 }
 
@@ -119,8 +123,8 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-bool writeSound(const std::filesystem::path& path, std::span<const float> interleaved,
-                int channels, int rateHz, int format) {
+bool writeSound(const std::filesystem::path& path, std::span<const float> interleaved, int channels,
+                int rateHz, int format) {
     SF_INFO info{};
     info.channels = channels;
     info.samplerate = rateHz;

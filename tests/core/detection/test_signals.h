@@ -63,8 +63,8 @@ private:
 
 // Writes interleaved `frames` of `channels` channels with libsndfile in
 // `format` (SF_FORMAT_* major | subtype). Returns false if libsndfile refused.
-bool writeSound(const std::filesystem::path& path, std::span<const float> interleaved,
-                int channels, int rateHz, int format);
+bool writeSound(const std::filesystem::path& path, std::span<const float> interleaved, int channels,
+                int rateHz, int format);
 
 // Writes raw bytes (for damaged and non-audio files).
 void writeBytes(const std::filesystem::path& path, const std::string& bytes);

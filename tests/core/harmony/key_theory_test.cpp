@@ -72,7 +72,7 @@ TEST(CircleOfFifths, SignatureTextAndNotes) {
         {6, "6♯", "F♯ C♯ G♯ D♯ A♯ E♯"},
         {-2, "2♭", "B♭ E♭"},
         {-5, "5♭", "B♭ E♭ A♭ D♭ G♭"},
-        {9, "9♯", "F♯ C♯ G♯ D♯ A♯ E♯ B♯"},   // beyond seven: all seven
+        {9, "9♯", "F♯ C♯ G♯ D♯ A♯ E♯ B♯"}, // beyond seven: all seven
         {-8, "8♭", "B♭ E♭ A♭ D♭ G♭ C♭ F♭"},
     };
     for (const auto& c : cases) {
@@ -104,8 +104,7 @@ TEST(KeySelection, NamesScalesAndChordsAtTheEdgesOfTheCircle) {
         EXPECT_EQ(asStrings(c.key.scale()), words(c.scale));
         EXPECT_EQ(asStrings(c.key.chords()), words(c.chords));
     }
-    EXPECT_EQ(asStrings(KeySelection{3, false}.romanNumerals()),
-              words("I ii iii IV V vi vii°"));
+    EXPECT_EQ(asStrings(KeySelection{3, false}.romanNumerals()), words("I ii iii IV V vi vii°"));
     EXPECT_EQ(asStrings(KeySelection{3, true}.romanNumerals()), words("i ii° III iv v VI VII"));
     EXPECT_EQ(KeySelection({6, true}).shortName(), "D♯m");
 }
@@ -163,7 +162,7 @@ TEST(KeySelection, RelatedKeys) {
         KeySelection key, relative, dominant, subdominant;
     } cases[] = {
         {{0, false}, {0, true}, {1, false}, {11, false}},
-        {{0, true}, {0, false}, {1, true}, {11, true}},   // Am: C, Em, Dm
+        {{0, true}, {0, false}, {1, true}, {11, true}},     // Am: C, Em, Dm
         {{11, false}, {11, true}, {0, false}, {10, false}}, // F: dominant C
         {{5, false}, {5, true}, {6, false}, {4, false}},
     };
@@ -191,11 +190,11 @@ TEST(ParseKeyName, SpellingsMapToTheSlotWithTheSamePitch) {
         const char* text;
         KeySelection key;
     } cases[] = {
-        {"C", {0, false}},   {"G", {1, false}},   {"F#", {6, false}}, {"F♯", {6, false}},
-        {"Gb", {6, false}},  {"Db", {7, false}},  {"C#", {7, false}}, {"D♭", {7, false}},
-        {"Cb", {5, false}},  {"B", {5, false}},   {"bb", {10, false}}, {"Am", {0, true}},
-        {"F#m", {3, true}},  {"Bbm", {7, true}},  {"A#m", {7, true}}, {"D#m", {6, true}},
-        {"Ebm", {6, true}},  {"e♭m", {6, true}},  {"Dm", {11, true}}, {"bm", {2, true}},
+        {"C", {0, false}},  {"G", {1, false}},  {"F#", {6, false}},  {"F♯", {6, false}},
+        {"Gb", {6, false}}, {"Db", {7, false}}, {"C#", {7, false}},  {"D♭", {7, false}},
+        {"Cb", {5, false}}, {"B", {5, false}},  {"bb", {10, false}}, {"Am", {0, true}},
+        {"F#m", {3, true}}, {"Bbm", {7, true}}, {"A#m", {7, true}},  {"D#m", {6, true}},
+        {"Ebm", {6, true}}, {"e♭m", {6, true}}, {"Dm", {11, true}},  {"bm", {2, true}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);

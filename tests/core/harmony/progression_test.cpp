@@ -10,8 +10,8 @@ TEST(Progression, StepLengthTempoNoteAndWrap) {
     const struct {
         double bpm;
         double seconds;
-    } steps[] = {{120, 1.0}, {90, 120.0 / 90}, {15, 6.0}, {20, 6.0}, {20.5, 120 / 20.5},
-                 {400, 0.3}, {500, 0.3}};
+    } steps[] = {{120, 1.0},         {90, 120.0 / 90}, {15, 6.0}, {20, 6.0},
+                 {20.5, 120 / 20.5}, {400, 0.3},       {500, 0.3}};
     for (const auto& s : steps)
         EXPECT_DOUBLE_EQ(progressionStepSeconds(s.bpm), s.seconds) << s.bpm;
 

@@ -49,10 +49,10 @@ TEST(CentsBand, BoundariesOfTheThreeColours) {
 }
 
 struct StepRow {
-    const char* hz;     // "%.2f"
-    const char* ratio;  // "%.4f"
+    const char* hz;    // "%.2f"
+    const char* ratio; // "%.4f"
     const char* note;
-    const char* cents;  // "%+.0f"
+    const char* cents; // "%+.0f"
 };
 
 void expectSteps(const std::vector<TetStep>& steps, const std::vector<StepRow>& rows) {
@@ -154,7 +154,7 @@ TEST(ParsePitchName, SharpsFlatsAndOctaveCrossings) {
         int pitchClass;
         int octave;
     };
-    const Case cases[] = {{"A1", 9, 1},  {"C0", 0, 0},  {"C#3", 1, 3}, {"Bb2", 10, 2},
+    const Case cases[] = {{"A1", 9, 1},   {"C0", 0, 0},  {"C#3", 1, 3}, {"Bb2", 10, 2},
                           {"Cb2", 11, 1}, {"B#1", 0, 2}, {"E4", 4, 4},  {"G10", 7, 10}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);

@@ -14,8 +14,11 @@ TEST(PreviewFrames, FadeInLasts12MillisecondsOfTheFileRate) {
         long long remaining, frames;
     };
     // trunc(rate × 0.012): 44100 → 529.2 → 529, 48000 → 576, 22050 → 264.6 → 264.
-    const Case cases[] = {{44100, 100000, 529}, {48000, 100000, 576}, {22050, 100000, 264},
-                          {44100, 100, 100},    {44100, 0, 0}};
+    const Case cases[] = {{44100, 100000, 529},
+                          {48000, 100000, 576},
+                          {22050, 100000, 264},
+                          {44100, 100, 100},
+                          {44100, 0, 0}};
     for (const Case& c : cases)
         EXPECT_EQ(fadeInFrames(c.rateHz, c.remaining), c.frames) << c.rateHz << " " << c.remaining;
 }

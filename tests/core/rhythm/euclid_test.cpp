@@ -86,9 +86,9 @@ TEST(EuclidInputs, ShrinkingTheStepsKeepsPulsesAndRotationInRange) {
         Inputs after;
     };
     const Case cases[] = {
-        {{12, 7, 9}, 5, {5, 5, 4}},   // the tool's own example
-        {{8, 3, 2}, 16, {16, 3, 2}},  // growing changes nothing else
-        {{4, 4, 3}, 1, {1, 1, 0}},    // one step leaves no rotation
+        {{12, 7, 9}, 5, {5, 5, 4}},  // the tool's own example
+        {{8, 3, 2}, 16, {16, 3, 2}}, // growing changes nothing else
+        {{4, 4, 3}, 1, {1, 1, 0}},   // one step leaves no rotation
         {{4, 0, 0}, 3, {3, 0, 0}},
     };
     for (const Case& c : cases)

@@ -41,11 +41,11 @@ TEST(Triad, FrequenciesFollowEqualTemperament) {
 TEST(ToneBuffers, HaveTheirFixedLengthsWhateverTheInput) {
     const double chord[] = {440, 554.37, 659.26};
     const Partial partials[] = {{110, 1}, {220, 0.5f}};
-    EXPECT_EQ(makeBuffer(chord).size(), 55125u);   // 1.25 s at 44.1 kHz
+    EXPECT_EQ(makeBuffer(chord).size(), 55125u); // 1.25 s at 44.1 kHz
     EXPECT_EQ(makeBuffer({}).size(), 55125u);
     EXPECT_EQ(makePartialsBuffer(partials).size(), 70560u); // 1.6 s
     EXPECT_EQ(makePartialsBuffer({}).size(), 70560u);
-    EXPECT_EQ(makeTickBuffer(1760, 0.55f).size(), 3087u);   // 70 ms
+    EXPECT_EQ(makeTickBuffer(1760, 0.55f).size(), 3087u); // 70 ms
 }
 
 TEST(ToneBuffers, EmptyInputsAreSilent) {

@@ -2,6 +2,7 @@
 #include "tempo/tempo_field.h"
 
 #include <gtest/gtest.h>
+
 #include <string>
 
 namespace quorlen::tempo {

@@ -3,14 +3,13 @@
 #include "text/number_format.h"
 
 #include <gtest/gtest.h>
+
 #include <string>
 
 namespace quorlen::tempo {
 namespace {
 
-std::string ms1(double ms) {
-    return text::format("%.1f", ms);
-}
+std::string ms1(double ms) { return text::format("%.1f", ms); }
 
 struct PresetCase {
     const char* name;

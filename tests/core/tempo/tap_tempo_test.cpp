@@ -1,6 +1,7 @@
 #include "tempo/tap_tempo.h"
 
 #include <gtest/gtest.h>
+
 #include <optional>
 #include <vector>
 

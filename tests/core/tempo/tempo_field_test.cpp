@@ -1,6 +1,7 @@
 #include "tempo/tempo_field.h"
 
 #include <gtest/gtest.h>
+
 #include <optional>
 #include <tuple>
 

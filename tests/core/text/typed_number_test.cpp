@@ -16,12 +16,22 @@ struct ParseCase {
 
 TEST(ParseTypedNumber, AcceptsWholeDecimalsWithPointOrComma) {
     const ParseCase cases[] = {
-        {"120", 120.0},  {"98,5", 98.5},   {"98.5", 98.5},  {"-3", -3.0},
-        {"+7", 7.0},     {"1e3", 1000.0},  {".5", 0.5},     {"5.", 5.0},
-        {"0,25", 0.25},  {"2.5E-1", 0.25}, {"007", 7.0},
+        {"120", 120.0},
+        {"98,5", 98.5},
+        {"98.5", 98.5},
+        {"-3", -3.0},
+        {"+7", 7.0},
+        {"1e3", 1000.0},
+        {".5", 0.5},
+        {"5.", 5.0},
+        {"0,25", 0.25},
+        {"2.5E-1", 0.25},
+        {"007", 7.0},
         // Too small for a double: zero, as typing "0" would give; "1e-310"
         // still fits (subnormal) and stays itself.
-        {"1e-400", 0.0}, {"1,5e-9999", 0.0}, {"1e-310", 1e-310},
+        {"1e-400", 0.0},
+        {"1,5e-9999", 0.0},
+        {"1e-310", 1e-310},
     };
     for (const ParseCase& c : cases) {
         SCOPED_TRACE(c.text);
@@ -32,10 +42,10 @@ TEST(ParseTypedNumber, AcceptsWholeDecimalsWithPointOrComma) {
 TEST(ParseTypedNumber, RejectsAnythingButOneWholeNumber) {
     // Blanks on either side, words, two separators, signs alone, hex and
     // the non-finite spellings all count as no number.
-    const char* rejected[] = {"",    " 5",  "5 ",   "abc",  "12abc", "1,2,3", "1.2.3",
-                              "+",   "-",   "+-5",  "++5",  "inf",   "-inf",  "nan",
-                              "NaN", "infinity", "0x10", "1e999", "5%",  "\t5", "1 000",
-                              "-1e999", "1e-400x"};
+    const char* rejected[] = {"",      " 5",  "5 ",    "abc",      "12abc",  "1,2,3",
+                              "1.2.3", "+",   "-",     "+-5",      "++5",    "inf",
+                              "-inf",  "nan", "NaN",   "infinity", "0x10",   "1e999",
+                              "5%",    "\t5", "1 000", "-1e999",   "1e-400x"};
     for (const char* text : rejected) {
         SCOPED_TRACE(text);
         EXPECT_EQ(parseTypedNumber(text), std::nullopt);

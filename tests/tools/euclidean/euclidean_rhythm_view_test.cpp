@@ -1,11 +1,10 @@
-#include "tools/euclidean/euclidean_rhythm_view.h"
-
 #include "audio/chord_player.h"
 #include "audio/fake_audio_backend.h"
 #include "state/calculator_state.h"
 #include "support/wait.h"
 #include "tools/euclidean/euclid_playback.h"
 #include "tools/euclidean/euclid_wheel.h"
+#include "tools/euclidean/euclidean_rhythm_view.h"
 #include "ui/kit_button.h"
 #include "ui/segmented_picker.h"
 #include "ui/stepper.h"
@@ -38,8 +37,7 @@ struct Screen {
         view->resize(760, 640);
         view->show();
     }
-    template <typename T>
-    T* find(const char* name) const {
+    template <typename T> T* find(const char* name) const {
         T* widget = view->findChild<T*>(QString::fromLatin1(name));
         EXPECT_NE(widget, nullptr) << name;
         return widget;
@@ -215,8 +213,8 @@ TEST(EuclidPlayback, HitsAndRestsSoundDifferentlyAndStepsBeyondThePatternAreSile
     const auto block = screen.output->pull(200);
     // At frame 100 the hit (1760 Hz, 0.55) and the rest (1175 Hz, 0.16)
     // are both sounding; their sum × 0.9 is what the output holds.
-    const float expected = 0.9f * (synth::makeTickBuffer(1760, 0.55f)[100] +
-                                   synth::makeTickBuffer(1175, 0.16f)[100]);
+    const float expected =
+        0.9f * (synth::makeTickBuffer(1760, 0.55f)[100] + synth::makeTickBuffer(1175, 0.16f)[100]);
     EXPECT_NEAR(block[200], expected, 1e-6f);
 }
 

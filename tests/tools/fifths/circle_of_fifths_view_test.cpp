@@ -39,8 +39,7 @@ struct HarmonyScreen {
     }
     void clickSegment(int index, bool minor) {
         FifthsWheel* wheel = view.wheel();
-        QTest::mouseClick(wheel, Qt::LeftButton, {},
-                          wheel->segmentCentre(index, minor).toPoint());
+        QTest::mouseClick(wheel, Qt::LeftButton, {}, wheel->segmentCentre(index, minor).toPoint());
     }
     QStringList chipNames() const {
         QStringList names;
@@ -71,7 +70,7 @@ TEST(CircleOfFifthsView, ClickingASegmentAndAChordGrowsTheProgression) {
     EXPECT_EQ(s.view.details()->relatedKey(1), QStringLiteral("E"));
 
     s.played.clear();
-    QTest::mouseClick(s.view.details()->chordTile(4), Qt::LeftButton); // E
+    QTest::mouseClick(s.view.details()->chordTile(4), Qt::LeftButton);             // E
     QTest::mouseClick(s.view.progressionPanel()->degreeButton(5), Qt::LeftButton); // F♯m
     // Roots wrap into C3…B3: E3 = 440 × 2^(−17/12), F♯3 = 440 × 2^(−15/12).
     ASSERT_EQ(s.played.size(), 2u);
@@ -96,10 +95,10 @@ TEST(CircleOfFifthsView, ClickingASegmentAndAChordGrowsTheProgression) {
     ASSERT_EQ(s.played.size(), 1u);
     EXPECT_EQ(s.played[0].quality, TriadQuality::minor);
     const QPointF c(s.view.wheel()->width() / 2.0, s.view.wheel()->height() / 2.0);
-    const QPointF between = (s.view.wheel()->segmentCentre(0, false) +
-                             s.view.wheel()->segmentCentre(1, false)) / 2 - c;
-    const QPointF onRing = c + between * (0.85 * s.view.wheel()->width() / 2 /
-                                          std::hypot(between.x(), between.y()));
+    const QPointF between =
+        (s.view.wheel()->segmentCentre(0, false) + s.view.wheel()->segmentCentre(1, false)) / 2 - c;
+    const QPointF onRing =
+        c + between * (0.85 * s.view.wheel()->width() / 2 / std::hypot(between.x(), between.y()));
     QTest::mouseClick(s.view.wheel(), Qt::LeftButton, {}, onRing.toPoint());
     EXPECT_EQ(s.view.selection(), (KeySelection{0, true}));
     EXPECT_EQ(s.played.size(), 1u);

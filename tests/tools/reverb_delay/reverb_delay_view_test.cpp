@@ -12,13 +12,13 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QTest>
+
 #include <gtest/gtest.h>
+
 #include <ostream>
 
 QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << text.toStdString();
-}
+inline void PrintTo(const QString& text, std::ostream* out) { *out << text.toStdString(); }
 QT_END_NAMESPACE
 
 namespace quorlen {

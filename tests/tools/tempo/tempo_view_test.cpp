@@ -14,16 +14,16 @@
 #include <QClipboard>
 #include <QLineEdit>
 #include <QTest>
+
 #include <gtest/gtest.h>
+
 #include <cmath>
 #include <ostream>
 #include <tuple>
 
 // Failures show the text, not its UTF-16 units.
 QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << text.toStdString();
-}
+inline void PrintTo(const QString& text, std::ostream* out) { *out << text.toStdString(); }
 QT_END_NAMESPACE
 
 namespace quorlen {
