@@ -31,7 +31,7 @@ private:
     double m_fraction = 0.0;
     std::array<float, 2> m_before{};
     std::array<float, 2> m_after{};
-    std::array<float, 2 * kBlockFrames> m_block{};
+    std::array<float, std::size_t{2} * kBlockFrames> m_block{};
     int m_nextInBlock = kBlockFrames;
 };
 

@@ -166,7 +166,8 @@ void FfmpegDecoder::open() {
     if (stream->duration > 0)
         announcedFrames = av().av_rescale_q(stream->duration, stream->time_base, perFrame);
     else if (format->duration > 0)
-        announcedFrames = av().av_rescale_q(format->duration, AV_TIME_BASE_Q, perFrame);
+        announcedFrames =
+            av().av_rescale_q(format->duration, AVRational{1, AV_TIME_BASE}, perFrame);
     // A header may claim any length; no codec yields more than this per byte
     // (6 kbit/s Opus at 48 kHz is 64), so a lie cannot reserve gigabytes.
     if (const std::int64_t size = bytes->size(); size > 0)

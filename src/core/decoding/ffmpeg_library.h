@@ -45,7 +45,9 @@ namespace quorlen::decoding {
 // start: they pull in over a hundred codec libraries, which would cost
 // every command and every launch tens of milliseconds and megabytes.
 struct FfmpegLibrary {
-#define QUORLEN_FFMPEG_POINTER(name) decltype(&::name) name = nullptr;
+// The argument names a function and a member, so it cannot be parenthesised.
+#define QUORLEN_FFMPEG_POINTER(name)                                                               \
+    decltype(&::name) name = nullptr; // NOLINT(bugprone-macro-parentheses)
     QUORLEN_FFMPEG_FUNCTIONS(QUORLEN_FFMPEG_POINTER)
 #undef QUORLEN_FFMPEG_POINTER
 };

@@ -27,7 +27,7 @@ struct DecodedAudio {
 
 // The one read buffer's size, whatever the channel count: a header that
 // claims a thousand channels gets fewer frames per read, not more memory.
-inline constexpr size_t kReadBufferBytes = 4 * 1024 * 1024;
+inline constexpr size_t kReadBufferBytes = size_t{4} * 1024 * 1024;
 // Longest audio read: beyond it a file (or a stream that never ends) is
 // refused rather than filling memory. 3 hours at 48 kHz is 2 GB of samples.
 inline constexpr double kMaximumSeconds = 3 * 3600.0;
