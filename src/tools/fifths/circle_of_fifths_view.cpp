@@ -4,6 +4,7 @@
 #include "audio/synthesiser.h"
 #include "harmony/progression.h"
 #include "state/calculator_state.h"
+#include "tools/common/formatted.h"
 #include "tools/fifths/fifths_wheel.h"
 #include "tools/fifths/key_detail_panel.h"
 #include "tools/fifths/progression_panel.h"
@@ -15,10 +16,6 @@
 
 namespace quorlen {
 namespace {
-
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 QString spelled(std::string_view text) { return QString::fromStdString(clipboardSpelling(text)); }
 

@@ -1,5 +1,6 @@
 #include "tools/fifths/key_detail_panel.h"
 
+#include "tools/common/formatted.h"
 #include "tools/fifths/chord_tile.h"
 #include "tools/fifths/note_chip.h"
 #include "ui/fonts.h"
@@ -12,10 +13,6 @@
 
 namespace quorlen {
 namespace {
-
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 SchemeLabel* sectionTitle(const QString& text, QWidget* parent) {
     return new SchemeLabel(text, uiFont(11, QFont::DemiBold), SchemeLabel::Role::Secondary, parent);

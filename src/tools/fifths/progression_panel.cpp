@@ -1,6 +1,7 @@
 #include "tools/fifths/progression_panel.h"
 
 #include "harmony/progression.h"
+#include "tools/common/formatted.h"
 #include "tools/fifths/chord_tile.h"
 #include "ui/fonts.h"
 #include "ui/hairline.h"
@@ -15,10 +16,6 @@
 
 namespace quorlen {
 namespace {
-
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 constexpr int kPlayWidth = 58; // px: "Play" and "Stop" alike, so the row never shifts
 
