@@ -2,6 +2,7 @@
 // scripts/fit-octave-model: the classic tempo and the features of each of
 // its relatives. octave_features FILE...
 #include "detection/audio_loader.h"
+#include "detection/octave_choice.h"
 #include "detection/octave_model.h"
 #include "detection/onset_envelope.h"
 #include "detection/tempo_detector.h"
@@ -20,15 +21,18 @@ int main(int argc, char** argv) {
                 measureTempo(std::move(audio.samples), audio.sampleRate, duration, {});
             const double classic = estimateTempo(evidence, OctaveMode::classic()).bpm;
             std::printf("{\"file\":\"%s\",\"classic\":%.6f,\"candidates\":[", argv[i], classic);
+            const std::vector<double> others = refinedTempos(evidence);
             const auto candidates = octaveCandidates(
-                {evidence.full, evidence.low, evidence.mid, kEnvelopeFps}, classic);
+                {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others}, classic);
             for (size_t c = 0; c < candidates.size(); ++c) {
                 const OctaveFeatures& f = candidates[c];
                 std::printf("%s{\"bpm\":%.6f,\"ratio\":%.6f,\"logTempo\":%.6f,"
                             "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f,"
-                            "\"accentEvery2\":%.6f,\"accentEvery4\":%.6f,\"accentEvery8\":%.6f}",
+                            "\"accentEvery2\":%.6f,\"accentEvery4\":%.6f,\"accentEvery8\":%.6f,"
+                            "\"barRepeat\":%.6f,\"tripletFeel\":%.6f}",
                             c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength, f.lowStrength,
-                            f.kicksPerBeat, f.accentEvery2, f.accentEvery4, f.accentEvery8);
+                            f.kicksPerBeat, f.accentEvery2, f.accentEvery4, f.accentEvery8,
+                            f.barRepeat, f.tripletFeel);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

@@ -57,6 +57,8 @@ def main():
     parser.add_argument("outdir")
     parser.add_argument("--grooves", type=int, default=130)
     parser.add_argument("--songs", type=int, default=98)
+    parser.add_argument("--first-seed", type=int, default=0,
+                        help="seeds start here, so a later batch adds files no earlier one has")
     args = parser.parse_args()
 
     rows = {"dev": [], "heldout": []}
@@ -64,8 +66,11 @@ def main():
         os.makedirs(os.path.join(args.outdir, part), exist_ok=True)
     groove_styles = list(drums.STYLES)
     song_styles = list(songs.STYLES)
-    items = [("groove", groove_styles[i % len(groove_styles)], i) for i in range(args.grooves)]
-    items += [("song", song_styles[i % len(song_styles)], 10000 + i) for i in range(args.songs)]
+    first = args.first_seed
+    items = [("groove", groove_styles[i % len(groove_styles)], i)
+             for i in range(first, first + args.grooves)]
+    items += [("song", song_styles[i % len(song_styles)], 10000 + i)
+              for i in range(first, first + args.songs)]
     for kind, style, seed in items:
         part = part_of(seed)
         name = f"{kind}-{style}-{seed:05d}.wav"

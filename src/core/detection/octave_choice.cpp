@@ -51,6 +51,13 @@ FinalTempo retuned(const TempoEvidence& evidence, double target) {
 
 } // namespace
 
+std::vector<double> refinedTempos(const TempoEvidence& evidence) {
+    std::vector<double> tempos;
+    for (const Candidate& c : evidence.candidates.refined)
+        tempos.push_back(c.bpm);
+    return tempos;
+}
+
 FinalTempo chooseFinalOctave(const TempoEvidence& evidence, const OctaveMode& mode,
                              const FinalTempo& classic) {
     FinalTempo chosen = classic;
@@ -59,8 +66,9 @@ FinalTempo chooseFinalOctave(const TempoEvidence& evidence, const OctaveMode& mo
         if (bpm != classic.bpm)
             chosen = scaled(evidence, classic, bpm / classic.bpm);
     } else if (mode.kind == OctaveKind::automatic) {
-        const double ratio =
-            chooseOctave({evidence.full, evidence.low, evidence.mid, kEnvelopeFps}, classic.bpm);
+        const std::vector<double> others = refinedTempos(evidence);
+        const double ratio = chooseOctave(
+            {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others}, classic.bpm);
         if (ratio != 1.0)
             chosen = retuned(evidence, classic.bpm * ratio);
     }

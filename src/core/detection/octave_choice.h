@@ -4,7 +4,12 @@
 #include "detection/octave_mode.h"
 #include "detection/tempo_detector.h"
 
+#include <vector>
+
 namespace quorlen::detection {
+
+// The tempos of the analysis's refined candidates, best first.
+std::vector<double> refinedTempos(const TempoEvidence& evidence);
 
 // The final tempo of a non-classic octave mode, from the classic one:
 // folded into the range, or moved to the relative the octave model prefers.

@@ -27,6 +27,11 @@ constexpr double kLogFloor = -4.0;
 // Added to every recurrence of the mid band's accents, as a share of their
 // mean power (their recurrence at lag 0).
 constexpr double kRecurrenceFloor = 0.05;
+// Added to the onset strengths between beats, as a share of the envelope's
+// mean, so that a grid with nothing between its beats reads as neutral.
+constexpr double kBetweenFloor = 0.1;
+// Tempos closer than this share are one candidate.
+constexpr double kSameTempo = 0.02;
 
 double meanOf(std::span<const double> x) {
     return x.empty() ? 0.0 : std::accumulate(x.begin(), x.end(), 0.0) / double(x.size());
@@ -45,7 +50,7 @@ double recurrence(std::span<const double> x, double lag) {
     double best = 0.0;
     for (const double shift : {-1.0, 0.0, 1.0}) {
         const double l = lag + shift;
-        if (!(l >= 1.0) || l + 1.0 >= double(x.size()))
+        if (!(l >= 0.0) || l + 1.0 >= double(x.size()))
             continue;
         const auto count = static_cast<size_t>(double(x.size()) - 1.0 - l);
         double sum = 0.0;
@@ -58,6 +63,24 @@ double recurrence(std::span<const double> x, double lag) {
 
 double wholeScore(std::span<const double> envelope, double fps, double bpm) {
     return gridScore(envelope, fps, bpm, std::nullopt).score;
+}
+
+// Mean of the envelope at `fraction` of every beat of the grid.
+double between(std::span<const double> x, double phase, double period, double fraction) {
+    double sum = 0.0;
+    size_t count = 0;
+    for (double t = phase + fraction * period; t + 1.0 < double(x.size()); t += period) {
+        sum += envelopeAt(x, t);
+        ++count;
+    }
+    return count ? sum / double(count) : 0.0;
+}
+
+double tripletFeel(std::span<const double> x, double phase, double period, double mean) {
+    const double thirds =
+        0.5 * (between(x, phase, period, 1.0 / 3.0) + between(x, phase, period, 2.0 / 3.0));
+    const double half = between(x, phase, period, 0.5);
+    return std::log((thirds + kBetweenFloor * mean) / (half + kBetweenFloor * mean));
 }
 
 } // namespace
@@ -101,21 +124,35 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
     // Keeps the ratios finite, and near 0, where hardly anything recurs;
     // without any accent the features stay 0.
     const double floor = kRecurrenceFloor * power / double(std::max<size_t>(accents.size(), 1));
+    // The full band, centred: how alike it is to itself one bar later.
+    // Smoothed over +-2 frames, so that a bar that is a frame or two longer
+    // or shorter than four candidate beats still finds itself.
+    std::vector<double> centred(evidence.full.size());
+    for (size_t i = 0; i < centred.size(); ++i) {
+        const size_t from = i >= 2 ? i - 2 : 0;
+        const size_t to = std::min(centred.size(), i + 3);
+        double sum = 0.0;
+        for (size_t k = from; k < to; ++k)
+            sum += evidence.full[k];
+        centred[i] = sum / double(to - from) - fullMean;
+    }
+    const double centredPower = recurrence(centred, 0.0);
     std::vector<OctaveFeatures> candidates;
-    for (const double ratio : kRelatives) {
-        const double bpm = classicBpm * ratio;
-        if (!inTempoRange(bpm))
-            continue;
+    const auto measure = [&](double bpm) {
         OctaveFeatures f;
         f.bpm = bpm;
-        f.ratio = ratio;
+        f.ratio = bpm / classicBpm;
         f.logTempo = std::log2(bpm / kReferenceBpm);
-        f.fullStrength = clippedLog(wholeScore(evidence.full, evidence.fps, bpm), fullMean);
+        const GridFit fullFit = gridScore(evidence.full, evidence.fps, bpm, std::nullopt);
+        f.fullStrength = clippedLog(fullFit.score, fullMean);
         f.lowStrength =
             lowMean > 0.0 ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean) : 0.0;
         f.kicksPerBeat = lowRate > 0.0 ? std::log2(lowRate * 60.0 / bpm) : 0.0;
+        const double period = 60.0 * evidence.fps / bpm;
+        f.tripletFeel = tripletFeel(evidence.full, fullFit.phase, period, fullMean);
+        if (centredPower > 0.0)
+            f.barRepeat = recurrence(centred, 4.0 * period) / centredPower;
         if (power > 0.0) {
-            const double period = 60.0 * evidence.fps / bpm;
             const double every1 = recurrence(accents, period) + floor;
             const double every2 = recurrence(accents, 2.0 * period) + floor;
             const double every4 = recurrence(accents, 4.0 * period) + floor;
@@ -125,14 +162,26 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
             f.accentEvery8 = std::log(every8 / every4);
         }
         candidates.push_back(f);
+    };
+    for (const double ratio : kRelatives) {
+        if (inTempoRange(classicBpm * ratio))
+            measure(classicBpm * ratio);
+    }
+    for (const double bpm : evidence.otherTempos) {
+        const bool known = std::any_of(candidates.begin(), candidates.end(), [&](const auto& c) {
+            return std::abs(c.bpm - bpm) < kSameTempo * bpm;
+        });
+        if (!known && inTempoRange(bpm))
+            measure(bpm);
     }
     return candidates;
 }
 
 double octaveScore(const OctaveFeatures& f) {
-    return -1.731 * f.logTempo * f.logTempo + 2.246 * f.fullStrength + 2.258 * f.lowStrength -
-           1.410 * f.kicksPerBeat * f.kicksPerBeat - 0.013 * f.accentEvery2 +
-           0.300 * f.accentEvery4 - 0.682 * f.accentEvery8;
+    return -1.930 * f.logTempo * f.logTempo + 2.025 * f.fullStrength + 2.258 * f.lowStrength -
+           1.251 * f.kicksPerBeat * f.kicksPerBeat + 0.156 * f.accentEvery2 +
+           0.184 * f.accentEvery4 - 0.704 * f.accentEvery8 + 2.129 * f.barRepeat -
+           0.176 * f.tripletFeel;
 }
 
 double chooseOctave(const OctaveEvidence& evidence, double classicBpm) {

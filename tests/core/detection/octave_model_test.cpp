@@ -70,5 +70,48 @@ TEST(OctaveModel, NoMidBandAccentsLeaveTheAccentFeaturesNeutral) {
     }
 }
 
+std::vector<double> sum(std::vector<double> a, const std::vector<double>& b, double gain = 1.0) {
+    for (size_t i = 0; i < a.size(); ++i)
+        a[i] += gain * b[i];
+    return a;
+}
+
+TEST(OctaveModel, BarRepeatMarksTheTempoWhoseFourBeatsMakeTheBar) {
+    // 120 BPM, a strong onset on each bar's first beat, a weak one on each
+    // beat, and one on the "and" of beat 2 only: the bar is 4 beats of 120.
+    const double beat = 60.0 * kFps / 120.0;
+    const auto frames = static_cast<size_t>(30.0 * kFps);
+    const auto full = sum(
+        sum(testing::pulseEnvelope(frames, beat), testing::pulseEnvelope(frames, 4.0 * beat), 3.0),
+        testing::pulseEnvelope(frames, 4.0 * beat, 1.5 * beat), 2.0);
+    const auto c = octaveCandidates({full, full, full, kFps}, 120.0);
+    EXPECT_GT(at(c, 1.0).barRepeat, 0.8);
+    EXPECT_GT(at(c, 0.5).barRepeat, 0.8); // 4 beats of 60 are two bars
+    // 4 beats of 90, 160 or 240 cut across the bar.
+    for (const double ratio : {0.75, 4.0 / 3.0, 2.0})
+        EXPECT_LT(at(c, ratio).barRepeat, 0.4) << ratio;
+}
+
+TEST(OctaveModel, TripletFeelTellsABeatSplitInThreeFromOneSplitInTwo) {
+    const double beat = 60.0 * kFps / 100.0;
+    const auto frames = static_cast<size_t>(30.0 * kFps);
+    const auto beats = testing::pulseEnvelope(frames, beat);
+    const auto swung = sum(beats, testing::pulseEnvelope(frames, beat, 2.0 * beat / 3.0));
+    const auto straight = sum(beats, testing::pulseEnvelope(frames, beat, beat / 2.0));
+    EXPECT_GT(at(octaveCandidates({swung, swung, swung, kFps}, 100.0), 1.0).tripletFeel, 1.0);
+    EXPECT_LT(at(octaveCandidates({straight, straight, straight, kFps}, 100.0), 1.0).tripletFeel,
+              -1.0);
+}
+
+TEST(OctaveModel, OtherRefinedTemposJoinTheCandidatesOnce) {
+    const Drums d = groove(120.0, 2.0, 1.0);
+    const std::vector<double> others = {150.0, 60.5, 300.0, 150.5};
+    const auto c = octaveCandidates({d.full, d.low, d.mid, kFps, others}, 120.0);
+    // 60.5 is the half already there, 300 is out of range, 150.5 is 150.
+    ASSERT_EQ(c.size(), 9u); // eight relatives of 120 lie in range, then 150
+    EXPECT_EQ(c.back().bpm, 150.0);
+    EXPECT_DOUBLE_EQ(c.back().ratio, 1.25);
+}
+
 } // namespace
 } // namespace quorlen::detection
