@@ -28,11 +28,11 @@ int main(int argc, char** argv) {
                 const OctaveFeatures& f = candidates[c];
                 std::printf("%s{\"bpm\":%.6f,\"ratio\":%.6f,\"logTempo\":%.6f,"
                             "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f,"
-                            "\"accentEvery2\":%.6f,\"accentEvery4\":%.6f,\"accentEvery8\":%.6f,"
-                            "\"barRepeat\":%.6f,\"tripletFeel\":%.6f}",
+                            "\"accentEvery8\":%.6f,\"barRepeat\":%.6f,"
+                            "\"lowBarRepeat\":%.6f,\"halfBeat\":%.6f,\"tripletFeel\":%.6f}",
                             c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength, f.lowStrength,
-                            f.kicksPerBeat, f.accentEvery2, f.accentEvery4, f.accentEvery8,
-                            f.barRepeat, f.tripletFeel);
+                            f.kicksPerBeat, f.accentEvery8, f.barRepeat, f.lowBarRepeat, f.halfBeat,
+                            f.tripletFeel);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

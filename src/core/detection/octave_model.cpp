@@ -65,23 +65,42 @@ double wholeScore(std::span<const double> envelope, double fps, double bpm) {
     return gridScore(envelope, fps, bpm, std::nullopt).score;
 }
 
-// Mean of the envelope at `fraction` of every beat of the grid.
-double between(std::span<const double> x, double phase, double period, double fraction) {
+// Mean of the envelope at `fraction` of every beat of a grid, plus a floor
+// (a share of the envelope's mean) so that nothing there reads as little,
+// not as nothing.
+double strengthAt(std::span<const double> x, double phase, double period, double fraction,
+                  double mean) {
     double sum = 0.0;
     size_t count = 0;
     for (double t = phase + fraction * period; t + 1.0 < double(x.size()); t += period) {
         sum += envelopeAt(x, t);
         ++count;
     }
-    return count ? sum / double(count) : 0.0;
+    return (count ? sum / double(count) : 0.0) + kBetweenFloor * mean;
 }
 
-double tripletFeel(std::span<const double> x, double phase, double period, double mean) {
-    const double thirds =
-        0.5 * (between(x, phase, period, 1.0 / 3.0) + between(x, phase, period, 2.0 / 3.0));
-    const double half = between(x, phase, period, 0.5);
-    return std::log((thirds + kBetweenFloor * mean) / (half + kBetweenFloor * mean));
+// x smoothed over +-2 frames, so that a bar a frame or two longer or
+// shorter than four candidate beats still finds itself, less its mean.
+std::vector<double> smoothedCentred(std::span<const double> x, double mean) {
+    std::vector<double> out(x.size());
+    for (size_t i = 0; i < x.size(); ++i) {
+        const size_t from = i >= 2 ? i - 2 : 0;
+        const size_t to = std::min(x.size(), i + 3);
+        out[i] = std::accumulate(x.begin() + from, x.begin() + to, 0.0) / double(to - from) - mean;
+    }
+    return out;
 }
+
+// Correlation of a centred envelope with itself `lag` frames later (0 when
+// negative or when the envelope is flat).
+struct Repeat {
+    std::vector<double> centred;
+    double power = 0.0;
+
+    Repeat(std::span<const double> x, double mean)
+        : centred(smoothedCentred(x, mean)), power(recurrence(centred, 0.0)) {}
+    double after(double lag) const { return power > 0.0 ? recurrence(centred, lag) / power : 0.0; }
+};
 
 } // namespace
 
@@ -124,19 +143,8 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
     // Keeps the ratios finite, and near 0, where hardly anything recurs;
     // without any accent the features stay 0.
     const double floor = kRecurrenceFloor * power / double(std::max<size_t>(accents.size(), 1));
-    // The full band, centred: how alike it is to itself one bar later.
-    // Smoothed over +-2 frames, so that a bar that is a frame or two longer
-    // or shorter than four candidate beats still finds itself.
-    std::vector<double> centred(evidence.full.size());
-    for (size_t i = 0; i < centred.size(); ++i) {
-        const size_t from = i >= 2 ? i - 2 : 0;
-        const size_t to = std::min(centred.size(), i + 3);
-        double sum = 0.0;
-        for (size_t k = from; k < to; ++k)
-            sum += evidence.full[k];
-        centred[i] = sum / double(to - from) - fullMean;
-    }
-    const double centredPower = recurrence(centred, 0.0);
+    const Repeat fullRepeat(evidence.full, fullMean);
+    const Repeat lowRepeat(evidence.low, lowMean);
     std::vector<OctaveFeatures> candidates;
     const auto measure = [&](double bpm) {
         OctaveFeatures f;
@@ -149,16 +157,16 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
             lowMean > 0.0 ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean) : 0.0;
         f.kicksPerBeat = lowRate > 0.0 ? std::log2(lowRate * 60.0 / bpm) : 0.0;
         const double period = 60.0 * evidence.fps / bpm;
-        f.tripletFeel = tripletFeel(evidence.full, fullFit.phase, period, fullMean);
-        if (centredPower > 0.0)
-            f.barRepeat = recurrence(centred, 4.0 * period) / centredPower;
+        const auto full = [&](double fraction) {
+            return strengthAt(evidence.full, fullFit.phase, period, fraction, fullMean);
+        };
+        f.halfBeat = std::log(full(0.5) / full(0.0));
+        f.tripletFeel = std::log(0.5 * (full(1.0 / 3.0) + full(2.0 / 3.0)) / full(0.5));
+        f.barRepeat = fullRepeat.after(4.0 * period);
+        f.lowBarRepeat = lowRepeat.after(4.0 * period);
         if (power > 0.0) {
-            const double every1 = recurrence(accents, period) + floor;
-            const double every2 = recurrence(accents, 2.0 * period) + floor;
             const double every4 = recurrence(accents, 4.0 * period) + floor;
             const double every8 = recurrence(accents, 8.0 * period) + floor;
-            f.accentEvery2 = std::log(every2 / every1);
-            f.accentEvery4 = std::log(every4 / every2);
             f.accentEvery8 = std::log(every8 / every4);
         }
         candidates.push_back(f);
@@ -178,10 +186,9 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
 }
 
 double octaveScore(const OctaveFeatures& f) {
-    return -1.930 * f.logTempo * f.logTempo + 2.025 * f.fullStrength + 2.258 * f.lowStrength -
-           1.251 * f.kicksPerBeat * f.kicksPerBeat + 0.156 * f.accentEvery2 +
-           0.184 * f.accentEvery4 - 0.704 * f.accentEvery8 + 2.129 * f.barRepeat -
-           0.176 * f.tripletFeel;
+    return -1.700 * f.logTempo * f.logTempo + 1.206 * f.fullStrength + 1.902 * f.lowStrength -
+           1.218 * f.kicksPerBeat * f.kicksPerBeat - 0.663 * f.accentEvery8 + 1.440 * f.barRepeat +
+           2.015 * f.lowBarRepeat - 0.888 * f.halfBeat - 0.672 * f.tripletFeel;
 }
 
 double chooseOctave(const OctaveEvidence& evidence, double classicBpm) {
