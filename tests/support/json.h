@@ -14,8 +14,7 @@ namespace quorlen::testing {
 // value that is not an object gives nothing.
 inline std::optional<QJsonObject> readJson(const std::string& text) {
     QJsonParseError error{};
-    const QJsonDocument document =
-        QJsonDocument::fromJson(QByteArray::fromStdString(text), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(text), &error);
     if (error.error != QJsonParseError::NoError || !document.isObject())
         return std::nullopt;
     return document.object();
