@@ -134,27 +134,23 @@ TEST(VoiceMixer, RefusesWhenTheAudioSideFallsBehindAndTakesNothingOnRefusal) {
     EXPECT_FALSE(mixer.play(VoiceMixer::kVoiceCount, samples({1})));
 }
 
-TEST(VoiceMixer, DiscardDropsEverythingQueuedOrPlaying) {
-    VoiceMixer mixer(1.0f);
-    mixer.play(0, samples(std::vector<float>(50, 0.5f)));
-    render(mixer, 10);
-    mixer.play(1, samples({0.5f}), 20);
-    mixer.discard();
-    mixer.play(2, samples({0}), 1'000'000);
-    EXPECT_EQ(mixer.buffersHeld(), 1u);
-    for (const float sample : render(mixer, 30))
-        ASSERT_EQ(sample, 0.0f);
-}
-
-TEST(VoiceMixer, MutedStaysSilentWhileTheClockRunsOn) {
-    VoiceMixer mixer(1.0f);
-    mixer.play(0, samples(std::vector<float>(100, 0.5f)));
-    render(mixer, 10);
-    mixer.mute();
-    mixer.play(1, samples({0.5f}), 20);
-    for (const float sample : render(mixer, 30))
-        ASSERT_EQ(sample, 0.0f);
-    EXPECT_EQ(mixer.framesRendered(), 40);
+TEST(VoiceMixer, DiscardDropsWhatIsQueuedOrPlayingAndMuteSilencesWhileTheClockRuns) {
+    for (const bool discard : {true, false}) {
+        VoiceMixer mixer(1.0f);
+        mixer.play(0, samples(std::vector<float>(50, 0.5f)));
+        render(mixer, 10);
+        mixer.play(1, samples({0.5f}), 20);
+        if (discard) {
+            mixer.discard();
+            mixer.play(2, samples({0}), 1'000'000);
+            EXPECT_EQ(mixer.buffersHeld(), 1u);
+        } else {
+            mixer.mute();
+        }
+        for (const float sample : render(mixer, 30))
+            ASSERT_EQ(sample, 0.0f) << discard;
+        EXPECT_EQ(mixer.framesRendered(), 40);
+    }
 }
 
 TEST(VoiceMixer, SixteenLoudVoicesStayWithinFullScale) {

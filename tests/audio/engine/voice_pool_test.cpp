@@ -35,19 +35,5 @@ TEST(VoicePool, SixteenVoicesRoundRobinAndARefusedSoundTakesNoVoice) {
     EXPECT_EQ(pool.voices->nextVoice(), 1);
 }
 
-TEST(VoicePool, AnOutputThatCannotStartDropsTheSoundAndTheNextOneTriesAgain) {
-    Pool pool;
-    pool.backend->failStarts = true;
-    EXPECT_FALSE(pool.voices->play({0.5f}));
-    EXPECT_EQ(pool.voices->nextVoice(), 0);
-    EXPECT_EQ(pool.backend->starts, 1);
-
-    pool.backend->failStarts = false;
-    EXPECT_TRUE(pool.voices->play({0.5f}));
-    EXPECT_TRUE(pool.voices->play({0.25f}));
-    EXPECT_EQ(pool.backend->starts, 2) << "a running output is not started again";
-    EXPECT_FLOAT_EQ(pool.backend->pull(1)[0], 0.9f * 0.75f);
-}
-
 } // namespace
 } // namespace quorlen
