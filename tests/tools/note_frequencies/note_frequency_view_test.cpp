@@ -77,6 +77,9 @@ TEST(NoteFrequencyView, StepperAndResetMoveA4AndTheMatrixFollows) {
     EXPECT_EQ(s.state.a4(), 440);
     EXPECT_EQ(s.state.a4Text(), QStringLiteral("440"));
     EXPECT_EQ(c4->copyText(), QStringLiteral("261.6"));
+    s.state.setA4(480);
+    s.view.controls()->stepper()->stepUp();
+    EXPECT_EQ(s.state.a4(), 480) << "the top of the range offers no step";
 }
 
 } // namespace

@@ -54,7 +54,10 @@ TEST_F(ReverbDelayViewTest, EveryPartFollowsTheSharedTempoWithoutWritingIt) {
     for (const MetricTile* tile : view->header()->tiles())
         header << tile->metric().value;
     EXPECT_EQ(header, (QStringList{"600.0 ms", "150.0 ms", "9.4 ms"}));
-    EXPECT_EQ(mediumRoomDecay()->display(), "590.6 ms");
+    const ReverbRow* mediumRoom = view->reverbTable()->rows().at(2);
+    EXPECT_EQ((QStringList{mediumRoom->preDelayCell()->display(), mediumRoomDecay()->display(),
+                           mediumRoom->totalCell()->display()}),
+              (QStringList{"9.4 ms", "590.6 ms", "600.0 ms"}));
     EXPECT_EQ(view->delayStrip()->chips().at(3)->display(), "50.0 ms");
     EXPECT_EQ(customTiles(), (QStringList{"9.4 ms", "590.6 ms", "600.0 ms"}));
     EXPECT_EQ(content.state().bpm(), 1000);
