@@ -4,48 +4,21 @@
 // must be those of the click and of the triad that were played.
 #include "audio/chord_player.h"
 #include "audio/engine/rtaudio_backend.h"
+#include "audio/tone_power.h"
 #include "cli/command_line.h"
 #include "support/private_sound_server.h"
 #include "support/wait.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <numbers>
-#include <span>
 #include <sstream>
 #include <thread>
 
 namespace quorlen {
 namespace {
 
-constexpr double kRateHz = 44100;
+using testing::powerAt;
 constexpr int kSecond = 44100;
-
-// Power of one frequency in a Hann-windowed stretch (a single DFT bin, by
-// Goertzel's recurrence).
-double powerAt(std::span<const float> samples, double frequencyHz) {
-    const double coefficient = 2 * std::cos(2 * std::numbers::pi * frequencyHz / kRateHz);
-    double previous = 0;
-    double beforePrevious = 0;
-    const double last = static_cast<double>(samples.size() - 1);
-    for (size_t n = 0; n < samples.size(); ++n) {
-        const double window = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * n / last);
-        const double current = samples[n] * window + coefficient * previous - beforePrevious;
-        beforePrevious = previous;
-        previous = current;
-    }
-    return previous * previous + beforePrevious * beforePrevious -
-           coefficient * previous * beforePrevious;
-}
 
 // The `count` strongest local maxima of the spectrum between `fromHz` and
 // `toHz`, scanned every `stepHz`, in ascending frequency.
@@ -84,14 +57,11 @@ TEST(SoundOutput, AClickAndATriadReachTheSoundServer) {
     ASSERT_TRUE(click) << "the click never reached the sink";
     ASSERT_TRUE(server.waitForFrames(*click + kSecond / 5, 5000));
     const auto clickSamples = server.left(*click, 3087);
-    float clickPeak = 0;
-    for (int frame = *click; frame < *click + 3087; ++frame) {
+    for (int frame = *click; frame < *click + 3087; ++frame)
         ASSERT_EQ(server.sample(frame, 0), server.sample(frame, 1)) << frame;
-        clickPeak = std::max(clickPeak, std::abs(server.sample(frame, 0)));
-    }
     // 0.55 × 0.9 of a waveform that peaks near 1.1 after its 1.5 ms attack.
-    EXPECT_GT(clickPeak, 0.2f);
-    EXPECT_LT(clickPeak, 0.8f);
+    EXPECT_GT(testing::peak(clickSamples), 0.2f);
+    EXPECT_LT(testing::peak(clickSamples), 0.8f);
     const auto clickPeaks = strongestPeaks(clickSamples, 300, 5000, 5, 1);
     ASSERT_EQ(clickPeaks.size(), 1u);
     EXPECT_NEAR(clickPeaks[0], 1760, 40); // a 70 ms window resolves about ±15 Hz
@@ -148,10 +118,7 @@ TEST(SoundOutput, TheCommandLineClickTrackIsOnItsGridToTheSample) {
 
     const std::vector<int> heard = onsets(server, from, 1000);
     ASSERT_EQ(heard.size(), 16u);
-    float peak = 0;
-    for (int frame = from; frame < server.frameCount(); ++frame)
-        peak = std::max(peak, std::abs(server.sample(frame, 0)));
-    EXPECT_LE(peak, 1.0f);
+    EXPECT_LE(testing::peak(server.left(from, server.frameCount() - from)), 1.0f);
     for (size_t k = 1; k < heard.size(); ++k)
         EXPECT_NEAR(heard[k] - heard[0], std::llround(static_cast<double>(k) * 5512.5), 1) << k;
 }

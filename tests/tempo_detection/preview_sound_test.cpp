@@ -4,58 +4,20 @@
 // tone is previewed from its third second; the recording must start with
 // that second's tone, faded in, and go on to the next one.
 #include "audio/engine/rtaudio_backend.h"
+#include "audio/tone_power.h"
 #include "support/private_sound_server.h"
 #include "support/wait.h"
 #include "tempo_detection/tempo_preview_player.h"
 #include "test_signals.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 #include <sndfile.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <numbers>
-#include <span>
 
 namespace quorlen {
 namespace {
 
-constexpr double kRateHz = 44100;
-
-// Power of one frequency in a stretch of samples (Goertzel's recurrence).
-double powerAt(std::span<const float> samples, double hz) {
-    const double coefficient = 2 * std::cos(2 * std::numbers::pi * hz / kRateHz);
-    double previous = 0;
-    double beforePrevious = 0;
-    for (const float sample : samples) {
-        const double current = sample + coefficient * previous - beforePrevious;
-        beforePrevious = previous;
-        previous = current;
-    }
-    return previous * previous + beforePrevious * beforePrevious -
-           coefficient * previous * beforePrevious;
-}
-
-// Of `candidates`, the frequency with the most power in `samples`.
-double strongest(std::span<const float> samples, std::initializer_list<double> candidates) {
-    return *std::max_element(candidates.begin(), candidates.end(), [&](double a, double b) {
-        return powerAt(samples, a) < powerAt(samples, b);
-    });
-}
-
-float peak(std::span<const float> samples) {
-    float result = 0;
-    for (const float sample : samples)
-        result = std::max(result, std::abs(sample));
-    return result;
-}
+using testing::peak;
+using testing::strongest;
 
 TEST(PreviewSound, APreviewFromTheThirdSecondIsHeardFadedIn) {
     testing::PrivateSoundServer server;
@@ -66,7 +28,7 @@ TEST(PreviewSound, APreviewFromTheThirdSecondIsHeardFadedIn) {
     detection::testing::TempDir dir;
     std::vector<float> tones;
     for (const double hz : {300.0, 500.0, 700.0, 900.0}) {
-        const std::vector<float> second = detection::testing::sine(hz, 1.0, kRateHz, 0.5f);
+        const std::vector<float> second = detection::testing::sine(hz, 1.0, 44100, 0.5f);
         tones.insert(tones.end(), second.begin(), second.end());
     }
     const std::string path = dir.file("tones.wav").string();
