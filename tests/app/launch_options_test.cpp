@@ -12,7 +12,7 @@ std::variant<LaunchOptions, LaunchError> parse(std::initializer_list<const char*
     return parseLaunchOptions(arguments);
 }
 
-TEST(LaunchOptions, ScreenshotTakesToolSchemeAndSizeAndDetectShowsTheTempoTool) {
+TEST(LaunchOptions, ScreenshotDetectAndOpenTakeTheirArguments) {
     const auto parsed = parse(
         {"--screenshot", "out.png", "--tool", "harmony", "--scheme", "dark", "--size", "1200x800"});
     const auto* options = std::get_if<LaunchOptions>(&parsed);
@@ -29,14 +29,12 @@ TEST(LaunchOptions, ScreenshotTakesToolSchemeAndSizeAndDetectShowsTheTempoTool) 
     EXPECT_EQ(std::get<LaunchOptions>(detect).detectPath, QStringLiteral("loop.wav"));
     EXPECT_EQ(std::get<LaunchOptions>(detect).tool, QStringLiteral("bpm"));
     EXPECT_TRUE(std::holds_alternative<LaunchOptions>(parse({})));
-}
 
-TEST(LaunchOptions, OneAudioFileOpensTheTempoTool) {
-    const auto parsed = parse({"song.wav"});
-    const auto* options = std::get_if<LaunchOptions>(&parsed);
-    ASSERT_NE(options, nullptr);
-    EXPECT_EQ(options->openPath, QStringLiteral("song.wav"));
-    EXPECT_FALSE(options->screenshotPath);
+    // One audio file opens the tempo tool on it, without a screenshot.
+    const auto open = parse({"song.wav"});
+    ASSERT_TRUE(std::holds_alternative<LaunchOptions>(open));
+    EXPECT_EQ(std::get<LaunchOptions>(open).openPath, QStringLiteral("song.wav"));
+    EXPECT_FALSE(std::get<LaunchOptions>(open).screenshotPath);
 }
 
 TEST(LaunchOptions, RefusesWhatItCannotDo) {

@@ -4,7 +4,6 @@
 // tone is previewed from its third second; the recording must start with
 // that second's tone, faded in, and go on to the next one.
 #include "audio/engine/rtaudio_backend.h"
-#include "audio/tone_power.h"
 #include "support/private_sound_server.h"
 #include "support/wait.h"
 #include "tempo_detection/tempo_preview_player.h"
@@ -13,11 +12,42 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <span>
+
 namespace quorlen {
 namespace {
 
-using testing::peak;
-using testing::strongest;
+// Power of one frequency in a stretch of 44.1 kHz samples (Goertzel's
+// recurrence).
+double powerAt(std::span<const float> samples, double hz) {
+    const double coefficient = 2 * std::cos(2 * std::numbers::pi * hz / 44100);
+    double previous = 0;
+    double beforePrevious = 0;
+    for (const float sample : samples) {
+        const double current = sample + coefficient * previous - beforePrevious;
+        beforePrevious = previous;
+        previous = current;
+    }
+    return previous * previous + beforePrevious * beforePrevious -
+           coefficient * previous * beforePrevious;
+}
+
+// Of `candidates`, the frequency with the most power in `samples`.
+double strongest(std::span<const float> samples, std::initializer_list<double> candidates) {
+    return *std::max_element(candidates.begin(), candidates.end(), [&](double a, double b) {
+        return powerAt(samples, a) < powerAt(samples, b);
+    });
+}
+
+float peak(std::span<const float> samples) {
+    float result = 0;
+    for (const float sample : samples)
+        result = std::max(result, std::abs(sample));
+    return result;
+}
 
 TEST(PreviewSound, APreviewFromTheThirdSecondIsHeardFadedIn) {
     testing::PrivateSoundServer server;

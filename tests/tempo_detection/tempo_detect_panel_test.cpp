@@ -100,23 +100,34 @@ protected:
     QPointer<TempoDetectPanel> panel;
 };
 
-TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedAndItsTempoUsed) {
+// A person drops a loop, checks the delay times for it meanwhile, and comes
+// back to the analysis: it finished without its panel and is shown, and its
+// tempo can be used.
+TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
     auto* zone = child<DropZone>(panel, "dropZone");
-    auto* results = child<QWidget>(panel, "detectionResults");
     EXPECT_TRUE(zone->showsSymbol());
-    EXPECT_FALSE(results->isVisible());
+    EXPECT_FALSE(child<QWidget>(panel, "detectionResults")->isVisible());
     ASSERT_TRUE(dropLoop());
     EXPECT_EQ(zone->heading(), "Analysing loop128.wav…");
     EXPECT_FALSE(zone->showsSymbol());
+    ASSERT_TRUE(content.detection().isAnalysing());
+    content.showTool(CalculatorTool::space);
+    EXPECT_TRUE(waitUntil([&] { return panel.isNull(); }));
     ASSERT_TRUE(analysed());
+    for (const CalculatorTool away :
+         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
+        content.showTool(away);
+    }
+    view = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(view, nullptr);
+    panel = view->detectPanel();
 
-    EXPECT_EQ(zone->heading(), "Drop another file");
-    EXPECT_TRUE(results->isVisible());
+    EXPECT_EQ(child<DropZone>(panel, "dropZone")->heading(), "Drop another file");
+    EXPECT_TRUE(child<QWidget>(panel, "detectionResults")->isVisible());
     EXPECT_EQ(shownTempo(), "128");
     EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 64");
     EXPECT_TRUE(note().startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars"))
         << note().toStdString();
-
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
     EXPECT_EQ(content.state().bpm(), 128);
     // 60000 / 128 = 468.75 ms a quarter, in the tempo table and the sidebar.
@@ -150,28 +161,6 @@ TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
     EXPECT_EQ(shownTempo(), "128");
     EXPECT_TRUE(note().contains("fits exactly 4 bars"));
     Preferences().setTempoOctave(detection::OctaveMode::classic());
-}
-
-// A person who checks the delay times for the tempo just detected comes
-// back to the analysis: a running one finishes meanwhile, a finished one
-// is still shown.
-TEST_F(WindowWithLoop, TheAnalysisOutlivesAVisitToAnotherTool) {
-    ASSERT_TRUE(dropLoop());
-    ASSERT_TRUE(content.detection().isAnalysing());
-    content.showTool(CalculatorTool::space);
-    EXPECT_TRUE(waitUntil([&] { return panel.isNull(); }));
-    ASSERT_TRUE(analysed());
-
-    for (const CalculatorTool away :
-         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
-        content.showTool(away);
-    }
-    auto* back = qobject_cast<TempoView*>(content.toolView());
-    ASSERT_NE(back, nullptr);
-    panel = back->detectPanel();
-    EXPECT_EQ(child<DropZone>(panel, "dropZone")->heading(), "Drop another file");
-    EXPECT_TRUE(child<QWidget>(panel, "detectionResults")->isVisible());
-    EXPECT_EQ(shownTempo(), "128");
 }
 
 // A panel over a model whose analyses the test decides, and a silent output.

@@ -40,7 +40,7 @@ struct TemperamentScreen {
     }
 };
 
-TEST(TemperamentView, TableAndMetricsFollowTheDivisions) {
+TEST(TemperamentView, TheTableFollowsTheDivisionsAndItsRowsAuditionAndCopy) {
     TemperamentScreen s;
     ASSERT_EQ(s.view.table()->rowCount(), 13);
     const StepRow* octave = s.view.table()->row(12);
@@ -48,6 +48,16 @@ TEST(TemperamentView, TableAndMetricsFollowTheDivisions) {
     EXPECT_EQ(octave->frequencyCell()->copyText(), QStringLiteral("880.00"));
     const auto tiles = s.view.header()->tiles();
     EXPECT_EQ(tiles[2]->copyText(), QStringLiteral("1.05946"));
+    // A click on a row auditions its step without moving the highlight,
+    // and one on its frequency copies it.
+    StepRow* row = s.view.table()->row(4);
+    QTest::mouseClick(row, Qt::LeftButton, {}, QPoint(20, row->height() / 2));
+    EXPECT_FALSE(s.state.tetStep());
+    ASSERT_EQ(s.synthesiser.sounds.size(), 1u);
+    EXPECT_NEAR(s.synthesiser.sounds[0].frequenciesHz.at(0), 554.365, 1e-3);
+    QTest::mouseClick(row->frequencyCell(), Qt::LeftButton);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("554.37"));
+
     s.state.setTetDivisions(53);
     EXPECT_EQ(s.view.table()->rowCount(), 54);
     EXPECT_EQ(tiles[1]->metric().value, QStringLiteral("22.6 ¢"));
@@ -106,17 +116,6 @@ TEST(TemperamentView, NewDivisionsRestartARunningScaleFromTheReference) {
     s.view.hide(); // leaving the tool stops the player
     EXPECT_FALSE(s.state.tetPlaying());
     EXPECT_FALSE(s.view.isTimerRunning());
-}
-
-TEST(TemperamentView, ARowClickAuditionsWithoutMovingTheHighlight) {
-    TemperamentScreen s;
-    StepRow* row = s.view.table()->row(4);
-    QTest::mouseClick(row, Qt::LeftButton, {}, QPoint(20, row->height() / 2));
-    EXPECT_FALSE(s.state.tetStep());
-    ASSERT_EQ(s.synthesiser.sounds.size(), 1u);
-    EXPECT_NEAR(s.synthesiser.sounds[0].frequenciesHz.at(0), 554.365, 1e-3);
-    QTest::mouseClick(row->frequencyCell(), Qt::LeftButton);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("554.37"));
 }
 
 } // namespace
