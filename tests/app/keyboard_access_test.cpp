@@ -89,21 +89,11 @@ TEST_P(KeyboardAccess, TabReachesEveryControlOfTheTool) {
 }
 
 bool isInteractiveRole(QAccessible::Role role) {
-    switch (role) {
-    case QAccessible::Button:
-    case QAccessible::CheckBox:
-    case QAccessible::RadioButton:
-    case QAccessible::SpinBox:
-    case QAccessible::Slider:
-    case QAccessible::EditableText:
-    case QAccessible::ComboBox:
-    case QAccessible::ButtonMenu:
-    case QAccessible::ButtonDropDown:
-    case QAccessible::Link:
-        return true;
-    default:
-        return false;
-    }
+    using enum QAccessible::Role;
+    const std::set<QAccessible::Role> interactive{
+        Button,       CheckBox, RadioButton, SpinBox,        Slider,
+        EditableText, ComboBox, ButtonMenu,  ButtonDropDown, Link};
+    return interactive.count(role) > 0;
 }
 
 void collectUnnamed(QAccessibleInterface* node, int& interactive, QStringList& unnamed) {

@@ -61,23 +61,6 @@ TEST(ChordPlayer, EachRequestPlaysItsBufferAtTheOutputVolume) {
     }
 }
 
-TEST(ChordPlayer, TheSeventeenthSoundTakesTheFirstVoice) {
-    Rig rig;
-    // A loud first click, then sixteen quiet ones, all started in the same
-    // block. Sixteen voices: the seventeenth cuts the first, leaving 16
-    // quiet clicks, 16 × 0.9 × click (below full scale, so unlimited).
-    rig.player->playTick(1000, 0.9f);
-    for (int i = 1; i <= 16; ++i) {
-        EXPECT_EQ(rig.player->nextPlayer(), i % 16);
-        rig.player->playTick(1000, 0.05f);
-    }
-    EXPECT_EQ(rig.player->nextPlayer(), 1);
-    const auto click = synth::makeTickBuffer(1000, 0.05f);
-    const auto played = pullMono(*rig.backend, 200);
-    for (size_t n = 0; n < played.size(); ++n)
-        ASSERT_NEAR(played[n], 16 * 0.9f * click[n], 1e-5f) << n;
-}
-
 TEST(ChordPlayer, FailuresDropTheSoundAndTheNextRequestTriesAgain) {
     Rig rig;
     rig.backend->failStarts = true;

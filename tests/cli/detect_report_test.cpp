@@ -1,6 +1,6 @@
 #include "cli/detect_report.h"
 #include "cli/json_writer.h"
-#include "support/json_reader.h"
+#include "support/json.h"
 
 #include <gtest/gtest.h>
 
@@ -43,7 +43,6 @@ TEST(DetectReport, JsonKeepsNumbersExactAndEscapesNames) {
         "{\"file\":\"a.wav\",\"bpm\":127.934,\"beatOffset\":0.30000000000000004,\"downbeat\":2,"
         "\"confidence\":0.5,\"snappedBars\":null,\"alternatives\":[64],\"duration\":181.25,"
         "\"damaged\":true}\n");
-    EXPECT_EQ(jsonString("say \"hi\"\\\n\x01"), "\"say \\\"hi\\\"\\\\\\n\\u0001\"");
     EXPECT_EQ(jsonFailureLine("b.wav", "Not an audio file"),
               "{\"file\":\"b.wav\",\"error\":\"Not an audio file\"}\n");
 }
@@ -67,7 +66,8 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     for (const std::string& line : {jsonLine(hostile, e, false), jsonFailureLine(hostile, "x")}) {
         const auto json = quorlen::testing::readJson(line);
         ASSERT_TRUE(json) << line;
-        EXPECT_EQ((*json)["file"].string(), "a\x1b[31mb\rc\u009bd\uFFFD\uFFFD\uFFFD\uFFFD.wav");
+        EXPECT_EQ((*json)["file"].toString().toStdString(),
+                  "a\x1b[31mb\rc\u009bd\uFFFD\uFFFD\uFFFD\uFFFD.wav");
     }
 }
 

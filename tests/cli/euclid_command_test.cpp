@@ -68,35 +68,5 @@ TEST(EuclidCommand, NumbersAreReadAndClampedLikeTheAppsFields) {
     }
 }
 
-TEST(EuclidCommand, BadArgumentsGiveOneLineAndStatus2) {
-    const std::vector<std::vector<std::string_view>> refused = {
-        {"euclid"},
-        {"euclid", "3"},
-        {"euclid", "3", "8", "9"},
-        {"euclid", "3", "x"},
-        {"euclid", "3.5", "8"},
-        {"euclid", "3", "8", "--note", "32"},
-        {"euclid", "3", "8", "--note"},
-        {"euclid", "3", "8", "--bpm", "inf"},
-        {"euclid", "3", "8", "--bpm", "12x"},
-        {"euclid", "3", "8", "--bpm", "1e999"},
-        {"euclid", "3", "8", "--rotate", "1.5"},
-        {"euclid", "3", "8", "--swing"},
-        {"euclid", "3", "8", "--bpm", "90", "--bpm", "100"},
-        // Cycles only make sense when playing, and are whole.
-        {"euclid", "3", "8", "--cycles", "2"},
-        {"euclid", "3", "8", "--play", "--cycles", "1.5"},
-        {"euclid", "3", "8", "--play", "--cycles"},
-        {"euclid", "3", "8", "--play=yes"},
-    };
-    for (const auto& args : refused) {
-        const Outcome result = run(args);
-        EXPECT_EQ(result.status, kExitUsage) << result.err;
-        EXPECT_TRUE(result.out.empty());
-        EXPECT_EQ(result.err.rfind("quorlen euclid: ", 0), 0u) << result.err;
-        EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
-    }
-}
-
 } // namespace
 } // namespace quorlen::cli

@@ -4,7 +4,7 @@
 // names. Each case must end in bounded time with the right status and a
 // clear line, never a crash.
 #include "child_process.h"
-#include "support/json_reader.h"
+#include "support/json.h"
 #include "support/lines.h"
 #include "test_signals.h"
 
@@ -12,7 +12,6 @@
 #include <sndfile.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <sstream>
 #include <sys/stat.h>
@@ -59,34 +58,6 @@ bool saysOutOfMemory(const std::string& line) {
     return line.ends_with(".wav: Could not allocate an audio buffer") ||
            line.ends_with(".wav: Not enough memory to read this file") ||
            line.ends_with(".wav: Not enough memory to analyse this file");
-}
-
-// A WAV header of 16-bit PCM that claims `channels` channels, then
-// `dataBytes` of silence.
-std::string wavHeaderClaiming(int channels, uint32_t dataBytes) {
-    std::string bytes;
-    const auto u32 = [&](uint32_t v) {
-        for (int i = 0; i < 4; ++i)
-            bytes += static_cast<char>((v >> (8 * i)) & 0xFF);
-    };
-    const auto u16 = [&](uint32_t v) {
-        bytes += static_cast<char>(v & 0xFF);
-        bytes += static_cast<char>((v >> 8) & 0xFF);
-    };
-    const uint32_t rate = 44100;
-    bytes += "RIFF";
-    u32(36 + dataBytes);
-    bytes += "WAVEfmt ";
-    u32(16);
-    u16(1); // PCM
-    u16(static_cast<uint32_t>(channels));
-    u32(rate);
-    u32(rate * static_cast<uint32_t>(channels) * 2);
-    u16(static_cast<uint32_t>(channels) * 2);
-    u16(16);
-    bytes += "data";
-    u32(dataBytes);
-    return bytes + std::string(dataBytes, '\0');
 }
 
 void expectCleanEnd(const ChildResult& result, double seconds) {
@@ -255,7 +226,8 @@ TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
     const TempDir dir;
     for (int i = 0; i < 4; ++i)
         detection::testing::writeBytes(dir.file("wide" + std::to_string(i) + ".wav"),
-                                       wavHeaderClaiming(1024, 8192));
+                                       detection::testing::pcm16WavHeader(1024, 44100, 8192) +
+                                           std::string(8192, '\0'));
     ChildRun run = quorlen({"detect", "-j", "4", dir.path().string()});
     // A read buffer sized in frames would want 1 GB for each of the files.
     run.addressSpaceBytes = 512ull << 20;

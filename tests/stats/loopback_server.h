@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -11,16 +12,10 @@ namespace quorlen::testing {
 // lower case) and the body.
 struct ReceivedRequest {
     QByteArray requestLine;
-    QList<QPair<QByteArray, QByteArray>> headers;
+    QHash<QByteArray, QByteArray> headers;
     QByteArray body;
 
-    QByteArray header(const QByteArray& name) const {
-        for (const auto& [key, value] : headers) {
-            if (key == name)
-                return value;
-        }
-        return {};
-    }
+    QByteArray header(const QByteArray& name) const { return headers.value(name); }
 };
 
 // A minimal HTTP/1.1 server on 127.0.0.1 that records what it receives and
@@ -61,7 +56,7 @@ private:
             const qsizetype colon = lines[i].indexOf(':');
             const QByteArray name = lines[i].left(colon).trimmed().toLower();
             const QByteArray value = lines[i].mid(colon + 1).trimmed();
-            request.headers.append({name, value});
+            request.headers.insert(name, value);
             if (name == "content-length")
                 length = value.toLongLong();
         }

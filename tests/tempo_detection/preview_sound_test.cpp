@@ -9,29 +9,21 @@
 #include "tempo_detection/tempo_preview_player.h"
 #include "test_signals.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <numbers>
 #include <span>
 
 namespace quorlen {
 namespace {
 
-constexpr double kRateHz = 44100;
-
-// Power of one frequency in a stretch of samples (Goertzel's recurrence).
+// Power of one frequency in a stretch of 44.1 kHz samples (Goertzel's
+// recurrence).
 double powerAt(std::span<const float> samples, double hz) {
-    const double coefficient = 2 * std::cos(2 * std::numbers::pi * hz / kRateHz);
+    const double coefficient = 2 * std::cos(2 * std::numbers::pi * hz / 44100);
     double previous = 0;
     double beforePrevious = 0;
     for (const float sample : samples) {
@@ -66,7 +58,7 @@ TEST(PreviewSound, APreviewFromTheThirdSecondIsHeardFadedIn) {
     detection::testing::TempDir dir;
     std::vector<float> tones;
     for (const double hz : {300.0, 500.0, 700.0, 900.0}) {
-        const std::vector<float> second = detection::testing::sine(hz, 1.0, kRateHz, 0.5f);
+        const std::vector<float> second = detection::testing::sine(hz, 1.0, 44100, 0.5f);
         tones.insert(tones.end(), second.begin(), second.end());
     }
     const std::string path = dir.file("tones.wav").string();

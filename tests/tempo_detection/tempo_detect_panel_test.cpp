@@ -22,10 +22,8 @@
 #include "ui/theme.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QMimeData>
 #include <QPointer>
 #include <QSpinBox>
@@ -45,103 +43,100 @@ namespace quorlen {
 namespace {
 
 namespace generated = detection::testing;
+using quorlen::testing::waitUntil;
 
 // A real drop: enter, then drop, as the window system delivers them.
-bool dropFile(QWidget* target, const QString& path) {
-    QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(path)});
+bool drop(QWidget* target, const QMimeData& data) {
     const QPoint at = target->rect().center();
     QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(target, &enter);
     if (!enter.isAccepted())
         return false;
-    QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(target, &drop);
-    return drop.isAccepted();
+    QDropEvent dropped(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &dropped);
+    return dropped.isAccepted();
 }
 
 template <typename T> T* child(QWidget* parent, const char* name) {
     return parent->findChild<T*>(QString::fromLatin1(name));
 }
 
-// Four bars of clicks at 128 BPM, accented on every bar with a kick: a loop
-// of 7.5 s whose length fits 4 bars exactly.
-std::string writeLoop(const generated::TempDir& dir) {
-    generated::ClickTrain train;
-    train.bpm = 128;
-    train.seconds = 7.5;
-    train.accentEvery = 4;
-    train.kickHz = 60;
-    const std::vector<float> loop = generated::clickTrain(train);
-    const std::string path = dir.file("loop128.wav").string();
-    EXPECT_TRUE(generated::writeSound(path, loop, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    return path;
-}
-
-// The real window on the tempo tool, and the loop written beside it.
-struct WindowWithLoop {
-    WindowWithLoop() {
+// The real window on the tempo tool, and beside it four bars of clicks at
+// 128 BPM accented on every bar with a kick: a loop of 7.5 s whose length
+// fits 4 bars exactly.
+class WindowWithLoop : public ::testing::Test {
+protected:
+    void SetUp() override {
+        generated::ClickTrain train;
+        train.bpm = 128;
+        train.seconds = 7.5;
+        train.accentEvery = 4;
+        train.kickHz = 60;
+        const std::string file = dir.file("loop128.wav").string();
+        ASSERT_TRUE(generated::writeSound(file, generated::clickTrain(train), 1, 44100,
+                                          SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        path = QString::fromStdString(file);
         content.resize(1100, 1400);
         content.show();
+        view = qobject_cast<TempoView*>(content.toolView());
+        ASSERT_NE(view, nullptr);
+        panel = view->detectPanel();
     }
-    TempoView* view() { return qobject_cast<TempoView*>(content.toolView()); }
+    bool dropLoop() {
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(path)});
+        return drop(child<DropZone>(panel, "dropZone"), data);
+    }
+    bool analysed() {
+        return waitUntil([&] { return !content.detection().isAnalysing(); }, 20000);
+    }
+    QString shownTempo() { return child<CopyableText>(panel, "detectedTempo")->display(); }
+    QString note() { return child<SchemeLabel>(panel, "detectionNote")->text(); }
 
     generated::TempDir dir;
-    const QString path = QString::fromStdString(writeLoop(dir));
+    QString path;
     ContentView content{QStringLiteral("bpm")};
+    TempoView* view = nullptr;
+    QPointer<TempoDetectPanel> panel;
 };
 
-TEST(TempoDetectPanel, ADroppedLoopIsAnalysedAndItsTempoUsed) {
-    WindowWithLoop window;
-    ContentView& content = window.content;
-    const QString& path = window.path;
-    TempoView* view = window.view();
-    ASSERT_NE(view, nullptr);
-    TempoDetectPanel* panel = view->detectPanel();
+// A person drops a loop, checks the delay times for it meanwhile, and comes
+// back to the analysis: it finished without its panel and is shown, and its
+// tempo can be used.
+TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
     auto* zone = child<DropZone>(panel, "dropZone");
-    auto* results = child<QWidget>(panel, "detectionResults");
-
-    // Before any file: the zone alone with its symbol and the formats line.
-    EXPECT_EQ(zone->heading(), "Drop an audio file here");
-    EXPECT_EQ(zone->line(), "WAV, AIFF, MP3, CAF · analysed on your device, nothing is uploaded");
     EXPECT_TRUE(zone->showsSymbol());
-    EXPECT_FALSE(results->isVisible());
-
-    ASSERT_TRUE(dropFile(zone, path));
+    EXPECT_FALSE(child<QWidget>(panel, "detectionResults")->isVisible());
+    ASSERT_TRUE(dropLoop());
     EXPECT_EQ(zone->heading(), "Analysing loop128.wav…");
-    EXPECT_EQ(zone->line(), "Analysing loop128.wav…");
     EXPECT_FALSE(zone->showsSymbol());
-    ASSERT_TRUE(quorlen::testing::waitUntil([&] { return !panel->model().isAnalysing(); }, 20000));
+    ASSERT_TRUE(content.detection().isAnalysing());
+    content.showTool(CalculatorTool::space);
+    EXPECT_TRUE(waitUntil([&] { return panel.isNull(); }));
+    ASSERT_TRUE(analysed());
+    for (const CalculatorTool away :
+         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
+        content.showTool(away);
+    }
+    view = qobject_cast<TempoView*>(content.toolView());
+    ASSERT_NE(view, nullptr);
+    panel = view->detectPanel();
 
-    EXPECT_EQ(zone->heading(), "Drop another file");
-    EXPECT_TRUE(results->isVisible());
-    EXPECT_EQ(child<CopyableText>(panel, "detectedTempo")->display(), "128");
+    EXPECT_EQ(child<DropZone>(panel, "dropZone")->heading(), "Drop another file");
+    EXPECT_TRUE(child<QWidget>(panel, "detectionResults")->isVisible());
+    EXPECT_EQ(shownTempo(), "128");
     EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 64");
-    EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 256");
-    const QString note = child<SchemeLabel>(panel, "detectionNote")->text();
-    EXPECT_TRUE(note.startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars"))
-        << note.toStdString();
-
+    EXPECT_TRUE(note().startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars"))
+        << note().toStdString();
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
     EXPECT_EQ(content.state().bpm(), 128);
-    // 60000 / 128 = 468.75 ms a quarter; the summary shows one decimal.
+    // 60000 / 128 = 468.75 ms a quarter, in the tempo table and the sidebar.
     EXPECT_EQ(view->matrix()->row(QStringLiteral("1/4"))->straightCell()->display(), "468.75 ms");
     EXPECT_EQ(content.sidebar()->summaryStrip()->text(), "A4 = 440 Hz\n128 BPM = 468.8 ms");
-
-    // The shown tempo copies bare, like every value.
-    QTest::mouseClick(child<CopyableText>(panel, "detectedTempo"), Qt::LeftButton);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), "128");
 }
 
-TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
-    WindowWithLoop window;
-    ASSERT_NE(window.view(), nullptr);
-    TempoDetectPanel* panel = window.view()->detectPanel();
-    const auto shownTempo = [&] { return child<CopyableText>(panel, "detectedTempo")->display(); };
-    const auto analysed = [&] {
-        return quorlen::testing::waitUntil([&] { return !panel->model().isAnalysing(); }, 20000);
-    };
-    panel->analyse(window.path);
+TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
+    panel->analyse(path);
     ASSERT_TRUE(analysed());
     ASSERT_EQ(shownTempo(), "128");
 
@@ -155,18 +150,16 @@ TEST(TempoDetectPanel, TheTempoDetectionSettingRefoldsTheShownResult) {
     ASSERT_TRUE(panel->model().isAnalysing()) << "a new mode analyses the shown file again";
     ASSERT_TRUE(analysed());
     EXPECT_EQ(shownTempo(), "64");
-    EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 32");
     EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 128");
-    const QString note = child<SchemeLabel>(panel, "detectionNote")->text();
-    EXPECT_TRUE(note.contains("file length fits exactly 2 bars")) << note.toStdString();
+    EXPECT_TRUE(note().contains("file length fits exactly 2 bars")) << note().toStdString();
     QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
-    EXPECT_EQ(window.content.state().bpm(), 64);
+    EXPECT_EQ(content.state().bpm(), 64);
 
     // Back to "As analysed": the panel is as it was.
     picker->choice()->setCurrentIndex(0);
     ASSERT_TRUE(analysed());
     EXPECT_EQ(shownTempo(), "128");
-    EXPECT_TRUE(child<SchemeLabel>(panel, "detectionNote")->text().contains("fits exactly 4 bars"));
+    EXPECT_TRUE(note().contains("fits exactly 4 bars"));
     Preferences().setTempoOctave(detection::OctaveMode::classic());
 }
 
@@ -184,7 +177,7 @@ struct PanelRig {
     }
     bool analyse(const QString& path = QStringLiteral("/music/take.wav")) {
         panel->analyse(path);
-        return quorlen::testing::waitUntil([this] { return !panel->model().isAnalysing(); });
+        return waitUntil([this] { return !panel->model().isAnalysing(); });
     }
     CalculatorState state;
     std::unique_ptr<TempoDetectModel> model;
@@ -248,9 +241,9 @@ TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
         QColor colour;
     };
     const Case cases[] = {
-        {0.82, 0.82, QuorlenTheme::fern()},    {0.7, 0.7, QuorlenTheme::fern()},
-        {0.45, 0.45, QuorlenTheme::saffron()}, {0.449, 0.449, QuorlenTheme::lacquer()},
-        {-0.2, 0, QuorlenTheme::lacquer()},    {1.3, 1, QuorlenTheme::fern()},
+        {0.7, 0.7, QuorlenTheme::fern()},        {0.45, 0.45, QuorlenTheme::saffron()},
+        {0.449, 0.449, QuorlenTheme::lacquer()}, {-0.2, 0, QuorlenTheme::lacquer()},
+        {1.3, 1, QuorlenTheme::fern()},
     };
     for (const Case& c : cases) {
         EXPECT_DOUBLE_EQ(ConfidenceBar::filledFraction(c.value), c.fraction) << c.value;
@@ -262,14 +255,11 @@ TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
     PanelRig rig([] { return analysisAt(120); });
     QTest::mouseClick(child<DropZone>(rig.panel.get(), "dropZone"), Qt::LeftButton);
     QFileDialog* dialog = nullptr;
-    ASSERT_TRUE(quorlen::testing::waitUntil([&] {
+    ASSERT_TRUE(waitUntil([&] {
         dialog = child<QFileDialog>(rig.panel.get(), "audioFileDialog");
         return dialog && dialog->isVisible();
     }));
-    EXPECT_EQ(dialog->labelText(QFileDialog::Accept), "Analyse");
     EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
-    EXPECT_TRUE(dialog->nameFilters().first().startsWith("Audio files"))
-        << dialog->nameFilters().first().toStdString();
     EXPECT_TRUE(dialog->nameFilters().first().contains("*.wav"));
     dialog->reject();
     EXPECT_FALSE(rig.panel->model().isAnalysing());
@@ -288,9 +278,7 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
 
     QTest::mouseClick(preview, Qt::LeftButton);
     EXPECT_EQ(preview->text(), "Stop");
-    EXPECT_EQ(preview->symbol(), "stop.fill");
     EXPECT_TRUE(rig.panel->isTickerRunning());
-    EXPECT_EQ(TempoDetectPanel::kTickerMs, 33); // 30 updates a second
 
     // A click on the waveform restarts from there: a quarter of 30 s.
     auto* grid = child<WaveformGrid>(rig.panel.get(), "waveformGrid");
@@ -315,46 +303,10 @@ TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
     auto* zone = child<DropZone>(rig.panel.get(), "dropZone");
     QMimeData text;
     text.setText(QStringLiteral("120 BPM"));
-    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(zone, &enter);
-    EXPECT_FALSE(enter.isAccepted());
+    EXPECT_FALSE(drop(zone, text));
     EXPECT_FALSE(zone->isTargeted());
-    QDropEvent drop(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(zone, &drop);
-    EXPECT_FALSE(drop.isAccepted());
     EXPECT_FALSE(rig.panel->model().isAnalysing());
     EXPECT_EQ(zone->heading(), "Drop an audio file here");
-}
-
-// A person who checks the delay times for the tempo just detected comes
-// back to the analysis: a running one finishes meanwhile, a finished one
-// is still shown.
-TEST(TempoDetectPanel, TheAnalysisOutlivesAVisitToAnotherTool) {
-    generated::TempDir dir;
-    const QString path = QString::fromStdString(writeLoop(dir));
-    ContentView content{QStringLiteral("bpm")};
-    content.resize(1100, 1400);
-    content.show();
-    auto* view = qobject_cast<TempoView*>(content.toolView());
-    ASSERT_NE(view, nullptr);
-    QPointer<TempoDetectPanel> panel = view->detectPanel();
-    ASSERT_TRUE(dropFile(child<DropZone>(panel, "dropZone"), path));
-    ASSERT_TRUE(content.detection().isAnalysing());
-
-    content.showTool(CalculatorTool::space);
-    EXPECT_TRUE(quorlen::testing::waitUntil([&] { return panel.isNull(); }));
-    ASSERT_TRUE(
-        quorlen::testing::waitUntil([&] { return !content.detection().isAnalysing(); }, 20000));
-
-    for (const CalculatorTool away :
-         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
-        content.showTool(away);
-    }
-    auto* back = qobject_cast<TempoView*>(content.toolView());
-    ASSERT_NE(back, nullptr);
-    EXPECT_EQ(child<DropZone>(back->detectPanel(), "dropZone")->heading(), "Drop another file");
-    EXPECT_TRUE(child<QWidget>(back->detectPanel(), "detectionResults")->isVisible());
-    EXPECT_EQ(child<CopyableText>(back->detectPanel(), "detectedTempo")->display(), "128");
 }
 
 } // namespace

@@ -49,30 +49,27 @@ void scrollAt(QWidget* widget, QPoint position) {
     QApplication::sendEvent(widget, &wheel);
 }
 
-TEST(OutsideClickFocusMonitor, ClickInsideTheBoxKeepsEditing) {
+TEST(OutsideClickFocusMonitor, ClickOrScrollElsewhereInTheWindowEndsEditingButNotInside) {
     FieldWindow w;
     w.showAndFocus();
     QTest::mouseClick(w.field->lineEdit(), Qt::LeftButton);
     QTest::mouseClick(w.field->box(), Qt::LeftButton, {}, QPoint(3, 3));
     EXPECT_TRUE(w.field->isFocused());
     EXPECT_EQ(w.commits, 0);
-}
 
-TEST(OutsideClickFocusMonitor, ClickOrScrollElsewhereInTheWindowEndsEditing) {
-    FieldWindow w;
-    w.showAndFocus();
     QTest::mouseClick(w.button, Qt::LeftButton);
     EXPECT_FALSE(w.field->isFocused());
     EXPECT_EQ(w.commits, 1);
-
     w.field->setFocused(true);
     QTest::mouseClick(&w.window, Qt::RightButton, {}, QPoint(290, 230));
-    EXPECT_FALSE(w.field->isFocused());
     EXPECT_EQ(w.commits, 2);
-
     w.field->setFocused(true);
     scrollAt(&w.window, QPoint(290, 230));
     EXPECT_FALSE(w.field->isFocused());
+    EXPECT_EQ(w.commits, 3);
+
+    // An unfocused field ignores clicks: nothing more to commit.
+    QTest::mouseClick(&w.window, Qt::LeftButton, {}, QPoint(290, 230));
     EXPECT_EQ(w.commits, 3);
 }
 
@@ -81,23 +78,13 @@ TEST(OutsideClickFocusMonitor, ClicksInAnotherWindowLeaveTheFieldAlone) {
     FieldWindow second;
     second.window.show();
     first.showAndFocus();
-
     QTest::mouseClick(second.button, Qt::LeftButton);
     scrollAt(second.button, QPoint(5, 5));
     EXPECT_TRUE(first.field->isFocused());
     EXPECT_EQ(first.commits, 0);
 }
 
-TEST(OutsideClickFocusMonitor, AnUnfocusedFieldIgnoresClicks) {
-    FieldWindow w;
-    w.window.show();
-    QTest::mouseClick(w.button, Qt::LeftButton);
-    QTest::mouseClick(&w.window, Qt::LeftButton, {}, QPoint(290, 230));
-    EXPECT_FALSE(w.field->isFocused());
-    EXPECT_EQ(w.commits, 0);
-}
-
-TEST(PremiumInputField, ReturnSubmitsAndTypingReportsEdits) {
+TEST(PremiumInputField, ReturnSubmitsTypingReportsEditsAndEscapeRestores) {
     FieldWindow w;
     w.showAndFocus();
     QStringList edits;
@@ -112,6 +99,18 @@ TEST(PremiumInputField, ReturnSubmitsAndTypingReportsEdits) {
     QTest::keyClick(w.field->lineEdit(), Qt::Key_Return);
     EXPECT_EQ(edits, QStringList{QStringLiteral("120")});
     EXPECT_EQ(submits, 1);
+
+    // Escape puts back the text editing began with, tells the live
+    // followers, and leaves the field.
+    w.field->setFocused(false);
+    w.field->setFocused(true);
+    w.field->lineEdit()->selectAll();
+    QTest::keyClicks(w.field->lineEdit(), QStringLiteral("98"));
+    QTest::keyClick(w.field->lineEdit(), Qt::Key_Escape);
+    EXPECT_EQ(w.field->text(), "120");
+    EXPECT_EQ(edits.last(), "120");
+    EXPECT_FALSE(w.field->isFocused());
+    EXPECT_EQ(w.field->lineEdit()->accessibleName(), "Tempo");
 }
 
 } // namespace

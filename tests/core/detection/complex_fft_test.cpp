@@ -32,15 +32,6 @@ std::vector<float> noise(size_t n, unsigned seed) {
     return out;
 }
 
-TEST(ComplexFFT, Log2nFollowsTheSize) {
-    // log2 of the sizes the detector uses: 1024 for frames, 2^16 at most for
-    // the autocorrelation of 25836 frames.
-    const std::vector<std::pair<size_t, unsigned>> cases = {
-        {1, 0}, {2, 1}, {1024, 10}, {65536, 16}};
-    for (const auto& [size, log2n] : cases)
-        EXPECT_EQ(ComplexFFT(size).log2n(), log2n) << size;
-}
-
 TEST(ComplexFFT, ForwardIsTheUnscaledDftAndInverseUndoesIt) {
     for (const size_t size : {8u, 64u, 1024u}) {
         std::vector<float> re = noise(size, 1), im = noise(size, 2);

@@ -15,8 +15,9 @@ struct Encoding {
     bool videoOnly = false; // the video stream without any sound
 };
 
-// Encodes interleaved float frames of `channels` channels at `rateHz`.
-// Returns false when the encoder or the container is unavailable or fails.
+// Encodes interleaved float frames of `channels` channels at `rateHz` with
+// the ffmpeg program. Returns false when it is missing, or the encoder or
+// the container is unavailable or fails.
 bool encodeSound(const std::filesystem::path& path, std::span<const float> interleaved,
                  int channels, int rateHz, const Encoding& encoding);
 

@@ -2,6 +2,7 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <numbers>
@@ -137,6 +138,28 @@ bool writeSound(const std::filesystem::path& path, std::span<const float> interl
     const auto frames = static_cast<sf_count_t>(interleaved.size() / size_t(channels));
     const bool complete = sf_writef_float(file, interleaved.data(), frames) == frames;
     return sf_close(file) == 0 && complete;
+}
+
+std::string pcm16WavHeader(int channels, int rateHz, std::uint32_t dataBytes) {
+    std::string h;
+    const auto put = [&h](std::uint64_t v, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            h += static_cast<char>((v >> (8 * i)) & 0xff);
+    };
+    const auto frameBytes = static_cast<std::uint32_t>(channels * 2);
+    h += "RIFF";
+    put(std::min<std::uint64_t>(36ull + dataBytes, 0xffffffffu), 4);
+    h += "WAVEfmt ";
+    put(16, 4);
+    put(1, 2); // PCM
+    put(static_cast<std::uint32_t>(channels), 2);
+    put(static_cast<std::uint32_t>(rateHz), 4);
+    put(static_cast<std::uint32_t>(rateHz) * frameBytes, 4);
+    put(frameBytes, 2);
+    put(16, 2);
+    h += "data";
+    put(dataBytes, 4);
+    return h;
 }
 
 void writeBytes(const std::filesystem::path& path, const std::string& bytes) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -65,6 +66,10 @@ private:
 // `format` (SF_FORMAT_* major | subtype). Returns false if libsndfile refused.
 bool writeSound(const std::filesystem::path& path, std::span<const float> interleaved, int channels,
                 int rateHz, int format);
+
+// The 44-byte header of a 16-bit PCM WAV file claiming `dataBytes` of
+// samples, for files whose header lies about what follows.
+std::string pcm16WavHeader(int channels, int rateHz, std::uint32_t dataBytes);
 
 // Writes raw bytes (for damaged and non-audio files).
 void writeBytes(const std::filesystem::path& path, const std::string& bytes);

@@ -38,19 +38,18 @@ TEST(Triad, FrequenciesFollowEqualTemperament) {
     }
 }
 
-TEST(ToneBuffers, HaveTheirFixedLengthsWhateverTheInput) {
+TEST(ToneBuffers, HaveTheirFixedLengthsWhateverTheInputAndEmptyIsSilent) {
     const double chord[] = {440, 554.37, 659.26};
     const Partial partials[] = {{110, 1}, {220, 0.5f}};
-    EXPECT_EQ(makeBuffer(chord).size(), 55125u); // 1.25 s at 44.1 kHz
-    EXPECT_EQ(makeBuffer({}).size(), 55125u);
+    EXPECT_EQ(makeBuffer(chord).size(), 55125u);            // 1.25 s at 44.1 kHz
     EXPECT_EQ(makePartialsBuffer(partials).size(), 70560u); // 1.6 s
-    EXPECT_EQ(makePartialsBuffer({}).size(), 70560u);
-    EXPECT_EQ(makeTickBuffer(1760, 0.55f).size(), 3087u); // 70 ms
-}
-
-TEST(ToneBuffers, EmptyInputsAreSilent) {
-    EXPECT_EQ(peak(makeBuffer({}), 0, kChordFrames), 0.0f);
-    EXPECT_EQ(peak(makePartialsBuffer({}), 0, kPartialsFrames), 0.0f);
+    EXPECT_EQ(makeTickBuffer(1760, 0.55f).size(), 3087u);   // 70 ms
+    const std::vector<float> emptyChord = makeBuffer({});
+    const std::vector<float> emptyPartials = makePartialsBuffer({});
+    EXPECT_EQ(emptyChord.size(), 55125u);
+    EXPECT_EQ(emptyPartials.size(), 70560u);
+    EXPECT_EQ(peak(emptyChord, 0, emptyChord.size()), 0.0f);
+    EXPECT_EQ(peak(emptyPartials, 0, emptyPartials.size()), 0.0f);
 }
 
 TEST(ToneBuffers, SamplesMatchHandWorkedValues) {
@@ -107,7 +106,7 @@ TEST(ToneBuffers, StrummedNotesEnter45MsApart) {
     EXPECT_GT(peak(c, 0, c.size()), 1.5f * peak(a, 0, a.size()));
 }
 
-TEST(ToneBuffers, PartialsAreScaledByTheirSumButNeverBoosted) {
+TEST(ToneBuffers, PartialsAreScaledByTheirSumButNeverBoostedTicksByTheirGain) {
     // Expected: sample = e × 0.55 / max(1, Σa) × Σ(a sin). A lone sine of
     // amplitude 0.5 keeps the 0.55 scale (half of amplitude 1); two of 1.1
     // sum to 2.2 and are scaled by 0.25, which sounds as one of amplitude 1.
@@ -121,11 +120,8 @@ TEST(ToneBuffers, PartialsAreScaledByTheirSumButNeverBoosted) {
         EXPECT_NEAR(q[n], 0.5f * u[n], 1e-6f) << n;
         EXPECT_NEAR(l[n], u[n], 1e-6f) << n;
     }
-}
-
-TEST(ToneBuffers, TickGainScalesTheClick) {
-    // The two clicks of the rhythm player: hits 1760 Hz at 0.55, rests
-    // 1175 Hz at 0.16. Gain is a plain factor on every sample.
+    // The rhythm player's rests are its 1175 Hz click at gain 0.16: a plain
+    // factor on every sample.
     const auto full = makeTickBuffer(1175, 1);
     const auto rest = makeTickBuffer(1175, 0.16f);
     for (size_t n = 0; n < full.size(); n += 97)

@@ -61,6 +61,12 @@ struct Screen {
             result << tile->metric();
         return result;
     }
+    QStringList metricValues() const {
+        QStringList values;
+        for (const Metric& metric : metrics())
+            values << metric.value;
+        return values;
+    }
     // Sounds requested so far (each takes the next of 16 voices).
     int soundsModulo16() const { return player->nextPlayer(); }
 
@@ -72,65 +78,41 @@ struct Screen {
 
 TEST(EuclideanRhythmView, HeaderAndWheelFollowPatternTempoAndNote) {
     Screen screen;
-    // 120 BPM in sixteenths: 125 ms a step, 8 steps 1000 ms.
-    auto metrics = screen.metrics();
-    ASSERT_EQ(metrics.size(), 3);
-    EXPECT_EQ(metrics[0].value, QStringLiteral("E(3,8)"));
-    EXPECT_FALSE(metrics[0].copy.has_value());
-    EXPECT_EQ(metrics[1].label, QStringLiteral("Step 1/16"));
-    EXPECT_EQ(metrics[1].value, QStringLiteral("125 ms"));
-    EXPECT_EQ(*metrics[1].copy, QStringLiteral("125.0"));
-    EXPECT_EQ(metrics[2].value, QStringLiteral("1000 ms"));
-    EXPECT_EQ(*metrics[2].copy, QStringLiteral("1000"));
-    auto* wheel = screen.find<EuclidWheel>("euclidWheel");
-    EXPECT_EQ(wheel->title(), QStringLiteral("E(3,8)"));
-    EXPECT_EQ(wheel->subtitle(), QStringLiteral("1/16 · 125.0 ms"));
+    // 120 BPM in sixteenths: 125 ms a step, 8 steps 1000 ms; the pattern
+    // has nothing to copy.
+    EXPECT_EQ(screen.metricValues(), (QStringList{"E(3,8)", "125 ms", "1000 ms"}));
+    EXPECT_FALSE(screen.metrics()[0].copy.has_value());
+    EXPECT_EQ(*screen.metrics()[1].copy, QStringLiteral("125.0"));
+    EXPECT_EQ(screen.find<EuclidWheel>("euclidWheel")->subtitle(),
+              QStringLiteral("1/16 · 125.0 ms"));
 
-    QTest::mouseClick(screen.view->header()->tiles()[1], Qt::LeftButton);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("125.0"));
-
-    // 1/4 at 120 BPM is a 500 ms step; 10 BPM counts as 3000 ms a beat;
-    // 98.7 BPM reads as 98 in the tempo note.
+    // 1/4 at 98.7 BPM is a 607.9 ms step, 8 of them 4863 ms; the note
+    // reads 98.
     screen.pickNote(0);
+    screen.state.setBpm(98.7);
     EXPECT_EQ(screen.state.euclidNote(), 4);
     EXPECT_EQ(screen.metrics()[1].label, QStringLiteral("Step 1/4"));
-    EXPECT_EQ(screen.metrics()[1].value, QStringLiteral("500 ms"));
-    screen.state.setBpm(10);
-    EXPECT_EQ(screen.metrics()[2].value, QStringLiteral("24000 ms"));
-    screen.state.setBpm(98.7);
+    EXPECT_EQ(screen.metricValues(), (QStringList{"E(3,8)", "608 ms", "4863 ms"}));
     EXPECT_EQ(screen.label("euclidTempoSource"), QStringLiteral("98 BPM from the Tempo tab"));
 }
 
-TEST(EuclideanRhythmView, CountersKeepPulsesAndRotationWithinTheSteps) {
+TEST(EuclideanRhythmView, SteppersAndPresetsSetThePatternAndNoPulsesDisablePlay) {
     Screen screen;
+    // Fewer steps pull pulses and rotation in with them (the rule is the
+    // core's; the labels must follow).
     screen.state.setEuclidSteps(12);
     screen.state.setEuclidPulses(7);
     screen.state.setEuclidRotation(9);
-    screen.step("euclidStepsStepper", "decrement", 7); // 12 → 5
+    screen.step("euclidStepsStepper", "decrement", 7);
     EXPECT_EQ(screen.state.euclidSteps(), 5);
-    EXPECT_EQ(screen.state.euclidPulses(), 5);
-    EXPECT_EQ(screen.state.euclidRotation(), 4);
     EXPECT_EQ(screen.label("euclidPulsesValue"), QStringLiteral("5"));
     EXPECT_EQ(screen.label("euclidRotationValue"), QStringLiteral("4"));
-
-    // The counters stop at their ends: n in 1...16, k in 0...n.
-    screen.step("euclidStepsStepper", "increment", 20);
-    EXPECT_EQ(screen.state.euclidSteps(), 16);
     screen.step("euclidPulsesStepper", "increment", 20);
-    EXPECT_EQ(screen.state.euclidPulses(), 16);
-    screen.step("euclidStepsStepper", "decrement", 20);
-    EXPECT_EQ(screen.state.euclidSteps(), 1);
-    EXPECT_EQ(screen.state.euclidRotation(), 0);
-    EXPECT_EQ(screen.label("euclidStepsValue"), QStringLiteral("1"));
-}
+    EXPECT_EQ(screen.state.euclidPulses(), 5);
 
-TEST(EuclideanRhythmView, PresetsSetThePatternAndNoPulsesDisablePlay) {
-    Screen screen;
-    screen.state.setEuclidRotation(2);
     const auto actions = screen.find<KitButton>("euclidPresets")->menu()->actions();
     ASSERT_EQ(actions.size(), 4);
-    EXPECT_EQ(actions[2]->text(), QStringLiteral("Bembé · E(7,12)"));
-    actions[2]->trigger();
+    actions[2]->trigger(); // Bembé
     EXPECT_EQ(screen.state.euclidPulses(), 7);
     EXPECT_EQ(screen.state.euclidSteps(), 12);
     EXPECT_EQ(screen.state.euclidRotation(), 0);
@@ -152,51 +134,25 @@ TEST(EuclideanRhythmView, PlaysFromStepZeroAndWrapsAroundTheCycle) {
     EXPECT_EQ(screen.state.euclidStep(), 0);
     EXPECT_GE(screen.soundsModulo16(), 1);
     EXPECT_EQ(play->text(), QStringLiteral("Stop"));
-    EXPECT_EQ(play->symbol(), QStringLiteral("stop.fill"));
 
     auto* wheel = screen.find<EuclidWheel>("euclidWheel");
     ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() == 7; }));
     EXPECT_EQ(wheel->currentStep(), 7);
     ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() == 0; }));
-    EXPECT_EQ(wheel->currentStep(), 0);
-    EXPECT_GE(screen.output->starts, 1);
 
-    QTest::mouseClick(play, Qt::LeftButton);
-    EXPECT_FALSE(screen.state.euclidPlaying());
-    EXPECT_EQ(screen.state.euclidStep(), std::nullopt);
-    EXPECT_EQ(wheel->currentStep(), std::nullopt);
-    EXPECT_EQ(play->text(), QStringLiteral("Play"));
-}
-
-TEST(EuclideanRhythmView, ANewNoteValueRestartsButAPresetKeepsPlaying) {
-    Screen screen;
-    screen.state.setBpm(400);
-    screen.view->playback().start();
+    // A preset keeps playing; a new note value restarts from step 0.
     ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() >= 3; }));
-
     screen.find<KitButton>("euclidPresets")->menu()->actions()[3]->trigger(); // E(5,16)
     EXPECT_TRUE(screen.state.euclidPlaying());
     EXPECT_GE(screen.state.euclidStep().value_or(-1), 3);
-
     screen.pickNote(1);
-    EXPECT_TRUE(screen.state.euclidPlaying());
-    EXPECT_EQ(screen.state.euclidStep(), 0);
     EXPECT_TRUE(screen.view->playback().isRunning());
-}
+    EXPECT_EQ(screen.state.euclidStep(), 0);
 
-TEST(EuclideanRhythmView, LeavingTheToolStopsPlayback) {
-    Screen screen;
-    screen.view->playback().start();
-    ASSERT_TRUE(screen.state.euclidPlaying());
-    screen.view->hide();
+    QTest::mouseClick(play, Qt::LeftButton);
     EXPECT_FALSE(screen.state.euclidPlaying());
-    EXPECT_FALSE(screen.view->playback().isRunning());
-
-    screen.view->show();
-    screen.view->playback().start();
-    screen.view.reset();
-    EXPECT_FALSE(screen.state.euclidPlaying());
-    EXPECT_EQ(screen.state.euclidStep(), std::nullopt);
+    EXPECT_EQ(wheel->currentStep(), std::nullopt);
+    EXPECT_EQ(play->text(), QStringLiteral("Play"));
 }
 
 TEST(EuclidPlayback, HitsAndRestsSoundDifferentlyAndStepsBeyondThePatternAreSilent) {
