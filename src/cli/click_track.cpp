@@ -63,7 +63,7 @@ std::optional<int> stopped(Wait wait, std::string_view command, std::ostream& er
 
 int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted,
                    std::string_view command, std::ostream& err) {
-    VoicePool voices(std::make_unique<RtAudioBackend>());
+    VoicePool voices(std::make_unique<RtAudioBackend>(RtAudioBackend::Latency::steady));
     if (!voices.startOutput())
         return fail(err, command, "no sound output device is available");
     // The clock runs once the first block is out.

@@ -33,13 +33,20 @@ void ignoreAlsaMessage(const char*, int, const char*, int, const char*, ...) {}
 // about 23 ms from a rendered block to the speaker where PulseAudio or
 // PipeWire grants it. Without a limit PulseAudio buffers up to 2 s and a
 // click sounds 150 ms after its request; with 2 blocks a busy machine
-// (two cores, load 9) starves the server and the clicks drift.
+// (two cores, load 9) starves the server and the clicks drift. Even 4
+// blocks starve now and then on such a machine (a sound-server test of
+// the command line's click track slipped in 5 of 10 runs, 1 in 10 with 8
+// blocks), so output that needs no quick answer queues 16 (93 ms).
 constexpr unsigned int kPreferredBlockFrames = 256;
-constexpr int kQueuedBlocks = 4;
+constexpr int kInteractiveQueuedBlocks = 4;
+constexpr int kSteadyQueuedBlocks = 16;
 
 } // namespace
 
-RtAudioBackend::RtAudioBackend() { snd_lib_error_set_handler(&ignoreAlsaMessage); }
+RtAudioBackend::RtAudioBackend(Latency latency)
+    : m_queuedBlocks(latency == Latency::steady ? kSteadyQueuedBlocks : kInteractiveQueuedBlocks) {
+    snd_lib_error_set_handler(&ignoreAlsaMessage);
+}
 
 RtAudioBackend::~RtAudioBackend() { close(); }
 
@@ -99,7 +106,7 @@ bool RtAudioBackend::open(RenderSource& source) {
                 unsigned int blockFrames = kPreferredBlockFrames;
                 RtAudio::StreamOptions options;
                 options.streamName = "Quorlen Calculator";
-                options.numberOfBuffers = kQueuedBlocks;
+                options.numberOfBuffers = m_queuedBlocks;
                 options.flags = RTAUDIO_MINIMIZE_LATENCY;
                 try {
                     m_source = &source;

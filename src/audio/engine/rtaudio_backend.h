@@ -16,7 +16,12 @@ namespace quorlen {
 // adapting the source to it.
 class RtAudioBackend final : public AudioBackend {
 public:
-    RtAudioBackend();
+    // How much the server may hold: a player that answers a click wants
+    // sound within about 23 ms; a click track that only has to stay on its
+    // grid trades that for a buffer a busy machine cannot starve.
+    enum class Latency { interactive, steady };
+
+    explicit RtAudioBackend(Latency latency = Latency::interactive);
     ~RtAudioBackend() override;
 
     bool start(RenderSource& source) override;
@@ -38,6 +43,7 @@ private:
                        unsigned int status, void* context);
 
     std::unique_ptr<RtAudio> m_audio;
+    int m_queuedBlocks;
     RenderSource* m_source = nullptr;
     RateAdapter m_adapter;
     unsigned int m_blockFrames = 0;
