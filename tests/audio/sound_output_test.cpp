@@ -39,8 +39,7 @@ TEST(SoundOutput, TheCommandLineClickTrackIsOnItsGridToTheSample) {
     if (const QString reason = server.start(); !reason.isEmpty())
         GTEST_SKIP() << reason.toStdString();
     qputenv("PULSE_SERVER", server.address().toLocal8Bit());
-    // parecord's first half second comes in uneven bursts; onsets are
-    // measured on its steady stream.
+    // The recorder must be running before the first click sounds.
     ASSERT_TRUE(server.waitForFrames(server.frameCount() + 22050, 10000))
         << "parecord records nothing";
 
