@@ -1,4 +1,5 @@
 #include "app/content_view.h"
+#include "support/print_qstring.h"
 #include "tools/reverb_delay/custom_space_panel.h"
 #include "tools/reverb_delay/delay_strip.h"
 #include "tools/reverb_delay/reverb_delay_view.h"
@@ -14,12 +15,6 @@
 #include <QTest>
 
 #include <gtest/gtest.h>
-
-#include <ostream>
-
-QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& text, std::ostream* out) { *out << text.toStdString(); }
-QT_END_NAMESPACE
 
 namespace quorlen {
 namespace {

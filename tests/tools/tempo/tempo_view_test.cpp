@@ -1,5 +1,6 @@
 #include "app/content_view.h"
 #include "app/sidebar.h"
+#include "support/print_qstring.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_controls.h"
 #include "tools/tempo/tempo_view.h"
@@ -18,12 +19,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <ostream>
-
-// Failures show the text, not its UTF-16 units.
-QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& text, std::ostream* out) { *out << text.toStdString(); }
-QT_END_NAMESPACE
 
 namespace quorlen {
 namespace {
