@@ -5,6 +5,7 @@
 #include "app/settings_dialog.h"
 #include "app/sidebar.h"
 #include "audio/fake_audio_backend.h"
+#include "support/print_qstring.h"
 #include "support/wait.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
@@ -33,12 +34,6 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <ostream>
-
-QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& text, std::ostream* out) { *out << text.toStdString(); }
-QT_END_NAMESPACE
-
 namespace quorlen {
 namespace {
 
@@ -55,10 +50,6 @@ bool drop(QWidget* target, const QMimeData& data) {
     QDropEvent dropped(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(target, &dropped);
     return dropped.isAccepted();
-}
-
-template <typename T> T* child(QWidget* parent, const char* name) {
-    return parent->findChild<T*>(QString::fromLatin1(name));
 }
 
 // The real window on the tempo tool, and beside it four bars of clicks at
@@ -78,20 +69,26 @@ protected:
         path = QString::fromStdString(file);
         content.resize(1100, 1400);
         content.show();
+        openPanel();
+    }
+    void openPanel() {
         view = qobject_cast<TempoView*>(content.toolView());
         ASSERT_NE(view, nullptr);
         panel = view->detectPanel();
     }
+    template <typename T> T* find(const char* name) {
+        return panel->findChild<T*>(QLatin1String(name));
+    }
     bool dropLoop() {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(path)});
-        return drop(child<DropZone>(panel, "dropZone"), data);
+        return drop(find<DropZone>("dropZone"), data);
     }
     bool analysed() {
         return waitUntil([&] { return !content.detection().isAnalysing(); }, 20000);
     }
-    QString shownTempo() { return child<CopyableText>(panel, "detectedTempo")->display(); }
-    QString note() { return child<SchemeLabel>(panel, "detectionNote")->text(); }
+    QString shownTempo() { return find<CopyableText>("detectedTempo")->display(); }
+    QString note() { return find<SchemeLabel>("detectionNote")->text(); }
 
     generated::TempDir dir;
     QString path;
@@ -104,9 +101,9 @@ protected:
 // back to the analysis: it finished without its panel and is shown, and its
 // tempo can be used.
 TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
-    auto* zone = child<DropZone>(panel, "dropZone");
+    auto* zone = find<DropZone>("dropZone");
     EXPECT_TRUE(zone->showsSymbol());
-    EXPECT_FALSE(child<QWidget>(panel, "detectionResults")->isVisible());
+    EXPECT_FALSE(find<QWidget>("detectionResults")->isVisible());
     ASSERT_TRUE(dropLoop());
     EXPECT_EQ(zone->heading(), "Analysing loop128.wav…");
     EXPECT_FALSE(zone->showsSymbol());
@@ -118,17 +115,14 @@ TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
          {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
         content.showTool(away);
     }
-    view = qobject_cast<TempoView*>(content.toolView());
-    ASSERT_NE(view, nullptr);
-    panel = view->detectPanel();
-
-    EXPECT_EQ(child<DropZone>(panel, "dropZone")->heading(), "Drop another file");
-    EXPECT_TRUE(child<QWidget>(panel, "detectionResults")->isVisible());
+    ASSERT_NO_FATAL_FAILURE(openPanel());
+    EXPECT_EQ(find<DropZone>("dropZone")->heading(), "Drop another file");
+    EXPECT_TRUE(find<QWidget>("detectionResults")->isVisible());
     EXPECT_EQ(shownTempo(), "128");
-    EXPECT_EQ(child<KitButton>(panel, "halveButton")->text(), "÷2 → 64");
+    EXPECT_EQ(find<KitButton>("halveButton")->text(), "÷2 → 64");
     EXPECT_TRUE(note().startsWith("loop128.wav · 7.5 s · file length fits exactly 4 bars"))
         << note().toStdString();
-    QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
+    QTest::mouseClick(find<KitButton>("useBpmButton"), Qt::LeftButton);
     EXPECT_EQ(content.state().bpm(), 128);
     // 60000 / 128 = 468.75 ms a quarter, in the tempo table and the sidebar.
     EXPECT_EQ(view->matrix()->row(QStringLiteral("1/4"))->straightCell()->display(), "468.75 ms");
@@ -150,9 +144,9 @@ TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
     ASSERT_TRUE(panel->model().isAnalysing()) << "a new mode analyses the shown file again";
     ASSERT_TRUE(analysed());
     EXPECT_EQ(shownTempo(), "64");
-    EXPECT_EQ(child<KitButton>(panel, "doubleButton")->text(), "×2 → 128");
+    EXPECT_EQ(find<KitButton>("doubleButton")->text(), "×2 → 128");
     EXPECT_TRUE(note().contains("file length fits exactly 2 bars")) << note().toStdString();
-    QTest::mouseClick(child<KitButton>(panel, "useBpmButton"), Qt::LeftButton);
+    QTest::mouseClick(find<KitButton>("useBpmButton"), Qt::LeftButton);
     EXPECT_EQ(content.state().bpm(), 64);
 
     // Back to "As analysed": the panel is as it was.
@@ -178,6 +172,9 @@ struct PanelRig {
     bool analyse(const QString& path = QStringLiteral("/music/take.wav")) {
         panel->analyse(path);
         return waitUntil([this] { return !panel->model().isAnalysing(); });
+    }
+    template <typename T> T* find(const char* name) {
+        return panel->findChild<T*>(QLatin1String(name));
     }
     CalculatorState state;
     std::unique_ptr<TempoDetectModel> model;
@@ -208,11 +205,9 @@ TEST(TempoDetectPanel, ButtonsFollowTheRangeAndUseRoundsToCents) {
     for (const Case& c : cases) {
         PanelRig rig([&] { return analysisAt(c.bpm); });
         ASSERT_TRUE(rig.analyse());
-        EXPECT_EQ(child<KitButton>(rig.panel.get(), "halveButton")->isEnabled(), c.canHalve)
-            << c.bpm;
-        EXPECT_EQ(child<KitButton>(rig.panel.get(), "doubleButton")->isEnabled(), c.canDouble)
-            << c.bpm;
-        QTest::mouseClick(child<KitButton>(rig.panel.get(), "useBpmButton"), Qt::LeftButton);
+        EXPECT_EQ(rig.find<KitButton>("halveButton")->isEnabled(), c.canHalve) << c.bpm;
+        EXPECT_EQ(rig.find<KitButton>("doubleButton")->isEnabled(), c.canDouble) << c.bpm;
+        QTest::mouseClick(rig.find<KitButton>("useBpmButton"), Qt::LeftButton);
         EXPECT_EQ(rig.state.bpm(), c.used);
     }
 }
@@ -226,13 +221,13 @@ TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult)
     });
     ASSERT_TRUE(rig.analyse());
     // 0.449 is Low, and rounds to 45 %.
-    EXPECT_EQ(child<CopyableText>(rig.panel.get(), "confidenceLabel")->display(), "Low · 45%");
+    EXPECT_EQ(rig.find<CopyableText>("confidenceLabel")->display(), "Low · 45%");
     fail = true;
     ASSERT_TRUE(rig.analyse());
-    auto* zone = child<DropZone>(rig.panel.get(), "dropZone");
+    auto* zone = rig.find<DropZone>("dropZone");
     EXPECT_EQ(zone->heading(), "Could not analyse that file");
     EXPECT_EQ(zone->line(), "File is too short to detect a tempo");
-    EXPECT_TRUE(child<QWidget>(rig.panel.get(), "detectionResults")->isVisible());
+    EXPECT_TRUE(rig.find<QWidget>("detectionResults")->isVisible());
 }
 
 TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
@@ -253,10 +248,10 @@ TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
 
 TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
     PanelRig rig([] { return analysisAt(120); });
-    QTest::mouseClick(child<DropZone>(rig.panel.get(), "dropZone"), Qt::LeftButton);
+    QTest::mouseClick(rig.find<DropZone>("dropZone"), Qt::LeftButton);
     QFileDialog* dialog = nullptr;
     ASSERT_TRUE(waitUntil([&] {
-        dialog = child<QFileDialog>(rig.panel.get(), "audioFileDialog");
+        dialog = rig.find<QFileDialog>("audioFileDialog");
         return dialog && dialog->isVisible();
     }));
     EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
@@ -272,7 +267,7 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
     ASSERT_TRUE(generated::writeSound(path, tone, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     PanelRig rig([] { return analysisAt(120); });
     ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
-    auto* preview = child<KitButton>(rig.panel.get(), "previewButton");
+    auto* preview = rig.find<KitButton>("previewButton");
     EXPECT_EQ(preview->text(), "Preview");
     EXPECT_FALSE(rig.panel->isTickerRunning());
 
@@ -281,7 +276,7 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
     EXPECT_TRUE(rig.panel->isTickerRunning());
 
     // A click on the waveform restarts from there: a quarter of 30 s.
-    auto* grid = child<WaveformGrid>(rig.panel.get(), "waveformGrid");
+    auto* grid = rig.find<WaveformGrid>("waveformGrid");
     QTest::mouseClick(grid, Qt::LeftButton, {}, QPoint(grid->width() / 4, 10));
     ASSERT_TRUE(rig.panel->model().playhead());
     EXPECT_NEAR(*rig.panel->model().playhead(), 30.0 * (grid->width() / 4) / grid->width(), 1e-9);
@@ -300,7 +295,7 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
 
 TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
     PanelRig rig([] { return analysisAt(120); });
-    auto* zone = child<DropZone>(rig.panel.get(), "dropZone");
+    auto* zone = rig.find<DropZone>("dropZone");
     QMimeData text;
     text.setText(QStringLiteral("120 BPM"));
     EXPECT_FALSE(drop(zone, text));
