@@ -58,6 +58,9 @@ struct Rig {
         model->analyse(QString::fromStdString(path));
         return waitUntil([this] { return !model->isAnalysing(); });
     }
+    bool analyseRamp(int frames, int rateHz = 44100, int channels = 2) {
+        return analyse(writeRamp(dir, "ramp.wav", frames, rateHz, channels));
+    }
     TempoPreviewPlayer& player() { return model->player(); }
     PreviewStream& stream() { return player().stream(); }
     // Pulls `frames` frames as the audio thread would, once the reader has
@@ -67,16 +70,16 @@ struct Rig {
         return backend->pull(frames);
     }
 
+    generated::TempDir dir;
     double nowSeconds = 100;
     FakeAudioBackend* backend;
     std::unique_ptr<TempoDetectModel> model;
 };
 
 TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondFadedInAndFadesOutIn12Steps) {
-    generated::TempDir dir;
     const int frames = 3 * 44100;
     Rig rig;
-    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", frames, 44100, 2)));
+    ASSERT_TRUE(rig.analyseRamp(frames));
     rig.model->startPreview(1.0);
     EXPECT_EQ(rig.model->playhead(), 1.0);
     ASSERT_TRUE(rig.player().isPlaying());
@@ -119,9 +122,8 @@ TEST(TempoPreviewPlayer, FilesPlayAtTheirOwnSpeedWhateverTheirRate) {
     // (Compressed files reach the preview through the same reader, whose
     // lengths and seeking the decoding tests check.)
     for (const int rateHz : {22050, 48000}) {
-        generated::TempDir dir;
         Rig rig(0.5);
-        ASSERT_TRUE(rig.analyse(writeRamp(dir, "short.wav", rateHz / 2, rateHz, 1)));
+        ASSERT_TRUE(rig.analyseRamp(rateHz / 2, rateHz, 1));
         rig.model->startPreview();
         ASSERT_TRUE(waitUntil([&] { return rig.stream().buffered() >= 43; }));
         rig.backend->pull(kDelayFrames + 30000);
@@ -130,9 +132,8 @@ TEST(TempoPreviewPlayer, FilesPlayAtTheirOwnSpeedWhateverTheirRate) {
 }
 
 TEST(TempoPreviewPlayer, ThePlayheadAdvancesWithTheClockAndAStartAtTheEndPlaysNothing) {
-    generated::TempDir dir;
     Rig rig(3.0);
-    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2)));
+    ASSERT_TRUE(rig.analyseRamp(3 * 44100));
     for (const double from : {3.0, 5.0}) {
         rig.model->startPreview(from);
         EXPECT_EQ(rig.model->playhead(), from) << "the playhead stays where it was put";
@@ -157,9 +158,8 @@ TEST(TempoPreviewPlayer, ThePlayheadAdvancesWithTheClockAndAStartAtTheEndPlaysNo
 }
 
 TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
-    generated::TempDir dir;
     Rig rig(0.2);
-    ASSERT_TRUE(rig.analyse(writeRamp(dir, "short.wav", 8820, 44100, 2)));
+    ASSERT_TRUE(rig.analyseRamp(8820));
     rig.model->startPreview();
     // Play the whole file; its completion is on its way.
     rig.pull(kDelayFrames + 9000, 17);
@@ -177,9 +177,8 @@ TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
 }
 
 TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
-    generated::TempDir dir;
     Rig rig;
-    ASSERT_TRUE(rig.analyse(writeRamp(dir, "ramp.wav", 3 * 44100, 44100, 2)));
+    ASSERT_TRUE(rig.analyseRamp(3 * 44100));
     rig.model->startPreview();
     ASSERT_TRUE(rig.player().isPlaying());
     rig.model->startPreview(1.5); // a click on the waveform: the old one fades
@@ -193,7 +192,6 @@ TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
 }
 
 TEST(TempoPreviewPlayer, OutputFailuresAreThePreviewsFailureAndTheDetectionStays) {
-    generated::TempDir dir;
     const std::pair<const char*, std::function<void(Rig&, const std::string&)>> cases[] = {
         {"No audio output device is available for the preview",
          [](Rig& rig, const std::string&) {
@@ -214,7 +212,7 @@ TEST(TempoPreviewPlayer, OutputFailuresAreThePreviewsFailureAndTheDetectionStays
     };
     for (const auto& [status, breakIt] : cases) {
         Rig rig;
-        const std::string path = writeRamp(dir, "ramp.wav", 44100, 44100, 2);
+        const std::string path = writeRamp(rig.dir, "ramp.wav", 44100, 44100, 2);
         ASSERT_TRUE(rig.analyse(path));
         breakIt(rig, path);
         ASSERT_TRUE(waitUntil([&] { return rig.model->failed(); }, 2000)) << status;
