@@ -13,18 +13,16 @@ namespace {
 
 using text::format;
 
-std::string hz1(int pitchClass, int octave, double a4) {
-    return format("%.1f", noteFrequencyHz(midiNote(pitchClass, octave), a4));
-}
-
 TEST(NoteFrequency, MatrixCornersAndReference) {
     // Worked values of the frequency matrix, "%.1f".
-    EXPECT_EQ(hz1(9, 4, 440), "440.0");
-    EXPECT_EQ(hz1(0, 0, 440), "16.4");
-    EXPECT_EQ(hz1(0, 4, 440), "261.6");
-    EXPECT_EQ(hz1(11, 8, 440), "7902.1");
-    EXPECT_EQ(hz1(9, 4, 432), "432.0");
-    EXPECT_EQ(hz1(0, 4, 432), "256.9");
+    const struct {
+        int pitchClass, octave;
+        double a4;
+        const char* hz;
+    } cases[] = {{9, 4, 440, "440.0"},   {0, 0, 440, "16.4"},  {0, 4, 440, "261.6"},
+                 {11, 8, 440, "7902.1"}, {9, 4, 432, "432.0"}, {0, 4, 432, "256.9"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(format("%.1f", noteFrequencyHz(midiNote(c.pitchClass, c.octave), c.a4)), c.hz);
     EXPECT_EQ(midiNote(0, 0), 12);
     EXPECT_EQ(midiNote(11, 8), 119);
 }
@@ -41,12 +39,11 @@ TEST(NearestNote, NamesRoundHalvesAwayFromZeroAndCentsStayInRange) {
 }
 
 TEST(CentsBand, BoundariesOfTheThreeColours) {
-    EXPECT_EQ(centsBand(-4.9), CentsBand::inTune);
-    EXPECT_EQ(centsBand(4.99), CentsBand::inTune);
-    EXPECT_EQ(centsBand(5), CentsBand::noticeable);
-    EXPECT_EQ(centsBand(19.9), CentsBand::noticeable);
-    EXPECT_EQ(centsBand(-20), CentsBand::farOff);
-    EXPECT_EQ(centsBand(37), CentsBand::farOff);
+    const std::pair<double, CentsBand> cases[] = {
+        {-4.9, CentsBand::inTune},     {4.99, CentsBand::inTune}, {5, CentsBand::noticeable},
+        {19.9, CentsBand::noticeable}, {-20, CentsBand::farOff},  {37, CentsBand::farOff}};
+    for (const auto& [cents, band] : cases)
+        EXPECT_EQ(centsBand(cents), band) << cents;
 }
 
 struct StepRow {
