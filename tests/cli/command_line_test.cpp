@@ -2,10 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <ranges>
+
 namespace quorlen::cli {
 namespace {
 
 using Args = std::vector<std::string_view>;
+
+// A command line as typed: its arguments split at spaces.
+Args typed(std::string_view line) {
+    Args args;
+    for (const auto word : std::views::split(line, ' '))
+        args.emplace_back(word.begin(), word.end());
+    return args;
+}
 
 void expectOneLineRefusal(const Args& args, const std::string& prefix) {
     const Outcome result = run(args);
@@ -43,15 +53,9 @@ TEST(CommandLine, RefusalsGiveOneReasonLineThenUsageOnStderr) {
 
 TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
     // Every command, with arguments it accepts.
-    const std::vector<Args> everyCommand = {{"tempo"},
-                                            {"space"},
-                                            {"notes"},
-                                            {"tet", "12"},
-                                            {"harmonics"},
-                                            {"key", "C"},
-                                            {"euclid", "3", "8"},
-                                            {"detect", "x.wav"}};
-    for (const Args& accepted : everyCommand) {
+    for (const char* line : {"tempo", "space", "notes", "tet 12", "harmonics", "key C",
+                             "euclid 3 8", "detect x.wav"}) {
+        const Args accepted = typed(line);
         const std::string name(accepted.front());
         SCOPED_TRACE(name);
         const auto with = [&](Args extra) {
@@ -78,67 +82,31 @@ TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
 }
 
 TEST(CommandLine, EachCommandRefusesValuesItCannotUse) {
-    const std::vector<Args> refused = {
-        {"tempo", "abc"},
-        {"tempo", " 90"},
-        {"tempo", "inf"},
-        {"tempo", "120", "130"},
-        {"tempo", "--bars", "2"},
-        {"tempo", "--click", "--bars", "x"},
-        {"tempo", "--click=1"},
-        {"space", "x"},
-        {"space", "--pre", "100"},
-        {"space", "--pre"},
-        {"space", "--total", "3"},
-        {"space", "--total", "bars"},
-        {"space", "--total=0.3"},
-        {"space", "120", "-q"},
-        {"notes", "extra"},
-        {"notes", "--a4", "inf"},
-        {"tet"},
-        {"tet", "12.5"},
-        {"tet", "x"},
-        {"tet", "12", "--ref"},
-        {"harmonics", "C5"},
-        {"harmonics", "H2"},
-        {"harmonics", "a1"},
-        {"harmonics", "--count", "1.5"},
-        {"harmonics", "A1", "B1"},
-        {"key"},
-        {"key", "H"},
-        {"key", "C", "G"},
-        {"key", "Cmaj"},
-        {"key", "C", "--a4", "x"},
-        {"key", "C", "--bpm", "120"},
-        {"euclid"},
-        {"euclid", "3"},
-        {"euclid", "3", "8", "9"},
-        {"euclid", "3", "x"},
-        {"euclid", "3.5", "8"},
-        {"euclid", "3", "8", "--note", "32"},
-        {"euclid", "3", "8", "--note"},
-        {"euclid", "3", "8", "--bpm", "inf"},
-        {"euclid", "3", "8", "--bpm", "12x"},
-        {"euclid", "3", "8", "--bpm", "1e999"},
-        {"euclid", "3", "8", "--rotate", "1.5"},
-        // Cycles only make sense when playing, and are whole.
-        {"euclid", "3", "8", "--cycles", "2"},
-        {"euclid", "3", "8", "--play", "--cycles", "1.5"},
-        {"euclid", "3", "8", "--play=yes"},
-        {"detect"},
-        {"detect", "--json"},
-        {"detect", "-j"},
-        {"detect", "-j", "two", "x.wav"},
-        {"detect", "-j", "1.5", "x.wav"},
-        {"detect", "-j", "2", "--jobs=3", "x.wav"},
-        {"detect", "--octave", "x.wav"},
-        {"detect", "--octave=80-120", "x.wav"},
-        {"detect", "--octave", "AUTO", "x.wav"},
-    };
-    for (const Args& args : refused) {
-        SCOPED_TRACE(std::string(args.front()) + " " + std::to_string(args.size()));
-        expectOneLineRefusal(args, "quorlen " + std::string(args.front()) + ": ");
+    // Each command's refused arguments as typed, split at spaces.
+    const std::pair<const char*, std::vector<const char*>> refused[] = {
+        {"tempo", {"abc", "inf", "120 130", "--bars 2", "--click --bars x", "--click=1"}},
+        {"space",
+         {"x", "--pre 100", "--pre", "--total 3", "--total bars", "--total=0.3", "120 -q"}},
+        {"notes", {"extra", "--a4 inf"}},
+        {"tet", {"", "12.5", "x", "12 --ref"}},
+        {"harmonics", {"C5", "H2", "a1", "--count 1.5", "A1 B1"}},
+        {"key", {"", "H", "C G", "Cmaj", "C --a4 x", "C --bpm 120"}},
+        {"euclid",
+         {"", "3", "3 8 9", "3 x", "3.5 8", "3 8 --note 32", "3 8 --note", "3 8 --bpm inf",
+          "3 8 --bpm 12x", "3 8 --bpm 1e999", "3 8 --rotate 1.5",
+          // Cycles only make sense when playing, and are whole.
+          "3 8 --cycles 2", "3 8 --play --cycles 1.5", "3 8 --play=yes"}},
+        {"detect",
+         {"", "--json", "-j", "-j two x.wav", "-j 1.5 x.wav", "-j 2 --jobs=3 x.wav",
+          "--octave x.wav", "--octave=80-120 x.wav", "--octave AUTO x.wav"}}};
+    for (const auto& [command, tails] : refused) {
+        for (const char* tail : tails) {
+            const std::string line = std::string(command) + (*tail ? " " : "") + tail;
+            SCOPED_TRACE(line);
+            expectOneLineRefusal(typed(line), "quorlen " + std::string(command) + ": ");
+        }
     }
+    expectOneLineRefusal({"tempo", " 90"}, "quorlen tempo: ");
 }
 
 TEST(CommandLine, RefusalsShowArgumentsWithoutTerminalControls) {
