@@ -15,24 +15,12 @@ struct ParseCase {
 };
 
 TEST(ParseTypedNumber, AcceptsWholeDecimalsWithPointOrComma) {
+    // Too small for a double: zero, as typing "0" would give; "1e-310"
+    // still fits (subnormal) and stays itself.
     const ParseCase cases[] = {
-        {"120", 120.0},
-        {"98,5", 98.5},
-        {"98.5", 98.5},
-        {"-3", -3.0},
-        {"+7", 7.0},
-        {"1e3", 1000.0},
-        {".5", 0.5},
-        {"5.", 5.0},
-        {"0,25", 0.25},
-        {"2.5E-1", 0.25},
-        {"007", 7.0},
-        // Too small for a double: zero, as typing "0" would give; "1e-310"
-        // still fits (subnormal) and stays itself.
-        {"1e-400", 0.0},
-        {"1,5e-9999", 0.0},
-        {"1e-310", 1e-310},
-    };
+        {"120", 120.0},  {"98,5", 98.5},  {"98.5", 98.5},     {"-3", -3.0},      {"+7", 7.0},
+        {"1e3", 1000.0}, {".5", 0.5},     {"5.", 5.0},        {"0,25", 0.25},    {"2.5E-1", 0.25},
+        {"007", 7.0},    {"1e-400", 0.0}, {"1,5e-9999", 0.0}, {"1e-310", 1e-310}};
     for (const ParseCase& c : cases) {
         SCOPED_TRACE(c.text);
         EXPECT_EQ(parseTypedNumber(c.text), c.expected);
@@ -53,22 +41,20 @@ TEST(ParseTypedNumber, RejectsAnythingButOneWholeNumber) {
 }
 
 TEST(CommitTypedNumber, ClampsParsedValuesAndKeepsTheOldOneOtherwise) {
-    const NumberRange bpmRange{1, 999};
-    EXPECT_DOUBLE_EQ(commitTypedNumber("98,5", 120, bpmRange), 98.5);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("1e3", 120, bpmRange), 999);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("0", 120, bpmRange), 1);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("-40", 120, bpmRange), 1);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("", 120, bpmRange), 120);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("abc", 97.25, bpmRange), 97.25);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("nan", 120, bpmRange), 120);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("inf", 120, bpmRange), 120);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("1e-400", 120, bpmRange), 1);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("-1e-400", 120, bpmRange), 1);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("1e308", 120, bpmRange), 999);
-
-    const NumberRange a4Range{400, 480};
-    EXPECT_DOUBLE_EQ(commitTypedNumber("432", 440, a4Range), 432);
-    EXPECT_DOUBLE_EQ(commitTypedNumber("500", 440, a4Range), 480);
+    const NumberRange bpm{1, 999};
+    const NumberRange a4{400, 480};
+    const struct {
+        const char* text;
+        double old;
+        NumberRange range;
+        double committed;
+    } cases[] = {{"98,5", 120, bpm, 98.5}, {"1e3", 120, bpm, 999},   {"0", 120, bpm, 1},
+                 {"-40", 120, bpm, 1},     {"", 120, bpm, 120},      {"abc", 97.25, bpm, 97.25},
+                 {"nan", 120, bpm, 120},   {"inf", 120, bpm, 120},   {"1e-400", 120, bpm, 1},
+                 {"-1e-400", 120, bpm, 1}, {"1e308", 120, bpm, 999}, {"432", 440, a4, 432},
+                 {"500", 440, a4, 480}};
+    for (const auto& c : cases)
+        EXPECT_DOUBLE_EQ(commitTypedNumber(c.text, c.old, c.range), c.committed) << c.text;
 }
 
 } // namespace
