@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -13,6 +14,12 @@ inline std::vector<std::string> lines(const std::string& text) {
     for (std::string line; std::getline(in, line);)
         result.push_back(line);
     return result;
+}
+
+// The words of a text, split at blanks.
+inline std::vector<std::string> words(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
 } // namespace quorlen::testing

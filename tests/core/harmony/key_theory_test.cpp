@@ -1,24 +1,19 @@
 #include "harmony/circle_of_fifths.h"
 #include "harmony/key_selection.h"
+#include "support/lines.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <iterator>
-#include <sstream>
 
 namespace quorlen {
 namespace {
 
 using Notes = std::vector<std::string>;
+using testing::words;
 
 template <typename Range> Notes asStrings(const Range& range) {
     return Notes(range.begin(), range.end());
-}
-
-Notes words(const std::string& spaced) {
-    std::istringstream in(spaced);
-    return Notes(std::istream_iterator<std::string>(in), std::istream_iterator<std::string>());
 }
 
 // Each slot's major scale must start on its tonic, climb in whole and half
