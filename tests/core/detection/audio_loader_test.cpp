@@ -58,8 +58,7 @@ TEST(AudioLoader, BadFilesGiveOneClearMessageUnderManyThreads) {
         {"folder.m4a", "Not a regular file"},
         {"no-frames.wav", "File is too short to detect a tempo"},
         {"one-frame.wav", "File is too short to detect a tempo"},
-        {"short.wav", "File is too short to detect a tempo"},
-    };
+        {"short.wav", "File is too short to detect a tempo"}};
     for (const auto& [name, message] : cases)
         EXPECT_EQ(failureMessage(dir.file(name)), message) << name;
     for (int round = 0; round < 20; ++round) {
