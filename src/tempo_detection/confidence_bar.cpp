@@ -1,5 +1,6 @@
 #include "tempo_detection/confidence_bar.h"
 
+#include "detection/display_text.h"
 #include "ui/color_scheme.h"
 
 #include <QPainter>
@@ -20,9 +21,15 @@ double ConfidenceBar::filledFraction(double value) {
 }
 
 QColor ConfidenceBar::fillColor(double value) {
-    return value >= 0.7    ? QuorlenTheme::fern()
-           : value >= 0.45 ? QuorlenTheme::saffron()
-                           : QuorlenTheme::lacquer();
+    switch (detection::confidenceLevel(value)) {
+    case detection::ConfidenceLevel::high:
+        return QuorlenTheme::fern();
+    case detection::ConfidenceLevel::medium:
+        return QuorlenTheme::saffron();
+    case detection::ConfidenceLevel::low:
+        break;
+    }
+    return QuorlenTheme::lacquer();
 }
 
 void ConfidenceBar::paintEvent(QPaintEvent*) {

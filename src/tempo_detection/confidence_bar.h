@@ -5,7 +5,7 @@
 namespace quorlen {
 
 // A capsule track with a fill from the left edge for a confidence of 0 ... 1,
-// green (fern) from 0.7, amber (saffron) from 0.45, red (lacquer) below.
+// green (fern), amber (saffron) or red (lacquer) by the confidence level.
 class ConfidenceBar : public QWidget {
     Q_OBJECT
 public:

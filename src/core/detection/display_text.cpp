@@ -20,9 +20,18 @@ std::string tempoText(double bpm, bool shortForm) {
     return text::format(shortForm ? "%.1f" : "%.2f", rounded);
 }
 
+ConfidenceLevel confidenceLevel(double confidence) {
+    return confidence >= 0.7    ? ConfidenceLevel::high
+           : confidence >= 0.45 ? ConfidenceLevel::medium
+                                : ConfidenceLevel::low;
+}
+
 std::string confidenceLabel(double confidence) {
-    const char* level = confidence >= 0.7 ? "High" : confidence >= 0.45 ? "Medium" : "Low";
-    return std::string(level) + kSeparator +
+    const ConfidenceLevel level = confidenceLevel(confidence);
+    const char* name = level == ConfidenceLevel::high     ? "High"
+                       : level == ConfidenceLevel::medium ? "Medium"
+                                                          : "Low";
+    return std::string(name) + kSeparator +
            text::format("%.0f", text::roundHalfAway(confidence * 100.0)) + "%";
 }
 
@@ -43,7 +52,7 @@ std::string detectionNote(const NoteInput& input) {
     if (input.snappedBars)
         note += kSeparator + "file length fits exactly " + std::to_string(*input.snappedBars) +
                 " bars — tempo snapped to the loop";
-    if (input.confidence < 0.7)
+    if (confidenceLevel(input.confidence) != ConfidenceLevel::high)
         note += kSeparator + "check the grid against the waveform; ÷2 and ×2 fix octave mistakes";
     if (!input.alternativesBpm.empty())
         note += kSeparator + alternativesText(input.alternativesBpm);

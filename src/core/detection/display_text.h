@@ -13,7 +13,12 @@ namespace quorlen::detection {
 // or "%.1f" in the short form ("127.9"; 63.96 reads "64.0").
 std::string tempoText(double bpm, bool shortForm);
 
-// "High" from 0.7, "Medium" from 0.45, else "Low", then " · " and the
+// High from 0.7, medium from 0.45, else low: the label, the note's advice
+// and the bar's colour all follow this one split.
+enum class ConfidenceLevel { low, medium, high };
+ConfidenceLevel confidenceLevel(double confidence);
+
+// "High", "Medium" or "Low" by `confidenceLevel`, then " · " and the
 // percentage rounded half away from zero: 0.82 -> "High · 82%".
 std::string confidenceLabel(double confidence);
 
