@@ -61,10 +61,6 @@ double recurrence(std::span<const double> x, double lag) {
     return best;
 }
 
-double wholeScore(std::span<const double> envelope, double fps, double bpm) {
-    return gridScore(envelope, fps, bpm, std::nullopt).score;
-}
-
 // Mean of the envelope at `fraction` of every beat of a grid, plus a floor
 // (a share of the envelope's mean) so that nothing there reads as little,
 // not as nothing.
@@ -154,7 +150,10 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
         const GridFit fullFit = gridScore(evidence.full, evidence.fps, bpm, std::nullopt);
         f.fullStrength = clippedLog(fullFit.score, fullMean);
         f.lowStrength =
-            lowMean > 0.0 ? clippedLog(wholeScore(evidence.low, evidence.fps, bpm), lowMean) : 0.0;
+            lowMean > 0.0
+                ? clippedLog(gridScore(evidence.low, evidence.fps, bpm, std::nullopt).score,
+                             lowMean)
+                : 0.0;
         f.kicksPerBeat = lowRate > 0.0 ? std::log2(lowRate * 60.0 / bpm) : 0.0;
         const double period = 60.0 * evidence.fps / bpm;
         const auto full = [&](double fraction) {
