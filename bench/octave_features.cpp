@@ -1,6 +1,7 @@
 // Prints what the octave model sees of each file, as JSON Lines, for
-// scripts/fit-octave-model: the classic tempo and the features of each of
-// its relatives. octave_features FILE...
+// scripts/fit-octave-model: the duration, the classic tempo (0 when the
+// file is too short for it) and the features of each candidate.
+// octave_features FILE...
 #include "detection/audio_loader.h"
 #include "detection/octave_choice.h"
 #include "detection/octave_model.h"
@@ -19,20 +20,28 @@ int main(int argc, char** argv) {
             const double duration = audio.durationSeconds();
             const TempoEvidence evidence =
                 measureTempo(std::move(audio.samples), audio.sampleRate, duration, {});
-            const double classic = estimateTempo(evidence, OctaveMode::classic()).bpm;
-            std::printf("{\"file\":\"%s\",\"classic\":%.6f,\"candidates\":[", argv[i], classic);
+            double classic = 0.0;
+            try {
+                classic = estimateTempo(evidence, OctaveMode::classic()).bpm;
+            } catch (const Failure&) {
+                // A loop too short for the classic mode still has candidates.
+            }
+            std::printf("{\"file\":\"%s\",\"duration\":%.6f,\"classic\":%.6f,\"candidates\":[",
+                        argv[i], duration, classic);
             const std::vector<double> others = refinedTempos(evidence);
             const auto candidates = octaveCandidates(
-                {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others}, classic);
+                {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others, duration},
+                classic);
             for (size_t c = 0; c < candidates.size(); ++c) {
                 const OctaveFeatures& f = candidates[c];
                 std::printf("%s{\"bpm\":%.6f,\"ratio\":%.6f,\"logTempo\":%.6f,"
                             "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f,"
                             "\"accentEvery8\":%.6f,\"barRepeat\":%.6f,"
-                            "\"lowBarRepeat\":%.6f,\"halfBeat\":%.6f,\"tripletFeel\":%.6f}",
+                            "\"lowBarRepeat\":%.6f,\"halfBeat\":%.6f,\"tripletFeel\":%.6f,"
+                            "\"loopBeats\":%.6f,\"loopBars\":%.6f}",
                             c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength, f.lowStrength,
                             f.kicksPerBeat, f.accentEvery8, f.barRepeat, f.lowBarRepeat, f.halfBeat,
-                            f.tripletFeel);
+                            f.tripletFeel, f.loopBeats, f.loopBars);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

@@ -48,6 +48,11 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e, bool
     std::string alternatives;
     for (const double bpm : e.alternatives)
         alternatives += (alternatives.empty() ? "" : ",") + shortestJsonNumber(bpm);
+    std::string candidates;
+    for (const detection::RankedTempo& c : e.candidates)
+        candidates += std::string(candidates.empty() ? "" : ",") +
+                      "{\"bpm\":" + shortestJsonNumber(c.bpm) + ",\"p\":" + shortestJsonNumber(c.p) +
+                      "}";
     return "{\"file\":" + jsonString(file) + ",\"bpm\":" + shortestJsonNumber(e.bpm) +
            ",\"beatOffset\":" + shortestJsonNumber(e.beatOffsetSeconds) +
            ",\"downbeat\":" + std::to_string(e.downbeat) +
@@ -58,7 +63,8 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e, bool
            ",\"damaged\":" + (damaged ? "true" : "false") +
            (octave.kind == detection::OctaveKind::classic
                 ? std::string()
-                : ",\"octave\":" + jsonString(detection::octaveModeText(octave))) +
+                : ",\"octave\":" + jsonString(detection::octaveModeText(octave)) +
+                      ",\"candidates\":[" + candidates + "]") +
            "}\n";
 }
 

@@ -18,7 +18,8 @@ std::string textFailureLine(const std::string& file, const std::string& message)
 // The same as JSON Lines, numbers unrounded (shortest text that reads back
 // as the same double), names that are no UTF-8 made valid with U+FFFD,
 // "damaged" true when the decoder skipped damage. A mode other than classic
-// is named in "octave".
+// is named in "octave", and its "candidates" follow: up to 4 tempos with
+// the probability of each ({"bpm":…,"p":…}), most likely first.
 std::string jsonLine(const std::string& file, const detection::Estimate& estimate, bool damaged,
                      const detection::OctaveMode& octave = detection::OctaveMode::classic());
 std::string jsonFailureLine(const std::string& file, const std::string& message);

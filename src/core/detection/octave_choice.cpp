@@ -1,17 +1,26 @@
 #include "detection/octave_choice.h"
 
+#include "detection/autocorrelation.h"
 #include "detection/beat_phase.h"
 #include "detection/grid_score.h"
 #include "detection/octave_model.h"
 #include "detection/onset_envelope.h"
 
+#include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace quorlen::detection {
 namespace {
 
-constexpr double kSameTempo = 0.02; // candidates closer than this are one tempo
+constexpr double kSameTempo = 0.02;  // candidates closer than this are one tempo
+constexpr double kRightTempo = 0.04; // a tempo this close to the truth is right
 constexpr int kBeatsPerBar = 4;
+constexpr size_t kShownCandidates = 4;
+// A short file's tempo this close to one of whole beats is read as a loop
+// and moved there; further off, the file is a clip that is no loop (a
+// refined tempo is rarely more than a percent off).
+constexpr double kLoopSnap = 0.015;
 
 // The classic tempo times `factor` (a power of two); a loop of b beats at
 // the classic tempo is b x factor beats at the new one.
@@ -49,6 +58,65 @@ FinalTempo retuned(const TempoEvidence& evidence, double target) {
     return roundTempo(evidence.full, fps, candidate);
 }
 
+// The tempo at which a loop holds a whole number of beats nearest to
+// `target`, kept within [low, high] (one beat more or fewer when rounding
+// leaves it), with its grid.
+FinalTempo wholeBeatTempo(const TempoEvidence& evidence, double target, double low, double high) {
+    const double seconds = evidence.durationSeconds;
+    int beats = wholeBeats(target, seconds);
+    if (tempoOfBeats(beats, seconds) > high && beats > 1)
+        --beats;
+    else if (tempoOfBeats(beats, seconds) < low)
+        ++beats;
+    const double bpm = tempoOfBeats(beats, seconds);
+    const GridFit fit = gridScore(evidence.full, kEnvelopeFps, bpm, std::nullopt);
+    FinalTempo result{bpm, fit.phase, fit.score, std::nullopt};
+    if (beats % kBeatsPerBar == 0)
+        result.snappedBars = beats / kBeatsPerBar;
+    return result;
+}
+
+bool nearWholeBeats(double bpm, const TempoEvidence& evidence) {
+    const double whole = tempoOfBeats(wholeBeats(bpm, evidence.durationSeconds), evidence.durationSeconds);
+    return std::abs(whole - bpm) <= kLoopSnap * bpm;
+}
+
+double probabilityNear(double bpm, const std::vector<OctaveFeatures>& candidates,
+                       const std::vector<double>& p) {
+    double sum = 0.0;
+    for (size_t i = 0; i < candidates.size(); ++i)
+        if (std::abs(candidates[i].bpm - bpm) <= kRightTempo * bpm)
+            sum += p[i];
+    return std::min(sum, 1.0);
+}
+
+// The most likely candidates, `shown` first with the probability of the
+// tempos near it, then the others that are not near it or each other.
+std::vector<RankedTempo> rankedCandidates(double shown, double shownP,
+                                          const std::vector<OctaveFeatures>& candidates,
+                                          const std::vector<double>& p) {
+    std::vector<size_t> order(candidates.size());
+    std::iota(order.begin(), order.end(), size_t{0});
+    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return p[a] > p[b]; });
+    std::vector<RankedTempo> ranked;
+    for (const size_t i : order) {
+        if (ranked.size() == kShownCandidates)
+            break;
+        const double bpm = std::round(candidates[i].bpm * 100.0) / 100.0;
+        const auto near = [&](double other) { return std::abs(bpm - other) <= kRightTempo * other; };
+        if (near(shown) ||
+            std::any_of(ranked.begin(), ranked.end(), [&](const auto& r) { return near(r.bpm); }))
+            continue;
+        ranked.push_back({bpm, p[i]});
+    }
+    ranked.push_back({std::round(shown * 100.0) / 100.0, shownP});
+    std::stable_sort(ranked.begin(), ranked.end(),
+                     [](const RankedTempo& a, const RankedTempo& b) { return a.p > b.p; });
+    if (ranked.size() > kShownCandidates)
+        ranked.resize(kShownCandidates);
+    return ranked;
+}
+
 } // namespace
 
 std::vector<double> refinedTempos(const TempoEvidence& evidence) {
@@ -58,22 +126,44 @@ std::vector<double> refinedTempos(const TempoEvidence& evidence) {
     return tempos;
 }
 
-FinalTempo chooseFinalOctave(const TempoEvidence& evidence, const OctaveMode& mode,
-                             const FinalTempo& classic) {
-    FinalTempo chosen = classic;
+OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& mode,
+                               const std::optional<FinalTempo>& classic) {
+    const std::vector<double> others = refinedTempos(evidence);
+    const double classicBpm = classic ? classic->bpm : 0.0;
+    const std::vector<OctaveFeatures> candidates = octaveCandidates(
+        {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others, evidence.durationSeconds},
+        classicBpm);
+    if (candidates.empty())
+        throw Failure::noRhythm();
+    const std::vector<double> p = octaveProbabilities(candidates);
+    const size_t best = static_cast<size_t>(std::max_element(p.begin(), p.end()) - p.begin());
+    const bool loop = evidence.durationSeconds <= kLoopMaxSeconds;
+
+    FinalTempo chosen;
     if (mode.kind == OctaveKind::range) {
-        const double bpm = foldIntoRange(classic.bpm, mode.lowBpm, mode.highBpm);
-        if (bpm != classic.bpm)
-            chosen = scaled(evidence, classic, bpm / classic.bpm);
-    } else if (mode.kind == OctaveKind::automatic) {
-        const std::vector<double> others = refinedTempos(evidence);
-        const double ratio = chooseOctave(
-            {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others}, classic.bpm);
-        if (ratio != 1.0)
-            chosen = retuned(evidence, classic.bpm * ratio);
+        const double target =
+            foldIntoRange(classic ? classic->bpm : candidates[best].bpm, mode.lowBpm, mode.highBpm);
+        if (classic)
+            chosen = target == classic->bpm ? *classic
+                                            : scaled(evidence, *classic, target / classic->bpm);
+        // The classic tempo of a loop that it did not snap, folded, may
+        // leave part of a beat over.
+        const double beats = chosen.bpm * evidence.durationSeconds / 60.0;
+        const bool fractional = std::abs(beats - std::round(beats)) > 1e-6;
+        if (loop && (!classic || (fractional && nearWholeBeats(target, evidence))))
+            chosen = wholeBeatTempo(evidence, target, mode.lowBpm, mode.highBpm);
+    } else if (loop && (!classic || nearWholeBeats(candidates[best].bpm, evidence))) {
+        chosen = wholeBeatTempo(evidence, candidates[best].bpm, kMinBpm, kMaxBpm);
+    } else {
+        chosen = candidates[best].ratio == 1.0 ? *classic : retuned(evidence, candidates[best].bpm);
     }
     chosen.phase = placeBeatPhase(evidence.low, kEnvelopeFps, chosen.bpm, chosen.phase);
-    return chosen;
+
+    OctaveChoice choice;
+    choice.tempo = chosen;
+    choice.confidence = probabilityNear(chosen.bpm, candidates, p);
+    choice.candidates = rankedCandidates(chosen.bpm, choice.confidence, candidates, p);
+    return choice;
 }
 
 } // namespace quorlen::detection

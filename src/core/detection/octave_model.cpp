@@ -32,6 +32,13 @@ constexpr double kRecurrenceFloor = 0.05;
 constexpr double kBetweenFloor = 0.1;
 // Tempos closer than this share are one candidate.
 constexpr double kSameTempo = 0.02;
+// How far (as a share) a candidate may be from a whole-beat tempo of the
+// loop and still count as agreeing with it: the refined tempos are a
+// percent or so off, and a loop's file may have a few ms of tail.
+constexpr double kLoopSpread = 0.02;
+// Beats a loop may hold, as candidates of their own: bars and their halves.
+constexpr std::array<int, 14> kLoopBeatCounts = {1,  2,  3,  4,  6,   8,   12,
+                                                 16, 24, 32, 48, 64, 96, 128};
 
 double meanOf(std::span<const double> x) {
     return x.empty() ? 0.0 : std::accumulate(x.begin(), x.end(), 0.0) / double(x.size());
@@ -98,7 +105,19 @@ struct Repeat {
     double after(double lag) const { return power > 0.0 ? recurrence(centred, lag) / power : 0.0; }
 };
 
+// exp(-0.5 (d / spread)^2) of the relative distance d from `bpm` to the
+// nearest tempo at which `unit` beats repeat a whole number of times.
+double wholeFit(double bpm, double seconds, double unit) {
+    const double units = std::max(1.0, std::round(bpm * seconds / 60.0 / unit));
+    const double d = std::abs(tempoOfBeats(units * unit, seconds) - bpm) / bpm / kLoopSpread;
+    return std::exp(-0.5 * d * d);
+}
+
 } // namespace
+
+int wholeBeats(double bpm, double seconds) {
+    return std::max(1, static_cast<int>(std::lround(bpm * seconds / 60.0)));
+}
 
 double onsetRate(std::span<const double> envelope, double fps) {
     const size_t n = envelope.size();
@@ -141,11 +160,13 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
     const double floor = kRecurrenceFloor * power / double(std::max<size_t>(accents.size(), 1));
     const Repeat fullRepeat(evidence.full, fullMean);
     const Repeat lowRepeat(evidence.low, lowMean);
+    const double seconds = evidence.durationSeconds;
+    const bool loop = seconds > 0.0 && seconds <= kLoopMaxSeconds;
     std::vector<OctaveFeatures> candidates;
     const auto measure = [&](double bpm) {
         OctaveFeatures f;
         f.bpm = bpm;
-        f.ratio = bpm / classicBpm;
+        f.ratio = classicBpm > 0.0 ? bpm / classicBpm : 0.0;
         f.logTempo = std::log2(bpm / kReferenceBpm);
         const GridFit fullFit = gridScore(evidence.full, evidence.fps, bpm, std::nullopt);
         f.fullStrength = clippedLog(fullFit.score, fullMean);
@@ -168,37 +189,61 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
             const double every8 = recurrence(accents, 8.0 * period) + floor;
             f.accentEvery8 = std::log(every8 / every4);
         }
+        if (loop) {
+            f.loopBeats = wholeFit(bpm, seconds, 1.0);
+            f.loopBars = wholeFit(bpm, seconds, 4.0);
+        }
         candidates.push_back(f);
     };
-    for (const double ratio : kRelatives) {
-        if (inTempoRange(classicBpm * ratio))
-            measure(classicBpm * ratio);
-    }
-    for (const double bpm : evidence.otherTempos) {
+    const auto measureNew = [&](double bpm) {
         const bool known = std::any_of(candidates.begin(), candidates.end(), [&](const auto& c) {
             return std::abs(c.bpm - bpm) < kSameTempo * bpm;
         });
         if (!known && inTempoRange(bpm))
             measure(bpm);
+    };
+    if (classicBpm > 0.0) {
+        for (const double ratio : kRelatives) {
+            if (inTempoRange(classicBpm * ratio))
+                measure(classicBpm * ratio);
+        }
+    }
+    for (const double bpm : evidence.otherTempos)
+        measureNew(bpm);
+    if (loop) {
+        for (const int beats : kLoopBeatCounts)
+            measureNew(tempoOfBeats(beats, seconds));
     }
     return candidates;
 }
 
+// Fitted by scripts/fit-octave-model; see there for what was tried.
 double octaveScore(const OctaveFeatures& f) {
     return -1.700 * f.logTempo * f.logTempo + 1.206 * f.fullStrength + 1.902 * f.lowStrength -
            1.218 * f.kicksPerBeat * f.kicksPerBeat - 0.663 * f.accentEvery8 + 1.440 * f.barRepeat +
-           2.015 * f.lowBarRepeat - 0.888 * f.halfBeat - 0.672 * f.tripletFeel;
+           2.015 * f.lowBarRepeat - 0.888 * f.halfBeat - 0.672 * f.tripletFeel +
+           2.0 * f.loopBeats + 1.0 * f.loopBars;
 }
 
-double chooseOctave(const OctaveEvidence& evidence, double classicBpm) {
-    const std::vector<OctaveFeatures> candidates = octaveCandidates(evidence, classicBpm);
-    if (candidates.empty())
-        return 1.0;
-    const auto best = std::max_element(candidates.begin(), candidates.end(),
-                                       [](const OctaveFeatures& a, const OctaveFeatures& b) {
-                                           return octaveScore(a) < octaveScore(b);
-                                       });
-    return best->ratio;
+std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidates) {
+    // The scores are divided by a temperature and compete with a fixed
+    // score for "none of them"; both fitted with the weights.
+    constexpr double kTemperature = 1.0;
+    constexpr double kNoneScore = -1.0;
+    std::vector<double> p(candidates.size());
+    double top = kNoneScore;
+    for (size_t i = 0; i < candidates.size(); ++i) {
+        p[i] = octaveScore(candidates[i]) / kTemperature;
+        top = std::max(top, p[i]);
+    }
+    double sum = std::exp(kNoneScore - top);
+    for (double& v : p) {
+        v = std::exp(v - top);
+        sum += v;
+    }
+    for (double& v : p)
+        v /= sum;
+    return p;
 }
 
 } // namespace quorlen::detection

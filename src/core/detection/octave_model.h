@@ -14,7 +14,20 @@ struct OctaveEvidence {
     // The analysis's other refined tempos: where the classic answer is far
     // from any octave of the truth, the truth is nearly always one of these.
     std::span<const double> otherTempos = {};
+    // The file's length: a file of at most kLoopMaxSeconds is read as a loop
+    // that may hold a whole number of beats.
+    double durationSeconds = 0.0;
 };
+
+// Files up to this long may be loops; their length is evidence of the tempo.
+inline constexpr double kLoopMaxSeconds = 30.0;
+
+// n x 60 / seconds: the tempo at which `beats` beats fill `seconds`.
+inline double tempoOfBeats(double beats, double seconds) { return beats * 60.0 / seconds; }
+
+// The whole number of beats (at least 1) that a loop of `seconds` holds at
+// about `bpm`.
+int wholeBeats(double bpm, double seconds);
 
 // What the model measures of one candidate tempo. Strengths are grid
 // scores (mean onset strength on the best beat grid, whole envelope)
@@ -46,36 +59,32 @@ struct OctaveFeatures {
     // over that at half the beat: above 0 for swung or compound beats, where
     // the beat divides in three, below 0 where it divides in two.
     double tripletFeel = 0.0;
+    // For a loop only (0 otherwise): how closely the candidate agrees with
+    // a tempo at which the loop holds a whole number of beats, and of 4-beat
+    // bars: exp(-0.5 (d / 2 %)^2), d the relative distance to the nearest
+    // such tempo. The length of a loop is the strongest evidence there is.
+    double loopBeats = 0.0;
+    double loopBars = 0.0;
 };
 
 // Features of the classic tempo's relatives (x1, 1/2, 2, 2/3, 3/2, 1/3, 3,
 // 3/4, 4/3) that lie in 40 ... 250 BPM, in that order, then of the other
-// refined tempos that are none of those (2 % apart).
+// refined tempos that are none of those (2 % apart), then, for a loop, of
+// the tempos at which it holds 1, 2, 3, 4, 6, 8, 12, 16 ... beats. Without
+// a classic tempo (0: a loop too short for it) the relatives are left out.
 std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, double classicBpm);
 
 // The model's preference for one candidate, a conditional logit (softmax
-// over each file's candidates) fitted on two development batches of grooves
-// and rendered arrangements by scripts/fit-octave-model:
-//   -1.700 logTempo^2 + 1.206 fullStrength + 1.902 lowStrength
-//   - 1.218 kicksPerBeat^2 - 0.663 accentEvery8
-//   + 1.440 barRepeat + 2.015 lowBarRepeat - 0.888 halfBeat - 0.672 tripletFeel
-// That is a tempo prior centred on 120 BPM (about 0.54 octaves wide), a
-// grid that gathers the onsets of the whole band and, more so, of the kick
-// and bass, about one kick per beat, no snare once in eight beats (which
-// reads a half-time groove at double tempo), four beats that make a bar,
-// off-beats lighter than the beats, and a beat that divides in two. The
-// fit was checked by fitting on each batch and scoring the other. Features
-// that did no better there are left out: alternation, the gains of half,
-// double and quarter tempo, onsets of the whole band per beat, the snare's
-// repeat after 2 and 4 beats, the repeat after three beats, the low band's
-// off-beats, sixteenths, a penalty for leaving the classic tempo's
-// relatives, and kicks counted only where the low band stands above the
-// mid band.
+// over each file's candidates) fitted by scripts/fit-octave-model on
+// sources that nobody on the project made, checked source by source (each
+// left out of the fit in turn and scored). The weights and what each says
+// are in octave_model.cpp.
 double octaveScore(const OctaveFeatures& features);
 
-// The ratio (1 when it keeps the classic tempo) of the candidate with the
-// highest score.
-double chooseOctave(const OctaveEvidence& evidence, double classicBpm);
+// How likely each candidate is the tempo (within 4 %): a softmax of the
+// scores, tempered, beside a share for "none of them" (the truth is not
+// always among the candidates). Sums to less than 1.
+std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidates);
 
 // Onsets per second of a normalised envelope: values above 2 that are the
 // largest within 46 ms either side.

@@ -7,6 +7,7 @@
 #include "detection/filterbank.h"
 #include "detection/final_tempo.h"
 #include "detection/octave_choice.h"
+#include "detection/octave_model.h"
 #include "detection/onset_envelope.h"
 #include "detection/resample.h"
 #include "detection/tempo_search.h"
@@ -21,12 +22,12 @@ namespace quorlen::detection {
 namespace {
 
 constexpr size_t kMinimumSamples = 26460;   // 1.2 s at 22050 Hz
+constexpr size_t kMinimumLoopSamples = 11025; // 0.5 s at 22050 Hz
 constexpr size_t kAnalysisWindow = 6615000; // 300 s at 22050 Hz
 // The flux peaks about three hops after the onset that causes it.
 constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
 constexpr size_t kMaxAlternatives = 3;
-constexpr double kSecondDistance = 0.03;
 
 // Conditioned signal: 22050 Hz, at most 300 s; returns the crop start.
 size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelCheck& isCancelled) {
@@ -34,7 +35,7 @@ size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelC
     throwIfCancelled(isCancelled);
     if (!finished)
         throw Failure::cancelled();
-    if (samples.size() < kMinimumSamples)
+    if (samples.size() < kMinimumLoopSamples)
         throw Failure::tooShort();
     if (samples.size() <= kAnalysisWindow)
         return 0;
@@ -55,15 +56,6 @@ std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>
     return alternatives;
 }
 
-// The grid score of the best-ranked candidate more than 3 % away from `bpm`
-// (0 when there is none): the rival that the confidence weighs against.
-double secondRawAround(double bpm, const std::vector<Candidate>& refined) {
-    for (const Candidate& c : refined)
-        if (std::abs(c.bpm - bpm) > kSecondDistance * bpm)
-            return c.raw;
-    return 0.0;
-}
-
 double clipUnit(double v) { return v <= 0.0 ? 0.0 : std::min(v, 1.0); }
 
 } // namespace
@@ -82,7 +74,7 @@ void prepareAnalysis() {
         return (samples - kFrameLength) / kHopSamples + 1;
     };
     const size_t largest = autocorrelationFftSize(envelopeFrames(kAnalysisWindow));
-    for (size_t size = autocorrelationFftSize(envelopeFrames(kMinimumSamples)); size <= largest;
+    for (size_t size = autocorrelationFftSize(envelopeFrames(kMinimumLoopSamples)); size <= largest;
          size *= 2)
         preparePlans(size, false);
 }
@@ -92,6 +84,13 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
     evidence.cropStartSamples = condition(samples, sampleRateHz, isCancelled);
+    evidence.analysedSamples = samples.size();
+    // Below the classic minimum, a loop without rhythm is still "too short":
+    // that is what the classic mode has always said of it.
+    const bool classicLength = samples.size() >= kMinimumSamples;
+    const auto noRhythm = [&] {
+        return classicLength ? Failure::noRhythm() : Failure::tooShort();
+    };
     Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
     samples = {};
@@ -101,15 +100,20 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
     evidence.mid = normalize(envelope.mid, fps);
     const std::vector<double>& full = evidence.full;
     if (full.empty())
-        throw Failure::noRhythm();
+        throw noRhythm();
     const double mean = std::accumulate(full.begin(), full.end(), 0.0) / double(full.size());
     if (!(mean > 0.0) || !std::isfinite(mean))
-        throw Failure::noRhythm();
+        throw noRhythm();
     evidence.envelopeMean = mean;
 
     const std::vector<double> tempos = expandOctaves(autocorrelationCandidates(full, fps));
-    if (tempos.empty())
-        throw Failure::noRhythm();
+    if (tempos.empty()) {
+        // A loop's length can still give its tempo where its envelope is too
+        // short for a periodicity.
+        if (durationSeconds <= kLoopMaxSeconds)
+            return evidence;
+        throw noRhythm();
+    }
     const std::vector<Candidate> coarse = coarseRanking(full, fps, tempos, options.threads);
     evidence.candidates = refineCandidates(full, fps, coarse, isCancelled, options.threads);
     return evidence;
@@ -117,20 +121,34 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
 
 Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) {
     const double fps = kEnvelopeFps;
-    const Candidate& best = evidence.candidates.refined.front();
-    const std::optional<FinalTempo> snapped =
-        snapToLoop(evidence.full, fps, evidence.durationSeconds, best);
-    const FinalTempo classic = snapped ? *snapped : roundTempo(evidence.full, fps, best);
     const bool isClassic = octave.kind == OctaveKind::classic;
-    const FinalTempo chosen = isClassic ? classic : chooseFinalOctave(evidence, octave, classic);
-    const double secondRaw = isClassic ? evidence.candidates.secondRaw
-                                       : secondRawAround(chosen.bpm, evidence.candidates.refined);
+    if (isClassic && evidence.analysedSamples < kMinimumSamples)
+        throw Failure::tooShort();
+    std::optional<FinalTempo> classic;
+    if (!evidence.candidates.refined.empty()) {
+        const Candidate& best = evidence.candidates.refined.front();
+        const std::optional<FinalTempo> snapped =
+            snapToLoop(evidence.full, fps, evidence.durationSeconds, best);
+        classic = snapped ? *snapped : roundTempo(evidence.full, fps, best);
+    } else if (isClassic) {
+        throw Failure::noRhythm();
+    }
     Estimate estimate;
+    FinalTempo chosen;
+    if (isClassic) {
+        chosen = *classic;
+        estimate.confidence =
+            confidence(chosen.raw, evidence.envelopeMean, evidence.candidates.secondRaw);
+    } else {
+        OctaveChoice choice = chooseOctaveTempo(evidence, octave, classic);
+        chosen = choice.tempo;
+        estimate.confidence = choice.confidence;
+        estimate.candidates = std::move(choice.candidates);
+    }
     estimate.bpm = chosen.bpm;
     estimate.beatOffsetSeconds = double(evidence.cropStartSamples) / kAnalysisRateHz +
                                  chosen.phase / fps + kGridLatencySeconds;
     estimate.downbeat = downbeat(evidence.low, fps, chosen.bpm, chosen.phase);
-    estimate.confidence = confidence(chosen.raw, evidence.envelopeMean, secondRaw);
     estimate.snappedBars = chosen.snappedBars;
     estimate.alternatives = alternativesTo(chosen.bpm, evidence.candidates.refined);
     estimate.durationSeconds = evidence.durationSeconds;

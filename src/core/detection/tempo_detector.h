@@ -10,6 +10,14 @@
 
 namespace quorlen::detection {
 
+// A tempo and how likely it is the file's (within 4 %).
+struct RankedTempo {
+    double bpm = 0.0;
+    double p = 0.0;
+
+    bool operator==(const RankedTempo&) const = default;
+};
+
 // The outcome of one analysis.
 struct Estimate {
     double bpm = 0.0;
@@ -19,6 +27,10 @@ struct Estimate {
     std::optional<int> snappedBars;   // 4-beat bars the file spans, when snapped to its length
     std::vector<double> alternatives; // up to 3 other tempos, two decimals, best first
     double durationSeconds = 0.0;     // decoded duration, before resampling or cropping
+    // Outside the classic mode: up to 4 tempos, most likely first, whose
+    // probabilities sum to at most 1. The confidence is then the probability
+    // that the shown tempo is right.
+    std::vector<RankedTempo> candidates;
 
     bool operator==(const Estimate&) const = default;
 };
@@ -46,20 +58,25 @@ struct TempoEvidence {
     double envelopeMean = 0.0; // mean of `full`, above 0
     TempoCandidates candidates;
     size_t cropStartSamples = 0; // at 22050 Hz
+    size_t analysedSamples = 0;  // at 22050 Hz, after cropping
     double durationSeconds = 0.0;
 };
 
 // The first stages of `analyze`: resampling to 22050 Hz, cropping to the
-// loudest 300 s, the onset envelopes and the ranked, refined candidates.
-// Throws Failure: tooShort (under 1.2 s), noRhythm, cancelled.
+// loudest 300 s, the onset envelopes and the ranked, refined candidates
+// (none for a loop too short for the periodicity analysis to find one).
+// Throws Failure: tooShort (under 0.5 s, the shortest loop), noRhythm,
+// cancelled.
 TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                            const CancelCheck& isCancelled, const AnalysisOptions& options = {});
 
-// The estimate of `evidence` in an octave mode. The classic mode snaps
+// The estimate of `evidence` in an octave mode. The classic mode needs
+// 1.2 s (tooShort otherwise) and a refined candidate (noRhythm), and snaps
 // loops of up to 90 s to whole bars or prefers a round tempo; the others
-// change its octave (the model's choice, or folding into a range) and then
-// place the grid, downbeat, loop length, confidence and alternatives anew
-// for the tempo they chose.
+// change its octave (the model's choice, or folding into a range), read a
+// file of up to 30 s as a loop of whole beats, and then place the grid,
+// downbeat, loop length, confidence and alternatives anew for the tempo
+// they chose.
 Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave);
 
 // Tempo, beat grid, downbeat and confidence of mono `samples` at

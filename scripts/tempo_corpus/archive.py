@@ -1,0 +1,245 @@
+"""Renders a tempo corpus from music in Debian's archive whose authors wrote its tempo.
+
+Usage: archive.py PACKAGES_DIR OUTDIR
+
+PACKAGES_DIR holds the unpacked packages (one folder per package). Each
+source (a package or a group of small ones) becomes OUTDIR/<source>/ with
+its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
+piece at one tempo, "loop" for a whole number of beats cut on a bar line of
+the same render. The truth is the author's: the set-tempo event of a MIDI
+file, or a module's speed and tempo with its rows per beat.
+"""
+
+import csv
+import ctypes
+import hashlib
+import os
+import subprocess
+import sys
+import tempfile
+import wave
+
+import mido
+import numpy as np
+
+RATE = 44100
+SOUNDFONTS = ["/usr/share/sounds/sf2/FluidR3_GM.sf2", "/usr/share/sounds/sf2/TimGM6mb.sf2"]
+PIECE_SECONDS = 60.0
+# A piece shorter than this could pass for a loop, which the detector reads
+# differently; such a piece only gives loops.
+MIN_PIECE_SECONDS = 35.0
+MAX_LOOP_SECONDS = 30.0
+LOOP_BEATS = (2, 4, 8, 16)
+# A tempo change smaller than this share keeps the segment going.
+SAME_TEMPO = 0.005
+
+SOURCES = {
+    "simutrans-midi": (["simutrans-data"], "midi"),
+    "small-midi": (["freedink-data", "kobodeluxe-data", "pianobooster"], "midi"),
+    "pingus-modules": (["pingus-data"], "module"),
+    "pekka-modules": (["pekka-kana-2-data"], "module"),
+    "game-modules": (["gl-117-data", "freedroid-data", "biniax2-data", "rafkill-data",
+                      "bomberclone-data"], "module"),
+}
+MIDI_SUFFIXES = (".mid", ".midi")
+MODULE_SUFFIXES = (".it", ".xm", ".s3m", ".mod")
+
+
+def stable(name, salt):
+    """A number in [0, 1) that depends only on the name, so renders repeat."""
+    digest = hashlib.sha256(f"{salt}:{name}".encode()).digest()
+    return int.from_bytes(digest[:8], "little") / 2.0 ** 64
+
+
+def write_wav(path, samples):
+    pcm = (np.clip(samples, -1.0, 1.0) * 32767).astype("<i2")
+    with wave.open(path, "wb") as w:
+        w.setnchannels(1)
+        w.setsampwidth(2)
+        w.setframerate(RATE)
+        w.writeframes(pcm.tobytes())
+
+
+def read_wav_mono(path):
+    with wave.open(path, "rb") as w:
+        frames = np.frombuffer(w.readframes(w.getnframes()), dtype="<i2").astype(np.float32)
+        channels = w.getnchannels()
+    return frames.reshape(-1, channels).mean(axis=1) / 32768.0
+
+
+def midi_segment(path):
+    """(start, end, bpm) in seconds of the first stretch at one tempo in x/4, or None."""
+    midi = mido.MidiFile(path, clip=True)
+    events = []  # (seconds, kind, value)
+    seconds = 0.0
+    tempo = 500000
+    for message in mido.merge_tracks(midi.tracks):
+        seconds += mido.tick2second(message.time, midi.ticks_per_beat, tempo)
+        if message.type == "set_tempo":
+            tempo = message.tempo
+            events.append((seconds, "tempo", mido.tempo2bpm(tempo)))
+        elif message.type == "time_signature":
+            events.append((seconds, "meter", (message.numerator, message.denominator)))
+        elif message.type == "note_on" and message.velocity > 0:
+            events.append((seconds, "note", None))
+    end_of_file = seconds
+    bpm, start, first_note = 120.0, 0.0, None
+    meter_ok = True
+    for at, kind, value in events:
+        if kind == "note" and first_note is None:
+            first_note = at
+        if kind == "meter":
+            meter_ok = value[1] == 4 and value[0] in (2, 4)
+        if kind == "tempo" and abs(value - bpm) > SAME_TEMPO * bpm:
+            if first_note is not None and at - start >= MIN_PIECE_SECONDS:
+                break
+            bpm, start, first_note = value, at, None
+    else:
+        at = end_of_file
+    end = min(at, start + PIECE_SECONDS)
+    return (start, end, bpm) if meter_ok else None
+
+
+def render_midi(path, font, gain):
+    with tempfile.TemporaryDirectory() as tmp:
+        out = os.path.join(tmp, "render.wav")
+        subprocess.run(["fluidsynth", "-ni", "-q", "-g", f"{gain:.2f}", "-r", str(RATE),
+                        "-T", "wav", "-O", "s16", "-F", out, font, path],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        return read_wav_mono(out)
+
+
+class Openmpt:
+    def __init__(self):
+        lib = ctypes.CDLL("libopenmpt.so.0")
+        lib.openmpt_module_create_from_memory2.restype = ctypes.c_void_p
+        lib.openmpt_module_create_from_memory2.argtypes = [
+            ctypes.c_char_p, ctypes.c_size_t] + [ctypes.c_void_p] * 7 + [ctypes.c_void_p]
+        lib.openmpt_module_destroy.argtypes = [ctypes.c_void_p]
+        lib.openmpt_module_read_float_mono.restype = ctypes.c_size_t
+        lib.openmpt_module_read_float_mono.argtypes = [ctypes.c_void_p, ctypes.c_int32,
+                                                       ctypes.c_size_t, ctypes.c_void_p]
+        for name in ("speed", "tempo"):
+            f = getattr(lib, f"openmpt_module_get_current_{name}")
+            f.restype = ctypes.c_int32
+            f.argtypes = [ctypes.c_void_p]
+        lib.openmpt_module_get_current_estimated_bpm.restype = ctypes.c_double
+        lib.openmpt_module_get_current_estimated_bpm.argtypes = [ctypes.c_void_p]
+        lib.openmpt_module_set_repeat_count.argtypes = [ctypes.c_void_p, ctypes.c_int32]
+        self.lib = lib
+
+    def render(self, path):
+        """(samples, bpm) of the module from its start until its speed or tempo first changes."""
+        data = open(path, "rb").read()
+        lib = self.lib
+        module = lib.openmpt_module_create_from_memory2(data, len(data), *([None] * 8))
+        if not module:
+            return None, 0.0
+        try:
+            lib.openmpt_module_set_repeat_count(module, 0)
+            block = 512
+            buffer = (ctypes.c_float * block)()
+            chunks = []
+            state = None
+            bpm = 0.0
+            while len(chunks) * block < PIECE_SECONDS * RATE:
+                got = lib.openmpt_module_read_float_mono(module, RATE, block, buffer)
+                if got == 0:
+                    break
+                now = (lib.openmpt_module_get_current_speed(module),
+                       lib.openmpt_module_get_current_tempo(module))
+                if state is None:
+                    state = now
+                    bpm = lib.openmpt_module_get_current_estimated_bpm(module)
+                elif now != state:
+                    break
+                chunks.append(np.frombuffer(buffer, dtype=np.float32, count=got).copy())
+            samples = np.concatenate(chunks) if chunks else np.zeros(0, np.float32)
+            return samples, bpm
+        finally:
+            lib.openmpt_module_destroy(module)
+
+
+def normalised(samples):
+    peak = float(np.max(np.abs(samples))) if samples.size else 0.0
+    return samples * (0.8 / peak) if peak > 0 else samples
+
+
+def audible(samples):
+    return samples.size and float(np.sqrt(np.mean(samples ** 2))) > 0.01
+
+
+def cut_loop(samples, bpm, name):
+    """A loop of 2, 4, 8 or 16 beats starting on a bar line, or None."""
+    beat = 60.0 / bpm
+    choices = [b for b in LOOP_BEATS if b * beat <= MAX_LOOP_SECONDS]
+    if not choices:
+        return None
+    beats = choices[int(stable(name, "beats") * len(choices))]
+    bars_in = int(len(samples) / RATE / (4 * beat))
+    last_start_bar = bars_in - int(np.ceil(beats / 4)) - 1
+    if last_start_bar < 1:
+        return None
+    bar = 1 + int(stable(name, "bar") * last_start_bar)
+    start = int(round(bar * 4 * beat * RATE))
+    length = int(round(beats * beat * RATE))
+    loop = samples[start:start + length]
+    return loop if len(loop) == length and audible(loop) else None
+
+
+def files_of(packages_dir, packages, suffixes):
+    found = []
+    for package in packages:
+        for folder, _, names in os.walk(os.path.join(packages_dir, package)):
+            found += [os.path.join(folder, n) for n in names if n.lower().endswith(suffixes)]
+    return sorted(found)
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit("usage: archive.py PACKAGES_DIR OUTDIR")
+    packages_dir, outdir = sys.argv[1], sys.argv[2]
+    openmpt = Openmpt()
+    for source, (packages, kind) in SOURCES.items():
+        folder = os.path.join(outdir, source)
+        os.makedirs(folder, exist_ok=True)
+        rows = []
+        suffixes = MIDI_SUFFIXES if kind == "midi" else MODULE_SUFFIXES
+        for path in files_of(packages_dir, packages, suffixes):
+            name = os.path.splitext(os.path.basename(path))[0].replace(" ", "_")
+            try:
+                if kind == "midi":
+                    segment = midi_segment(path)
+                    if segment is None:
+                        print(f"{source}: {name}: not in 2/4 or 4/4, skipped")
+                        continue
+                    start, end, bpm = segment
+                    font = SOUNDFONTS[int(stable(name, "font") * len(SOUNDFONTS))]
+                    rendered = render_midi(path, font, 0.3 + 0.5 * stable(name, "gain"))
+                    samples = rendered[int(start * RATE):int(end * RATE)]
+                else:
+                    samples, bpm = openmpt.render(path)
+            except Exception as error:  # a file the parser or renderer cannot take
+                print(f"{source}: {name}: {error}, skipped")
+                continue
+            if samples is None or not audible(samples) or not (40.0 <= bpm <= 250.0):
+                print(f"{source}: {name}: silent or tempo {bpm:.1f} out of range, skipped")
+                continue
+            samples = normalised(samples)
+            if len(samples) >= MIN_PIECE_SECONDS * RATE:
+                write_wav(os.path.join(folder, f"{name}.wav"), samples)
+                rows.append((f"{name}.wav", f"{bpm:.4f}", "piece"))
+            loop = cut_loop(samples, bpm, name)
+            if loop is not None:
+                write_wav(os.path.join(folder, f"loop-{name}.wav"), loop)
+                rows.append((f"loop-{name}.wav", f"{bpm:.4f}", "loop"))
+        with open(os.path.join(folder, "truth.csv"), "w", newline="") as f:
+            writer = csv.writer(f)
+            writer.writerow(["file", "bpm", "kind"])
+            writer.writerows(rows)
+        print(f"{source}: {sum(r[2] == 'piece' for r in rows)} pieces, "
+              f"{sum(r[2] == 'loop' for r in rows)} loops")
+
+
+if __name__ == "__main__":
+    main()
