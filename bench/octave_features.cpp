@@ -21,13 +21,17 @@ int main(int argc, char** argv) {
             const TempoEvidence evidence =
                 measureTempo(std::move(audio.samples), audio.sampleRate, duration, {});
             double classic = 0.0;
+            double classicConfidence = 0.0;
             try {
-                classic = estimateTempo(evidence, OctaveMode::classic()).bpm;
+                const Estimate e = estimateTempo(evidence, OctaveMode::classic());
+                classic = e.bpm;
+                classicConfidence = e.confidence;
             } catch (const Failure&) {
                 // A loop too short for the classic mode still has candidates.
             }
-            std::printf("{\"file\":\"%s\",\"duration\":%.6f,\"classic\":%.6f,\"candidates\":[",
-                        argv[i], duration, classic);
+            std::printf("{\"file\":\"%s\",\"duration\":%.6f,\"classic\":%.6f,"
+                        "\"classicConfidence\":%.6f,\"candidates\":[",
+                        argv[i], duration, classic, classicConfidence);
             const std::vector<double> others = refinedTempos(evidence);
             const auto candidates = octaveCandidates(
                 {evidence.full, evidence.low, evidence.mid, kEnvelopeFps, others, duration},
@@ -38,10 +42,11 @@ int main(int argc, char** argv) {
                             "\"fullStrength\":%.6f,\"lowStrength\":%.6f,\"kicksPerBeat\":%.6f,"
                             "\"accentEvery8\":%.6f,\"barRepeat\":%.6f,"
                             "\"lowBarRepeat\":%.6f,\"halfBeat\":%.6f,\"tripletFeel\":%.6f,"
-                            "\"loopBeats\":%.6f,\"loopBars\":%.6f}",
+                            "\"loopBeats\":%.6f,\"loopBars\":%.6f,\"triplet\":%.0f,"
+                            "\"dotted\":%.0f,\"unrelated\":%.0f,\"onsetsPerBeat\":%.6f,\"accentEvery2\":%.6f}",
                             c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength, f.lowStrength,
                             f.kicksPerBeat, f.accentEvery8, f.barRepeat, f.lowBarRepeat, f.halfBeat,
-                            f.tripletFeel, f.loopBeats, f.loopBars);
+                            f.tripletFeel, f.loopBeats, f.loopBars, f.triplet, f.dotted, f.unrelated, f.onsetsPerBeat, f.accentEvery2);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

@@ -90,11 +90,13 @@ double probabilityNear(double bpm, const std::vector<OctaveFeatures>& candidates
     return std::min(sum, 1.0);
 }
 
-// The most likely candidates, `shown` first with the probability of the
-// tempos near it, then the others that are not near it or each other.
-std::vector<RankedTempo> rankedCandidates(double shown, double shownP,
+// The most likely candidates: `shown` with its confidence, and the others
+// that are near neither it nor each other, their probabilities scaled to
+// share what the confidence leaves of the model's (so all sum to at most 1).
+std::vector<RankedTempo> rankedCandidates(double shown, double shownP, double confidence,
                                           const std::vector<OctaveFeatures>& candidates,
                                           const std::vector<double>& p) {
+    const double scale = shownP < 1.0 ? std::min(1.0, (1.0 - confidence) / (1.0 - shownP)) : 0.0;
     std::vector<size_t> order(candidates.size());
     std::iota(order.begin(), order.end(), size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return p[a] > p[b]; });
@@ -107,9 +109,9 @@ std::vector<RankedTempo> rankedCandidates(double shown, double shownP,
         if (near(shown) ||
             std::any_of(ranked.begin(), ranked.end(), [&](const auto& r) { return near(r.bpm); }))
             continue;
-        ranked.push_back({bpm, p[i]});
+        ranked.push_back({bpm, p[i] * scale});
     }
-    ranked.push_back({std::round(shown * 100.0) / 100.0, shownP});
+    ranked.push_back({std::round(shown * 100.0) / 100.0, confidence});
     std::stable_sort(ranked.begin(), ranked.end(),
                      [](const RankedTempo& a, const RankedTempo& b) { return a.p > b.p; });
     if (ranked.size() > kShownCandidates)
@@ -140,6 +142,7 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
     const bool loop = evidence.durationSeconds <= kLoopMaxSeconds;
 
     FinalTempo chosen;
+    bool wholeBeatLoop = false;
     if (mode.kind == OctaveKind::range) {
         const double target =
             foldIntoRange(classic ? classic->bpm : candidates[best].bpm, mode.lowBpm, mode.highBpm);
@@ -150,19 +153,25 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
         // leave part of a beat over.
         const double beats = chosen.bpm * evidence.durationSeconds / 60.0;
         const bool fractional = std::abs(beats - std::round(beats)) > 1e-6;
-        if (loop && (!classic || (fractional && nearWholeBeats(target, evidence))))
+        wholeBeatLoop = loop && (!classic || (fractional && nearWholeBeats(target, evidence)));
+        if (wholeBeatLoop)
             chosen = wholeBeatTempo(evidence, target, mode.lowBpm, mode.highBpm);
     } else if (loop && (!classic || nearWholeBeats(candidates[best].bpm, evidence))) {
         chosen = wholeBeatTempo(evidence, candidates[best].bpm, kMinBpm, kMaxBpm);
+        wholeBeatLoop = true;
     } else {
         chosen = candidates[best].ratio == 1.0 ? *classic : retuned(evidence, candidates[best].bpm);
     }
     chosen.phase = placeBeatPhase(evidence.low, kEnvelopeFps, chosen.bpm, chosen.phase);
 
+    const double probability = probabilityNear(chosen.bpm, candidates, p);
     OctaveChoice choice;
     choice.tempo = chosen;
-    choice.confidence = probabilityNear(chosen.bpm, candidates, p);
-    choice.candidates = rankedCandidates(chosen.bpm, choice.confidence, candidates, p);
+    choice.confidence = choiceConfidence(
+        {probability, classic && std::abs(chosen.bpm - classic->bpm) <= kRightTempo * classic->bpm,
+         chosen.bpm, wholeBeatLoop});
+    choice.candidates =
+        rankedCandidates(chosen.bpm, probability, choice.confidence, candidates, p);
     return choice;
 }
 

@@ -39,11 +39,16 @@ struct OctaveFeatures {
     double fullStrength = 0.0; // ln of the full-band strength
     double lowStrength = 0.0;  // ln of the low-band strength (0 without a low band)
     double kicksPerBeat = 0.0; // log2 of low-band onsets per beat (their rate x 60 / bpm)
+    double onsetsPerBeat = 0.0; // the same of the full band's onsets: the notes of a beat
     // How much more the mid band's accents repeat themselves after 8 beats
     // than after 4: ln of their autocorrelation at 8P over that at 4P (P the
     // beat period). High for a snare once in 8 beats, which says a half-time
     // groove was read at double tempo.
     double accentEvery8 = 0.0;
+    // ln of the accents' recurrence after 2 beats over that after 1: high
+    // for a backbeat (snare on 2 and 4) read at its tempo, near 0 at half
+    // the tempo (a snare on every beat) and at double.
+    double accentEvery2 = 0.0;
     // Correlation (0 ... 1, negative ones count as 0) of the full band,
     // lightly smoothed and centred, with itself 4 beats later: high where 4
     // beats make a bar, as music in 4 repeats bar by bar, and low where they
@@ -65,6 +70,13 @@ struct OctaveFeatures {
     // such tempo. The length of a loop is the strongest evidence there is.
     double loopBeats = 0.0;
     double loopBars = 0.0;
+    // How the candidate relates to the classic tempo (1 or 0): a triplet
+    // relative (2/3, 3/2, 1/3, 3), a dotted one (3/4, 4/3), or none of its
+    // relatives at all (another refined tempo, or one of the loop's). The
+    // octave relatives (1, 1/2, 2) have all three 0.
+    double triplet = 0.0;
+    double dotted = 0.0;
+    double unrelated = 0.0;
 };
 
 // Features of the classic tempo's relatives (x1, 1/2, 2, 2/3, 3/2, 1/3, 3,
@@ -85,6 +97,18 @@ double octaveScore(const OctaveFeatures& features);
 // scores, tempered, beside a share for "none of them" (the truth is not
 // always among the candidates). Sums to less than 1.
 std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidates);
+
+// What the confidence in a chosen tempo rests on.
+struct ChoiceEvidence {
+    double probability = 0.0;       // the candidates' probability within 4 % of it
+    bool agreesWithClassic = false; // the classic tempo is within 4 % of it
+    double bpm = 0.0;
+    bool wholeBeatLoop = false; // moved to a whole number of beats of a loop
+};
+
+// The probability that the chosen tempo is right (within 4 %), fitted by
+// scripts/fit-octave-model on answers for sources left out of the fit.
+double choiceConfidence(const ChoiceEvidence& evidence);
 
 // Onsets per second of a normalised envelope: values above 2 that are the
 // largest within 46 ms either side.
