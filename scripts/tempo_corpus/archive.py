@@ -7,7 +7,9 @@ source (a package or a group of small ones) becomes OUTDIR/<source>/ with
 its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
 piece at one tempo, "loop" for a whole number of beats cut on a bar line of
 the same render. The truth is the author's: the set-tempo event of a MIDI
-file, or a module's speed and tempo with its rows per beat.
+file, or a module's speed and tempo with its rows per beat (libopenmpt's
+reading of them; formats that do not store rows per beat count 4). A
+source "no-rhythm" of noise and drones has no tempo at all (kind "none").
 """
 
 import csv
@@ -195,10 +197,44 @@ def files_of(packages_dir, packages, suffixes):
     return sorted(found)
 
 
+def write_unrhythmic(outdir):
+    """Sounds with no tempo at all (noise of three colours, drones), under
+    "none": whatever tempo is shown for them is wrong, which the confidence
+    must learn as well."""
+    folder = os.path.join(outdir, "no-rhythm")
+    os.makedirs(folder, exist_ok=True)
+    rows = []
+    for i in range(24):
+        rng = np.random.default_rng([i, 11])
+        seconds = float(rng.choice([2.0, 6.0, 15.0, 40.0])) * rng.uniform(0.8, 1.2)
+        n = int(seconds * RATE)
+        kind = ["white", "pink", "brown", "drone"][i % 4]
+        if kind == "drone":
+            t = np.arange(n) / RATE
+            root = 55.0 * 2 ** rng.uniform(0, 3)
+            samples = sum(np.sin(2 * np.pi * root * r * t + rng.uniform(0, 6))
+                          for r in (1.0, 1.25, 1.5, 2.0))
+            samples *= 1 + 0.3 * np.sin(2 * np.pi * rng.uniform(0.05, 0.3) * t)
+        else:
+            spectrum = np.fft.rfft(rng.standard_normal(n))
+            f = np.maximum(np.fft.rfftfreq(n, 1 / RATE), 1.0)
+            spectrum /= {"white": 1.0, "pink": np.sqrt(f), "brown": f}[kind]
+            samples = np.fft.irfft(spectrum, n)
+        name = f"{kind}-{i:02d}.wav"
+        write_wav(os.path.join(folder, name), normalised(samples.astype(np.float32)))
+        rows.append((name, "", "none"))
+    with open(os.path.join(folder, "truth.csv"), "w", newline="") as f:
+        writer = csv.writer(f)
+        writer.writerow(["file", "bpm", "kind"])
+        writer.writerows(rows)
+    print(f"no-rhythm: {len(rows)} files")
+
+
 def main():
     if len(sys.argv) != 3:
         sys.exit("usage: archive.py PACKAGES_DIR OUTDIR")
     packages_dir, outdir = sys.argv[1], sys.argv[2]
+    write_unrhythmic(outdir)
     openmpt = Openmpt()
     for source, (packages, kind) in SOURCES.items():
         folder = os.path.join(outdir, source)

@@ -1,5 +1,6 @@
 #include "cli/detect_command.h"
 #include "cli_run.h"
+#include "support/json.h"
 #include "support/lines.h"
 #include "test_signals.h"
 
@@ -55,8 +56,30 @@ TEST(DetectCommand, AnOctaveModeChangesTheTempoAndIsNamedInTheJson) {
     const std::string folded = run({"--json", "--octave=40-80"});
     EXPECT_NE(folded.find("\"bpm\":60,"), std::string::npos) << folded;
     EXPECT_NE(folded.find("\"snappedBars\":2,"), std::string::npos) << folded;
-    EXPECT_NE(folded.find(",\"octave\":\"40-80\"}"), std::string::npos) << folded;
-    EXPECT_NE(run({"--json", "--octave", "auto"}).find(",\"octave\":\"auto\"}"), std::string::npos);
+    EXPECT_NE(folded.find(",\"octave\":\"40-80\",\"candidates\":[{\"bpm\":"), std::string::npos)
+        << folded;
+    // Outside classic, the candidates follow: tempos with probabilities,
+    // most likely first, that sum to at most 1; the shown one's is the
+    // confidence.
+    const auto automatic = quorlen::testing::readJson(run({"--json", "--octave", "auto"}));
+    ASSERT_TRUE(automatic);
+    EXPECT_EQ((*automatic)["octave"].toString(), "auto");
+    const QJsonArray candidates = (*automatic)["candidates"].toArray();
+    ASSERT_FALSE(candidates.isEmpty());
+    EXPECT_LE(candidates.size(), 4);
+    double sum = 0.0;
+    double previous = 1.0;
+    bool shownListed = false;
+    for (const auto& c : candidates) {
+        const double p = c.toObject()["p"].toDouble();
+        EXPECT_LE(p, previous);
+        previous = p;
+        sum += p;
+        shownListed |= c.toObject()["bpm"].toDouble() == (*automatic)["bpm"].toDouble() &&
+                       p == (*automatic)["confidence"].toDouble();
+    }
+    EXPECT_LE(sum, 1.0 + 1e-12);
+    EXPECT_TRUE(shownListed);
     // The text line has no field for the mode; it shows the folded tempo.
     EXPECT_NE(run({"--octave", "150-300"}).find(": 240 BPM · "), std::string::npos);
 }

@@ -129,7 +129,8 @@ std::vector<double> refinedTempos(const TempoEvidence& evidence) {
 }
 
 OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& mode,
-                               const std::optional<FinalTempo>& classic) {
+                               const std::optional<FinalTempo>& classic,
+                               double classicConfidence) {
     const std::vector<double> others = refinedTempos(evidence);
     const double classicBpm = classic ? classic->bpm : 0.0;
     const std::vector<OctaveFeatures> candidates = octaveCandidates(
@@ -165,11 +166,20 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
     chosen.phase = placeBeatPhase(evidence.low, kEnvelopeFps, chosen.bpm, chosen.phase);
 
     const double probability = probabilityNear(chosen.bpm, candidates, p);
+    // The candidate the shown tempo stands for: the likeliest near it.
+    size_t shownAs = best;
+    for (size_t i = 0; i < candidates.size(); ++i) {
+        const bool near = std::abs(candidates[i].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
+        const bool nearBest = std::abs(candidates[shownAs].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
+        if (near && (!nearBest || p[i] > p[shownAs]))
+            shownAs = i;
+    }
     OctaveChoice choice;
     choice.tempo = chosen;
     choice.confidence = choiceConfidence(
         {probability, classic && std::abs(chosen.bpm - classic->bpm) <= kRightTempo * classic->bpm,
-         chosen.bpm, wholeBeatLoop});
+         chosen.bpm, wholeBeatLoop, candidates[shownAs].fullStrength, candidates[shownAs].barRepeat,
+         classicConfidence});
     choice.candidates =
         rankedCandidates(chosen.bpm, probability, choice.confidence, candidates, p);
     return choice;

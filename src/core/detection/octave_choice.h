@@ -28,7 +28,9 @@ struct OctaveChoice {
 // ends on the tempo at which it holds a whole number of beats. Either way
 // the grid's phase is placed anew (the low band decides it when it carries
 // the beat). Throws Failure::noRhythm when there is no candidate at all.
+// `classicConfidence` is the classic mode's confidence in its own tempo.
 OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& mode,
-                               const std::optional<FinalTempo>& classic);
+                               const std::optional<FinalTempo>& classic,
+                               double classicConfidence);
 
 } // namespace quorlen::detection

@@ -278,15 +278,16 @@ std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidat
 
 double choiceConfidence(const ChoiceEvidence& e) {
     // A logistic regression on answers the model gave for sources it was
-    // not fitted on, so that it speaks for music it has not seen: the
-    // model's own probability says most, agreeing with the classic tempo
-    // adds to it, and tempos far from 120 BPM, whose octave conventions
-    // differ most, take from it.
+    // not fitted on, so that it speaks for music it has not seen, and on
+    // noise and drones, whose every answer is wrong: the model's own
+    // probability and agreeing with the classic tempo say most; tempos far
+    // from 120 BPM, whose octave conventions differ most, take from it.
     const double p = std::clamp(e.probability, 1e-3, 1.0 - 1e-3);
-    const double z = 0.365 + 0.452 * std::log(p / (1.0 - p)) +
-                     0.493 * (e.agreesWithClassic ? 1.0 : 0.0) -
-                     0.790 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
-                     0.188 * (e.wholeBeatLoop ? 1.0 : 0.0);
+    const double z = 0.148 + 0.534 * std::log(p / (1.0 - p)) +
+                     0.543 * (e.agreesWithClassic ? 1.0 : 0.0) -
+                     0.753 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
+                     0.353 * (e.wholeBeatLoop ? 1.0 : 0.0) - 0.112 * e.fullStrength +
+                     0.151 * e.barRepeat + 0.368 * e.classicConfidence;
     return 1.0 / (1.0 + std::exp(-z));
 }
 

@@ -104,6 +104,9 @@ struct ChoiceEvidence {
     bool agreesWithClassic = false; // the classic tempo is within 4 % of it
     double bpm = 0.0;
     bool wholeBeatLoop = false; // moved to a whole number of beats of a loop
+    double fullStrength = 0.0;  // of the candidate it was chosen as
+    double barRepeat = 0.0;     // of the candidate it was chosen as
+    double classicConfidence = 0.0; // the classic mode's confidence in its own tempo
 };
 
 // The probability that the chosen tempo is right (within 4 %), fitted by

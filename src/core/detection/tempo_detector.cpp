@@ -133,14 +133,16 @@ Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) 
     } else if (isClassic) {
         throw Failure::noRhythm();
     }
+    const double classicConfidence =
+        classic ? confidence(classic->raw, evidence.envelopeMean, evidence.candidates.secondRaw)
+                : 0.0;
     Estimate estimate;
     FinalTempo chosen;
     if (isClassic) {
         chosen = *classic;
-        estimate.confidence =
-            confidence(chosen.raw, evidence.envelopeMean, evidence.candidates.secondRaw);
+        estimate.confidence = classicConfidence;
     } else {
-        OctaveChoice choice = chooseOctaveTempo(evidence, octave, classic);
+        OctaveChoice choice = chooseOctaveTempo(evidence, octave, classic, classicConfidence);
         chosen = choice.tempo;
         estimate.confidence = choice.confidence;
         estimate.candidates = std::move(choice.candidates);

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 namespace quorlen::detection {
@@ -64,6 +66,84 @@ TEST(OctaveChoice, TheGridLandsOnTheKicksNotTheLouderHats) {
         const double off = std::remainder(e.beatOffsetSeconds - groove.firstBeatSeconds, period);
         EXPECT_LE(std::abs(off), 0.010)
             << octaveModeText(mode) << " first beat " << e.beatOffsetSeconds;
+    }
+}
+
+// Whole beats in `seconds` at `bpm`, or -1 when they do not come out whole.
+double wholeBeatsIn(double seconds, double bpm) {
+    const double beats = seconds * bpm / 60.0;
+    return std::abs(beats - std::round(beats)) < 1e-9 ? std::round(beats) : -1.0;
+}
+
+TEST(OctaveChoice, ALoopIsReadFromItsLengthAtWholeBeats) {
+    struct Case {
+        Groove groove;
+        std::vector<double> accepted;
+        const char* source;
+    };
+    const std::vector<Case> cases = {
+        {{.bpm = 136.9, .seconds = 4 * 60 / 136.9, .steps = kTwoStep}, {136.9}, "a one-bar break"},
+        {{.bpm = 97, .seconds = 4 * 60 / 97.0, .steps = kTwoStep}, {97, 194}, "a 4-beat loop"},
+        {{.bpm = 124, .seconds = 8 * 60 / 124.0, .steps = kFourOnTheFloor}, {124}, "two bars"},
+        {{.bpm = 136, .seconds = 2 * 60 / 136.0, .steps = kFourOnTheFloor},
+         {136, 68},
+         "a two-beat loop, too short for the classic mode"},
+    };
+    for (const Case& c : cases) {
+        const TempoEvidence evidence = measureGroove(c.groove);
+        const Estimate e = estimateTempo(evidence, OctaveMode::automatic());
+        const double beats = wholeBeatsIn(e.durationSeconds, e.bpm);
+        EXPECT_GE(beats, 1.0) << c.source << ": " << e.bpm << " BPM";
+        EXPECT_TRUE(std::any_of(c.accepted.begin(), c.accepted.end(),
+                                [&](double bpm) { return std::abs(e.bpm - bpm) < 0.005 * bpm; }))
+            << c.source << ": " << e.bpm << " BPM";
+        if (std::fmod(beats, 4.0) == 0.0)
+            EXPECT_EQ(e.snappedBars, int(beats) / 4) << c.source;
+    }
+    // The classic mode keeps its minimum of 1.2 s.
+    const TempoEvidence shortest = measureGroove(cases.back().groove);
+    try {
+        estimateTempo(shortest, OctaveMode::classic());
+        ADD_FAILURE() << "a 0.88 s loop was read in the classic mode";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.kind(), FailureKind::tooShort);
+    }
+}
+
+TEST(OctaveChoice, ConfidenceIsHighOnAClickTrackAndCandidatesShareAtMostOne) {
+    std::vector<float> clicks = testing::clickTrain({.bpm = 120, .seconds = 40.3});
+    const Estimate e =
+        analyze(clicks, 44100.0, 40.3, {}, {}, OctaveMode::automatic());
+    EXPECT_NEAR(e.bpm, 120.0, 1.2);
+    EXPECT_GE(e.confidence, 0.7) << "a clean click track is High";
+    ASSERT_FALSE(e.candidates.empty());
+    EXPECT_LE(e.candidates.size(), 4u);
+    EXPECT_EQ(e.candidates.front().bpm, 120.0);
+    EXPECT_EQ(e.candidates.front().p, e.confidence);
+    double sum = 0.0;
+    for (size_t i = 0; i < e.candidates.size(); ++i) {
+        sum += e.candidates[i].p;
+        if (i > 0) {
+            EXPECT_LE(e.candidates[i].p, e.candidates[i - 1].p);
+            EXPECT_GT(std::abs(e.candidates[i].bpm - e.bpm), 0.04 * e.bpm);
+        }
+    }
+    EXPECT_LE(sum, 1.0);
+    EXPECT_TRUE(analyze(clicks, 44100.0, 40.3, {}).candidates.empty()) << "classic lists none";
+}
+
+TEST(OctaveChoice, NoiseIsNeverHigh) {
+    std::vector<float> noise(44100 * 20);
+    uint32_t state = 12345;
+    for (float& v : noise) {
+        state = state * 1664525u + 1013904223u;
+        v = 0.3f * (float(state >> 8) / float(1u << 24) - 0.5f);
+    }
+    try {
+        const Estimate e = analyze(noise, 44100.0, 20.0, {}, {}, OctaveMode::automatic());
+        EXPECT_LT(e.confidence, 0.7) << e.bpm;
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.kind(), FailureKind::noRhythm);
     }
 }
 
