@@ -167,6 +167,7 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
     const auto measure = [&](double bpm) {
         OctaveFeatures f;
         f.bpm = bpm;
+        f.shortFile = loop;
         f.ratio = classicBpm > 0.0 ? bpm / classicBpm : 0.0;
         f.logTempo = std::log2(bpm / kReferenceBpm);
         const GridFit fullFit = gridScore(evidence.full, evidence.fps, bpm, std::nullopt);
@@ -233,40 +234,61 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
     return candidates;
 }
 
-// Fitted by scripts/fit-octave-model on six sources: MIDI songs of a
-// train game, small MIDI sets (a role-playing game, a shooter, piano
-// lessons), tracker modules of three groups of games, and the project's own
-// rendered grooves and arrangements. Read as a whole: a tempo prior
-// centred near 100 BPM and about 0.55 octaves wide; four beats that make a
-// bar, in the whole band and more so in the kick and bass; off-beats
-// lighter than the beats and a beat that divides in two; about one kick
-// and two to three notes per beat; the classic tempo's octaves before its
-// triplet, dotted or unrelated rivals; and, for a loop, a whole number of
-// beats and of bars. The grid strengths weigh little once the repeats are
-// known. Tried and left out because they did not carry from one source to
-// another: the snare's repeat after two beats against one, and a stronger
-// or weaker L2 penalty.
+namespace {
+
+// Files of up to 30 s, fitted by scripts/fit-octave-model on six sources:
+// MIDI songs of a train game, small MIDI sets (a role-playing game, a
+// shooter, piano lessons), tracker modules of three groups of games, the
+// project's own rendered grooves, and noise and drones (which only teach
+// the confidence). Read as a whole: a tempo prior centred near 105 BPM and
+// about 0.5 octaves wide; four beats that make a bar, in the whole band and
+// more so in the kick and bass; off-beats lighter than the beats and a beat
+// that divides in two; about one kick and two notes per beat; the classic
+// tempo's octaves before its triplet, dotted or unrelated rivals; and a
+// whole number of beats, and of bars, in the loop's length.
+double shortFileScore(const OctaveFeatures& f) {
+    return -1.854 * f.logTempo * f.logTempo - 0.627 * f.logTempo - 0.695 * f.fullStrength +
+           0.206 * f.lowStrength - 0.462 * f.kicksPerBeat * f.kicksPerBeat -
+           0.002 * f.accentEvery8 + 1.239 * f.barRepeat + 2.200 * f.lowBarRepeat -
+           0.641 * f.halfBeat - 0.506 * f.tripletFeel + 2.263 * f.loopBeats + 1.390 * f.loopBars -
+           0.670 * f.triplet - 1.270 * f.dotted - 1.637 * f.unrelated + 0.627 * f.onsetsPerBeat -
+           0.294 * f.onsetsPerBeat * f.onsetsPerBeat - 0.181 * f.accentEvery2;
+}
+
+// Longer files keep the model fitted on the project's own grooves and
+// arrangements alone: on the other sources' pieces it chose better than a
+// refit on them (a hundred pieces are too few for the features above), and
+// so each of those sources scores it as music it has never seen. A tempo
+// prior centred on 120 BPM, a grid that gathers the onsets of the whole
+// band and more so of the kick and bass, about one kick per beat, no snare
+// once in eight beats (a half-time groove read double), four beats that
+// make a bar, off-beats lighter than the beats, a beat that divides in two.
+double longFileScore(const OctaveFeatures& f) {
+    return -1.700 * f.logTempo * f.logTempo + 1.206 * f.fullStrength + 1.902 * f.lowStrength -
+           1.218 * f.kicksPerBeat * f.kicksPerBeat - 0.663 * f.accentEvery8 + 1.440 * f.barRepeat +
+           2.015 * f.lowBarRepeat - 0.888 * f.halfBeat - 0.672 * f.tripletFeel;
+}
+
+} // namespace
+
 double octaveScore(const OctaveFeatures& f) {
-    return -1.714 * f.logTempo * f.logTempo - 0.441 * f.logTempo - 0.657 * f.fullStrength +
-           0.076 * f.lowStrength - 0.541 * f.kicksPerBeat * f.kicksPerBeat + 0.041 * f.accentEvery8 +
-           1.337 * f.barRepeat + 2.097 * f.lowBarRepeat - 0.735 * f.halfBeat -
-           0.602 * f.tripletFeel + 1.801 * f.loopBeats + 1.151 * f.loopBars - 0.850 * f.triplet -
-           1.384 * f.dotted - 1.382 * f.unrelated + 0.441 * f.onsetsPerBeat -
-           0.481 * f.onsetsPerBeat * f.onsetsPerBeat - 0.196 * f.accentEvery2;
+    return f.shortFile ? shortFileScore(f) : longFileScore(f);
 }
 
 std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidates) {
     // The scores are divided by a temperature and compete with a fixed
-    // score for "none of them"; both fitted with the weights.
-    constexpr double kTemperature = 0.760;
-    constexpr double kNoneScore = -1.800;
+    // score for "none of them"; both fitted with the weights, for short
+    // files and long ones.
+    const bool shortFile = !candidates.empty() && candidates.front().shortFile;
+    const double temperature = shortFile ? 0.711 : 1.060;
+    const double noneScore = shortFile ? 3.600 : 4.600;
     std::vector<double> p(candidates.size());
-    double top = kNoneScore;
+    double top = noneScore;
     for (size_t i = 0; i < candidates.size(); ++i) {
-        p[i] = octaveScore(candidates[i]) / kTemperature;
+        p[i] = octaveScore(candidates[i]) / temperature;
         top = std::max(top, p[i]);
     }
-    double sum = std::exp(kNoneScore - top);
+    double sum = std::exp(noneScore - top);
     for (double& v : p) {
         v = std::exp(v - top);
         sum += v;
@@ -283,11 +305,11 @@ double choiceConfidence(const ChoiceEvidence& e) {
     // probability and agreeing with the classic tempo say most; tempos far
     // from 120 BPM, whose octave conventions differ most, take from it.
     const double p = std::clamp(e.probability, 1e-3, 1.0 - 1e-3);
-    const double z = 0.148 + 0.534 * std::log(p / (1.0 - p)) +
-                     0.543 * (e.agreesWithClassic ? 1.0 : 0.0) -
-                     0.753 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
-                     0.353 * (e.wholeBeatLoop ? 1.0 : 0.0) - 0.112 * e.fullStrength +
-                     0.151 * e.barRepeat + 0.368 * e.classicConfidence;
+    const double z = 0.366 + 0.643 * std::log(p / (1.0 - p)) +
+                     0.563 * (e.agreesWithClassic ? 1.0 : 0.0) -
+                     0.822 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
+                     0.474 * (e.wholeBeatLoop ? 1.0 : 0.0) - 0.069 * e.fullStrength -
+                     0.088 * e.barRepeat + 0.242 * e.classicConfidence;
     return 1.0 / (1.0 + std::exp(-z));
 }
 

@@ -77,6 +77,9 @@ struct OctaveFeatures {
     double triplet = 0.0;
     double dotted = 0.0;
     double unrelated = 0.0;
+    // The file is no longer than kLoopMaxSeconds: such files, loops among
+    // them, have a model of their own.
+    bool shortFile = false;
 };
 
 // Features of the classic tempo's relatives (x1, 1/2, 2, 2/3, 3/2, 1/3, 3,
@@ -87,8 +90,8 @@ struct OctaveFeatures {
 std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, double classicBpm);
 
 // The model's preference for one candidate, a conditional logit (softmax
-// over each file's candidates) fitted by scripts/fit-octave-model on
-// sources that nobody on the project made, checked source by source (each
+// over each file's candidates), one for files of up to 30 s and one for
+// longer files, checked by scripts/fit-octave-model source by source (each
 // left out of the fit in turn and scored). The weights and what each says
 // are in octave_model.cpp.
 double octaveScore(const OctaveFeatures& features);
