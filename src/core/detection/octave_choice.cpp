@@ -19,8 +19,10 @@ constexpr int kBeatsPerBar = 4;
 constexpr size_t kShownCandidates = 4;
 // A short file's tempo this close to one of whole beats is read as a loop
 // and moved there; further off, the file is a clip that is no loop (a
-// refined tempo is rarely more than a percent off).
+// refined tempo is rarely more than a percent off), unless it holds so few
+// beats that it can only be a loop.
 constexpr double kLoopSnap = 0.015;
+constexpr double kSureLoopBeats = 8.0;
 
 // The classic tempo times `factor` (a power of two); a loop of b beats at
 // the classic tempo is b x factor beats at the new one.
@@ -76,9 +78,10 @@ FinalTempo wholeBeatTempo(const TempoEvidence& evidence, double target, double l
     return result;
 }
 
-bool nearWholeBeats(double bpm, const TempoEvidence& evidence) {
-    const double whole = tempoOfBeats(wholeBeats(bpm, evidence.durationSeconds), evidence.durationSeconds);
-    return std::abs(whole - bpm) <= kLoopSnap * bpm;
+bool readAsLoop(double bpm, const TempoEvidence& evidence) {
+    const double seconds = evidence.durationSeconds;
+    const double whole = tempoOfBeats(wholeBeats(bpm, seconds), seconds);
+    return std::abs(whole - bpm) <= kLoopSnap * bpm || bpm * seconds / 60.0 < kSureLoopBeats;
 }
 
 double probabilityNear(double bpm, const std::vector<OctaveFeatures>& candidates,
@@ -154,10 +157,10 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
         // leave part of a beat over.
         const double beats = chosen.bpm * evidence.durationSeconds / 60.0;
         const bool fractional = std::abs(beats - std::round(beats)) > 1e-6;
-        wholeBeatLoop = loop && (!classic || (fractional && nearWholeBeats(target, evidence)));
+        wholeBeatLoop = loop && (!classic || (fractional && readAsLoop(target, evidence)));
         if (wholeBeatLoop)
             chosen = wholeBeatTempo(evidence, target, mode.lowBpm, mode.highBpm);
-    } else if (loop && (!classic || nearWholeBeats(candidates[best].bpm, evidence))) {
+    } else if (loop && (!classic || readAsLoop(candidates[best].bpm, evidence))) {
         chosen = wholeBeatTempo(evidence, candidates[best].bpm, kMinBpm, kMaxBpm);
         wholeBeatLoop = true;
     } else {

@@ -305,11 +305,11 @@ double choiceConfidence(const ChoiceEvidence& e) {
     // probability and agreeing with the classic tempo say most; tempos far
     // from 120 BPM, whose octave conventions differ most, take from it.
     const double p = std::clamp(e.probability, 1e-3, 1.0 - 1e-3);
-    const double z = 0.366 + 0.643 * std::log(p / (1.0 - p)) +
-                     0.563 * (e.agreesWithClassic ? 1.0 : 0.0) -
-                     0.822 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
-                     0.474 * (e.wholeBeatLoop ? 1.0 : 0.0) - 0.069 * e.fullStrength -
-                     0.088 * e.barRepeat + 0.242 * e.classicConfidence;
+    const double z = 0.399 + 0.643 * std::log(p / (1.0 - p)) +
+                     0.544 * (e.agreesWithClassic ? 1.0 : 0.0) -
+                     0.803 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
+                     0.517 * (e.wholeBeatLoop ? 1.0 : 0.0) - 0.074 * e.fullStrength -
+                     0.078 * e.barRepeat + 0.262 * e.classicConfidence;
     return 1.0 / (1.0 + std::exp(-z));
 }
 
