@@ -10,6 +10,7 @@
 #include "detection/onset_envelope.h"
 #include "detection/resample.h"
 #include "detection/tempo_search.h"
+#include "key/tonal_frames.h"
 
 #include <algorithm>
 #include <cmath>
@@ -85,6 +86,7 @@ double confidence(double raw, double envelopeMean, double secondRaw) {
 
 void prepareAnalysis() {
     preparePlans(kFrameLength, true);
+    preparePlans(key::kKeyFrameLength, true);
     // The autocorrelation's transform grows with the envelope, from that of
     // the shortest file analysed to that of the 300 s window.
     const auto envelopeFrames = [](size_t samples) {

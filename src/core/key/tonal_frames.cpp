@@ -94,20 +94,63 @@ TonalFrame tonalFrame(std::span<const float> magnitude) {
     return frame;
 }
 
+namespace {
+
+// Whether `frame` holds a peak within kSustainCents of `hz`; its peaks
+// ascend, so a binary search finds the nearest.
+bool holdsPeakNear(const TonalFrame& frame, float hz) {
+    const float low = hz * static_cast<float>(std::exp2(-kSustainCents / 1200.0));
+    const float high = hz * static_cast<float>(std::exp2(kSustainCents / 1200.0));
+    const auto first = std::lower_bound(frame.peaks.begin(), frame.peaks.end(), low,
+                                        [](const Peak& p, float v) { return p.hz < v; });
+    return first != frame.peaks.end() && first->hz <= high;
+}
+
+} // namespace
+
+void keepSustainedTonalness(std::vector<TonalFrame>& frames) {
+    std::vector<double> sustained(frames.size(), 0.0);
+    for (size_t t = 0; t < frames.size(); ++t) {
+        double all = 0.0, held = 0.0;
+        for (const Peak& p : frames[t].peaks) {
+            const double e = double(p.magnitude) * p.magnitude;
+            all += e;
+            if ((t > 0 && holdsPeakNear(frames[t - 1], p.hz)) ||
+                (t + 1 < frames.size() && holdsPeakNear(frames[t + 1], p.hz)))
+                held += e;
+        }
+        sustained[t] = all > 0.0 ? frames[t].tonalness * held / all : 0.0;
+    }
+    for (size_t t = 0; t < frames.size(); ++t)
+        frames[t].tonalness = sustained[t];
+}
+
+size_t keyFrameCount(size_t samples) {
+    if (samples <= kKeyFrameLength)
+        return 1;
+    return std::min((samples - kKeyFrameLength) / kKeyHopSamples + 1, kMaxKeyFrames);
+}
+
+size_t keyFrameStart(size_t frame, size_t samples) {
+    const size_t count = keyFrameCount(samples);
+    if (count < kMaxKeyFrames)
+        return frame * kKeyHopSamples;
+    // The last frame ends where the signal ends.
+    return (samples - kKeyFrameLength) * frame / (count - 1);
+}
+
 std::vector<TonalFrame> tonalFrames(std::span<const float> samples,
                                     const detection::CancelCheck& isCancelled) {
     const std::vector<float> window = hannWindow();
     detection::RealFFT fft(kKeyFrameLength);
     std::vector<float> frame(kKeyFrameLength), real(kKeyBins), imag(kKeyBins), magnitude(kKeyBins);
-    const size_t count = samples.size() <= kKeyFrameLength
-                             ? 1
-                             : (samples.size() - kKeyFrameLength) / kKeyHopSamples + 1;
+    const size_t count = keyFrameCount(samples.size());
     std::vector<TonalFrame> frames;
     frames.reserve(count);
     for (size_t i = 0; i < count; ++i) {
         if (i % kKeyCancelStride == 0 && isCancelled && isCancelled())
             return {};
-        const size_t start = i * kKeyHopSamples;
+        const size_t start = keyFrameStart(i, samples.size());
         const size_t available = std::min(kKeyFrameLength, samples.size() - start);
         for (size_t k = 0; k < available; ++k)
             frame[k] = samples[start + k] * window[k];

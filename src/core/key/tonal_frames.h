@@ -14,7 +14,11 @@ namespace quorlen::key {
 // bins) cannot do below 400 Hz.
 inline constexpr double kKeyRateHz = 22050.0;
 inline constexpr size_t kKeyFrameLength = 8192;
-inline constexpr size_t kKeyHopSamples = 4096; // 0.186 s
+// Frames do not overlap: half the work of overlapping ones for the same key.
+inline constexpr size_t kKeyHopSamples = 8192; // 0.372 s
+// Longer signals space their frames further apart: 800 frames, however far
+// apart, hold a file's key, and the key stays a small part of the analysis.
+inline constexpr size_t kMaxKeyFrames = 800;
 inline constexpr double kKeyBinHz = kKeyRateHz / double(kKeyFrameLength);
 inline constexpr size_t kKeyBins = kKeyFrameLength / 2 + 1;
 // The band searched for peaks and measured for energy.
@@ -47,9 +51,22 @@ inline constexpr size_t kMaxPeaks = 48;
 // frame's largest; the strongest kMaxPeaks are kept.
 TonalFrame tonalFrame(std::span<const float> magnitude);
 
+// Keeps of each frame's tonalness only the share of its peaks that go on in
+// a neighbouring frame (a peak within kSustainCents there; shares by
+// squared magnitude): a held note spans frames 0.37 s apart, the ringing
+// of a drum dies within one. Frames are those of one signal, in order.
+inline constexpr double kSustainCents = 35.0;
+void keepSustainedTonalness(std::vector<TonalFrame>& frames);
+
+// Where the frames of a signal of `samples` start: every kKeyHopSamples, or
+// evenly spaced when that would make more than kMaxKeyFrames.
+size_t keyFrameCount(size_t samples);
+size_t keyFrameStart(size_t frame, size_t samples);
+
 // The frames of `samples` (22050 Hz): 8192-point Hann frames every 4096
-// samples; a signal shorter than one frame is padded with silence. Empty
-// when cancelled.
+// samples, or at most kMaxKeyFrames spread evenly over a longer signal; a
+// signal shorter than one frame is padded with silence. Empty when
+// cancelled.
 std::vector<TonalFrame> tonalFrames(std::span<const float> samples,
                                     const detection::CancelCheck& isCancelled);
 
