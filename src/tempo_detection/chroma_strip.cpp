@@ -16,7 +16,8 @@ constexpr double kGap = 3.0;
 
 } // namespace
 
-ChromaStrip::ChromaStrip(const QColor& accent, QWidget* parent) : QWidget(parent), m_accent(accent) {
+ChromaStrip::ChromaStrip(const QColor& accent, QWidget* parent)
+    : QWidget(parent), m_accent(accent) {
     setFixedSize(sizeHint());
     setToolTip(QStringLiteral("Bars: how strongly each pitch class sounds · marks: what the key "
                               "leads to expect"));
@@ -55,11 +56,11 @@ void ChromaStrip::paintEvent(QPaintEvent*) {
         painter.setBrush(QuorlenTheme::saffron());
         painter.drawRect(QRectF(expected.left(), expected.top() - 1, expected.width(), 2));
         painter.setPen(i == m_tonic ? colors.primaryText : colors.secondaryText);
-        painter.drawText(QRectF(track.left() - kGap, track.bottom(), track.width() + 2 * kGap,
-                                kLabelHeight),
-                         Qt::AlignCenter,
-                         QString::fromLatin1(NoteFrequency::names[c].data(),
-                                             qsizetype(NoteFrequency::names[c].size())));
+        painter.drawText(
+            QRectF(track.left() - kGap, track.bottom(), track.width() + 2 * kGap, kLabelHeight),
+            Qt::AlignCenter,
+            QString::fromLatin1(NoteFrequency::names[c].data(),
+                                qsizetype(NoteFrequency::names[c].size())));
     }
 }
 

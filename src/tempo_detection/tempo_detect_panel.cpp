@@ -172,18 +172,24 @@ QWidget* TempoDetectPanel::makeKeyRow(const QColor& accent) {
     m_noKey = new SchemeLabel(QString::fromLatin1(key::kNoKeyText), uiFont(12),
                               SchemeLabel::Role::Secondary, row);
     m_noKey->setObjectName(QStringLiteral("noKeyNote"));
-    layout->addWidget(
-        captioned(QStringLiteral("Detected key"), {m_keyName, m_camelot, m_keyConfidence, m_noKey}),
-        0, Qt::AlignTop);
+    // Key over tuning, so that the row fits beside the strip and the
+    // buttons in the narrowest window.
+    auto* figures = new QVBoxLayout;
+    figures->setSpacing(6);
+    figures->addWidget(captioned(QStringLiteral("Detected key"),
+                                 {m_keyName, m_camelot, m_keyConfidence, m_noKey}));
     m_tuningCents = value("detectedTuning", uiFont(12, QFont::DemiBold));
     m_a4 = value("detectedA4", uiFont(12, QFont::DemiBold));
     m_tuning = captioned(QStringLiteral("Tuning"), {m_tuningCents, m_a4});
-    layout->addWidget(m_tuning, 0, Qt::AlignTop);
+    figures->addWidget(m_tuning);
+    figures->addStretch();
+    layout->addLayout(figures);
     layout->addStretch();
     m_chroma = new ChromaStrip(accent, row);
     m_chroma->setObjectName(QStringLiteral("chromaStrip"));
     layout->addWidget(m_chroma, 0, Qt::AlignVCenter);
     auto* buttons = new QVBoxLayout;
+    buttons->addStretch();
     buttons->setSpacing(6);
     m_useKey =
         new KitButton(QStringLiteral("Use this key"), QStringLiteral("smallcircle.filled.circle"),
@@ -196,6 +202,7 @@ QWidget* TempoDetectPanel::makeKeyRow(const QColor& accent) {
     m_useA4->setToolTip(QStringLiteral("Set the pitch tools' A4 to the file's tuning"));
     buttons->addWidget(m_useKey);
     buttons->addWidget(m_useA4);
+    buttons->addStretch();
     layout->addLayout(buttons);
     return row;
 }

@@ -1,14 +1,13 @@
+#include "detection/resample.h"
 #include "key/key_detector.h"
 #include "key/key_names.h"
-
-#include "detection/resample.h"
 #include "key_signals.h"
 #include "test_signals.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <random>
-
-#include <gtest/gtest.h>
 
 namespace quorlen::key {
 namespace {
@@ -38,7 +37,7 @@ TEST(KeyDetector, TransposedAndDetunedPiecesKeepTheirKeyAndReportTheTuning) {
         const char* key;
     };
     const Case cases[] = {
-        {0, false, 25.0, "C"},  {6, false, -40.0, "F#"}, {3, true, 25.0, "Cm"},
+        {0, false, 25.0, "C"},   {6, false, -40.0, "F#"}, {3, true, 25.0, "Cm"},
         {-2, true, -12.5, "Gm"}, {1, false, 0.0, "Db"},   {4, true, 40.0, "C#m"},
     };
     for (const Case& c : cases) {

@@ -1,12 +1,11 @@
 #include "key/chroma.h"
 #include "key/tonal_frames.h"
-
 #include "test_signals.h"
+
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
-
-#include <gtest/gtest.h>
 
 namespace quorlen::key {
 namespace {
@@ -19,8 +18,8 @@ std::vector<TonalFrame> framesAt(std::initializer_list<std::pair<double, int>> c
             TonalFrame f;
             f.tonalness = 1.0;
             const int semitone = i % 12; // spread over pitch classes and octaves
-            f.peaks.push_back({static_cast<float>(220.0 * std::exp2((semitone + cents / 100.0) / 12.0)),
-                               1.0f});
+            f.peaks.push_back(
+                {static_cast<float>(220.0 * std::exp2((semitone + cents / 100.0) / 12.0)), 1.0f});
             frames.push_back(f);
         }
     return frames;
@@ -34,7 +33,8 @@ TEST(Tuning, IsTheModeOfTheGridOffsetsAndWrapsAtHalfASemitone) {
     };
     const Case cases[] = {
         {"in tune", framesAt({{0.0, 24}}), 0.0},
-        {"a quarter-tone region, both sides of the wrap", framesAt({{49.0, 12}, {-49.0, 12}}), 50.0},
+        {"a quarter-tone region, both sides of the wrap", framesAt({{49.0, 12}, {-49.0, 12}}),
+         50.0},
         {"fifth harmonics 14 cents flat do not drag the mode",
          framesAt({{10.0, 36}, {10.0 - 13.7, 12}}), 10.0},
         {"detuned down", framesAt({{-32.5, 24}}), -32.5},
@@ -97,8 +97,13 @@ TEST(TonalFrames, LongSignalsSpreadABoundedNumberOfFrames) {
         size_t frames;
     };
     // (samples - 8192) / 8192 + 1 frames, at most 800.
-    const Case cases[] = {{0, 1}, {8192, 1}, {8193, 1}, {16384, 2}, {22050 * 60, 161},
-                          {8192 + 799 * 8192, 800}, {22050 * 600, 800}};
+    const Case cases[] = {{0, 1},
+                          {8192, 1},
+                          {8193, 1},
+                          {16384, 2},
+                          {22050 * 60, 161},
+                          {8192 + 799 * 8192, 800},
+                          {22050 * 600, 800}};
     for (const Case& c : cases) {
         EXPECT_EQ(keyFrameCount(c.samples), c.frames) << c.samples;
         const size_t last = c.frames - 1;
