@@ -110,9 +110,10 @@ TEST(TonalFrames, LongSignalsSpreadABoundedNumberOfFrames) {
         EXPECT_LE(keyFrameStart(last, c.samples) + kKeyFrameLength,
                   std::max(c.samples, kKeyFrameLength))
             << "the last frame ends within the signal: " << c.samples;
-        if (c.frames > 1)
+        if (c.frames > 1) {
             EXPECT_GT(keyFrameStart(last, c.samples) + kKeyFrameLength + kKeyHopSamples, c.samples)
                 << "and reaches its end: " << c.samples;
+        }
     }
     EXPECT_EQ(keyFrameStart(1, 22050 * 60), kKeyHopSamples);
 }
