@@ -3,6 +3,7 @@
 #include "app/preferences.h"
 #include "audio/chord_player.h"
 #include "state/calculator_state.h"
+#include "tempo_detection/tempo_detect_panel.h"
 #include "tools/euclidean/euclidean_rhythm_view.h"
 #include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/harmonics/harmonic_series_view.h"
@@ -30,6 +31,20 @@ QWidget* createFifthsView(CalculatorState& state, const QColor& tint, Synthesise
     return view;
 }
 
+// "Use this key" in the detection panel selects the key the harmony screen
+// shows on its next visit, in the same store as a click on its wheel.
+QWidget* createTempoView(CalculatorState& state, TempoDetectModel& detection, const QColor& tint,
+                         QWidget* parent) {
+    auto* view = new TempoView(state, detection, tint, parent);
+    QObject::connect(view->detectPanel(), &TempoDetectPanel::keyChosen, view,
+                     [](int index, bool minor) {
+                         Preferences preferences;
+                         preferences.setFifthsSelectedIndex(index);
+                         preferences.setFifthsMinorSelected(minor);
+                     });
+    return view;
+}
+
 } // namespace
 
 QWidget* createToolView(CalculatorTool tool, CalculatorState& state,
@@ -39,7 +54,7 @@ QWidget* createToolView(CalculatorTool tool, CalculatorState& state,
     Synthesiser& synthesiser = ChordPlayer::shared();
     switch (tool) {
     case CalculatorTool::bpm:
-        return new TempoView(state, detection(), tint, parent);
+        return createTempoView(state, detection(), tint, parent);
     case CalculatorTool::rhythm:
         return new EuclideanRhythmView(state, tint, synthesiser, parent);
     case CalculatorTool::space:

@@ -5,6 +5,7 @@
 #include "cli/command_line.h"
 #include "cli/detect_report.h"
 #include "cli/interrupt.h"
+#include "cli/key_report.h"
 #include "detection/tempo_detector.h"
 
 #include <algorithm>
@@ -26,11 +27,13 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false}, {"-j", true, "--jobs"}, {"--octave", true}};
+constexpr KnownOption kOptions[] = {
+    {"--json", false}, {"-j", true, "--jobs"}, {"--octave", true}, {"--key", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
     bool json = false;
+    bool key = false;
     detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
     std::vector<std::string> paths;
@@ -39,6 +42,7 @@ struct DetectOptions {
 std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& arguments) {
     DetectOptions options;
     options.json = arguments.has("--json");
+    options.key = arguments.has("--key");
     if (const auto text = arguments.value("-j")) {
         const auto threads =
             wholeNumberArgument(*text, 1, std::numeric_limits<int>::max(), "a number of threads");
@@ -104,6 +108,7 @@ constexpr int kThreadsPerCore = 2;
 struct Job {
     const std::vector<AudioPath>& files;
     bool json;
+    bool key;
     detection::OctaveMode octave;
     int innerThreads; // threads inside one analysis
     detection::CancelCheck cancelled;
@@ -128,11 +133,14 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     }
     try {
         const detection::Analysis analysis =
-            detection::analyzeFile(file, job.cancelled, {job.innerThreads}, job.octave);
-        board.post(i,
-                   job.json ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
-                            : textLine(file, analysis.estimate, analysis.damaged),
-                   false);
+            detection::analyzeFile(file, job.cancelled, {job.innerThreads, job.key}, job.octave);
+        std::string line = job.json
+                               ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
+                               : textLine(file, analysis.estimate, analysis.damaged);
+        if (analysis.key)
+            line = job.json ? withJsonMembers(std::move(line), keyJsonMembers(*analysis.key))
+                            : line + keyTextLine(*analysis.key);
+        board.post(i, std::move(line), false);
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;
@@ -186,7 +194,10 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
-    const Job job{files, options.json, options.octave,
+    const Job job{files,
+                  options.json,
+                  options.key,
+                  options.octave,
                   std::max(1, threads / std::max<int>(1, int(files.size()))),
                   [&] { return interrupted.load() || outputFailed.load(); }};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;

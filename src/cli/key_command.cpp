@@ -5,6 +5,7 @@
 #include "cli/pitch_arguments.h"
 #include "cli/text_table.h"
 #include "harmony/key_selection.h"
+#include "key/key_names.h"
 #include "text/number_format.h"
 
 #include <ostream>
@@ -108,10 +109,14 @@ std::variant<KeyRequest, UsageError> readRequest(const ParsedArguments& argument
     if (arguments.positionals.size() != 1)
         return UsageError{"expected one key, got " + std::to_string(arguments.positionals.size())};
     const std::string_view name = arguments.positionals.front();
-    const auto key = parseKeyName(name);
+    // A name as `quorlen detect --key` prints it, or its Camelot code.
+    auto key = parseKeyName(name);
+    if (!key)
+        key = key::parseCamelotCode(name);
     if (!key)
         return UsageError{"'" + std::string(name) +
-                          "' is not a key (C, F#, Db … major; Am, F#m, Bbm … minor)"};
+                          "' is not a key (C, F#, Db … major; Am, F#m, Bbm … minor; or a "
+                          "Camelot code such as 8B or 11A)"};
     const auto a4 = a4Option(arguments);
     if (const auto* error = std::get_if<UsageError>(&a4))
         return *error;

@@ -49,5 +49,11 @@ set(quorlen_core_sources
   detection/tempo_search.cpp
   rhythm/wheel_layout.cpp
   detection/waveform_layout.cpp
+  key/chroma.cpp
+  key/key_detector.cpp
+  key/key_names.cpp
+  key/key_profiles.cpp
+  key/key_text.cpp
+  key/tonal_frames.cpp
   preview/preview_frames.cpp
 )

@@ -43,6 +43,7 @@ detection::Analysis analyseWithEngine(const std::string& path,
     // file is analysed.
     detection::AnalysisOptions options;
     options.threads = std::max(1, QThread::idealThreadCount() - 1);
+    options.key = true;
     return detection::analyzeFile(path, isCancelled, options, octave);
 }
 
@@ -151,7 +152,8 @@ void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& out
                              analysis.estimate.bpm,
                              analysis.estimate.beatOffsetSeconds,
                              analysis.estimate.snappedBars,
-                             analysis.damaged};
+                             analysis.damaged,
+                             analysis.key};
         m_status.reset();
         m_failed = false;
     } else if (!outcome.cancelled) {

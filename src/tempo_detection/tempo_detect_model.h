@@ -35,8 +35,9 @@ public:
         QString path;                 // the analysed file, for the preview
         double bpm = 0;               // shown; halving and doubling change it
         double beatOffsetSeconds = 0;
-        std::optional<int> snappedBars; // cleared by halving and doubling
-        bool damaged = false;           // the decoder skipped parts of the file
+        std::optional<int> snappedBars;      // cleared by halving and doubling
+        bool damaged = false;                // the decoder skipped parts of the file
+        std::optional<key::KeyEstimate> key; // when the analysis measured it
     };
 
     // Runs on a worker thread: decodes and analyses the file, polling the

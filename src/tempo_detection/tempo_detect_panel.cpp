@@ -1,7 +1,11 @@
 #include "tempo_detection/tempo_detect_panel.h"
 
 #include "detection/display_text.h"
+#include "key/key_names.h"
+#include "key/key_text.h"
+#include "pitch/pitch_fields.h"
 #include "state/calculator_state.h"
+#include "tempo_detection/chroma_strip.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/octave_setting.h"
@@ -68,6 +72,8 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& mod
     header->addLayout(makeTempoColumn(), 1);
     header->addLayout(makeConfidenceColumn());
     column->addLayout(header);
+    m_keyRow = makeKeyRow(accent);
+    column->addWidget(m_keyRow);
     m_grid = new WaveformGrid(accent, m_results);
     column->addWidget(m_grid);
     column->addLayout(makeButtonRow(accent));
@@ -129,6 +135,78 @@ QLayout* TempoDetectPanel::makeConfidenceColumn() {
     return column;
 }
 
+// Under the tempo: the key with its Camelot code and confidence, the
+// tuning, the chroma strip, and the two buttons that hand them on.
+QWidget* TempoDetectPanel::makeKeyRow(const QColor& accent) {
+    auto* row = new QWidget(m_results);
+    row->setObjectName(QStringLiteral("detectedKeyRow"));
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(18);
+    const auto value = [&](const char* name, const QFont& font) {
+        auto* created = new CopyableText(row);
+        created->setObjectName(QString::fromLatin1(name));
+        created->setFont(font);
+        return created;
+    };
+    const auto captioned = [&](const QString& caption, std::initializer_list<QWidget*> values) {
+        auto* column = new QWidget(row);
+        auto* stack = new QVBoxLayout(column);
+        stack->setContentsMargins(0, 0, 0, 0);
+        stack->setSpacing(2);
+        stack->addWidget(
+            new SchemeLabel(caption, uiFont(11), SchemeLabel::Role::Secondary, column));
+        auto* line = new QHBoxLayout;
+        line->setSpacing(8);
+        for (QWidget* v : values) {
+            v->setParent(column);
+            line->addWidget(v, 0, Qt::AlignBottom);
+        }
+        line->addStretch();
+        stack->addLayout(line);
+        return column;
+    };
+    m_keyName = value("detectedKey", uiFont(20, QFont::Bold));
+    m_camelot = value("detectedCamelot", uiFont(12, QFont::DemiBold));
+    m_keyConfidence = value("detectedKeyConfidence", uiFont(12, QFont::DemiBold));
+    m_noKey = new SchemeLabel(QString::fromLatin1(key::kNoKeyText), uiFont(12),
+                              SchemeLabel::Role::Secondary, row);
+    m_noKey->setObjectName(QStringLiteral("noKeyNote"));
+    // Key over tuning, so that the row fits beside the strip and the
+    // buttons in the narrowest window.
+    auto* figures = new QVBoxLayout;
+    figures->setSpacing(6);
+    figures->addWidget(captioned(QStringLiteral("Detected key"),
+                                 {m_keyName, m_camelot, m_keyConfidence, m_noKey}));
+    m_tuningCents = value("detectedTuning", uiFont(12, QFont::DemiBold));
+    m_a4 = value("detectedA4", uiFont(12, QFont::DemiBold));
+    m_tuning = captioned(QStringLiteral("Tuning"), {m_tuningCents, m_a4});
+    figures->addWidget(m_tuning);
+    figures->addStretch();
+    layout->addLayout(figures);
+    layout->addStretch();
+    m_chroma = new ChromaStrip(accent, row);
+    m_chroma->setObjectName(QStringLiteral("chromaStrip"));
+    layout->addWidget(m_chroma, 0, Qt::AlignVCenter);
+    auto* buttons = new QVBoxLayout;
+    buttons->addStretch();
+    buttons->setSpacing(6);
+    m_useKey =
+        new KitButton(QStringLiteral("Use this key"), QStringLiteral("smallcircle.filled.circle"),
+                      KitButton::Style::Bordered, accent, row);
+    m_useKey->setObjectName(QStringLiteral("useKeyButton"));
+    m_useKey->setToolTip(QStringLiteral("Select this key on the circle of fifths"));
+    m_useA4 = new KitButton(QStringLiteral("Use this A4"), QStringLiteral("tuningfork"),
+                            KitButton::Style::Bordered, accent, row);
+    m_useA4->setObjectName(QStringLiteral("useA4Button"));
+    m_useA4->setToolTip(QStringLiteral("Set the pitch tools' A4 to the file's tuning"));
+    buttons->addWidget(m_useKey);
+    buttons->addWidget(m_useA4);
+    buttons->addStretch();
+    layout->addLayout(buttons);
+    return row;
+}
+
 QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
@@ -167,6 +245,8 @@ void TempoDetectPanel::connectControls() {
             m_model.startPreview();
     });
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
+    connect(m_useKey, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedKey);
+    connect(m_useA4, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedA4);
     connect(&m_model, &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
     // Ends with the model or with this panel, whichever goes first: the
     // model usually outlives the panel, but a panel still waiting for its
@@ -231,6 +311,50 @@ void TempoDetectPanel::refresh() {
     m_note->setAccessibleName(note);
     m_tempo->setAccessibleName(QStringLiteral("Detected tempo ") + tempo + QStringLiteral(" BPM"));
     m_confidence->setAccessibleName(QStringLiteral("Confidence ") + m_confidence->display());
+    refreshKey(d);
+}
+
+void TempoDetectPanel::refreshKey(const TempoDetectModel::Detection& d) {
+    m_keyRow->setVisible(d.key.has_value());
+    if (!d.key)
+        return;
+    const key::KeyEstimate& estimate = *d.key;
+    const bool found = estimate.key.has_value();
+    for (QWidget* shown :
+         std::initializer_list<QWidget*>{m_camelot, m_keyConfidence, m_tuning, m_chroma})
+        shown->setVisible(found);
+    m_noKey->setVisible(!found);
+    m_useKey->setEnabled(found);
+    m_useA4->setEnabled(found);
+    if (!found) {
+        m_keyName->setValue(QStringLiteral("None"));
+        m_keyName->setAccessibleName(QStringLiteral("Detected key: none, ") +
+                                     QString::fromLatin1(key::kNoKeyText));
+        return;
+    }
+    const KeySelection& k = *estimate.key;
+    const QString name = QString::fromUtf8(k.shortName().data(), qsizetype(k.shortName().size()));
+    m_keyName->setValue(name, QString::fromStdString(key::asciiKeyName(k)));
+    m_keyName->setAccessibleName(QStringLiteral("Detected key ") +
+                                 QString::fromStdString(k.longName()));
+    const QString camelot = QString::fromStdString(key::camelotCode(k));
+    m_camelot->setValue(camelot);
+    m_camelot->setAccessibleName(QStringLiteral("Camelot code ") + camelot);
+    const QString percent = QString::fromStdString(key::percentText(estimate.confidence));
+    m_keyConfidence->setValue(percent, percent.chopped(1));
+    m_keyConfidence->setAccessibleName(QStringLiteral("Key confidence ") + percent);
+    const double cents = estimate.tuningCents.value_or(0.0);
+    const QString centsText = QString::fromStdString(key::centsText(cents));
+    m_tuningCents->setValue(centsText + QStringLiteral(" cents"), centsText);
+    m_tuningCents->setAccessibleName(QStringLiteral("Tuning ") + centsText +
+                                     QStringLiteral(" cents"));
+    const QString a4 = QString::fromStdString(key::a4Text(cents));
+    m_a4->setValue(QStringLiteral("A4 ") + a4 + QStringLiteral(" Hz"), a4);
+    m_a4->setAccessibleName(QStringLiteral("A4 ") + a4 + QStringLiteral(" hertz"));
+    m_chroma->setEvidence(estimate.chroma, estimate.profile, k.tonicPitchClass());
+    m_chroma->setAccessibleName(
+        QStringLiteral("Pitch classes of the file against the profile of ") +
+        QString::fromStdString(k.longName()));
 }
 
 void TempoDetectPanel::refreshPlayhead() {
@@ -252,6 +376,25 @@ void TempoDetectPanel::useDetectedBpm() {
         return;
     const double rounded = text::roundHalfAway(result->bpm * 100) / 100;
     m_state.setBpm(std::clamp(rounded, tempo::kControlBpmRange.min, tempo::kControlBpmRange.max));
+}
+
+void TempoDetectPanel::useDetectedKey() {
+    const auto& result = m_model.result();
+    if (!result || !result->key || !result->key->key)
+        return;
+    emit keyChosen(result->key->key->index, result->key->key->isMinor);
+}
+
+// As shown (two decimals) and clamped like the A4 field; the field's text
+// follows, as after any change that is not typed.
+void TempoDetectPanel::useDetectedA4() {
+    const auto& result = m_model.result();
+    if (!result || !result->key || !result->key->tuningCents)
+        return;
+    const double a4 =
+        std::clamp(key::shownA4(*result->key->tuningCents), kA4Range.min, kA4Range.max);
+    m_state.setA4(a4);
+    m_state.setA4Text(QString::fromStdString(a4FieldText(a4)));
 }
 
 } // namespace quorlen

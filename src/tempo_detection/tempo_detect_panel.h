@@ -10,6 +10,7 @@ class QLayout;
 namespace quorlen {
 
 class CalculatorState;
+class ChromaStrip;
 class ConfidenceBar;
 class CopyableText;
 class DropZone;
@@ -18,8 +19,10 @@ class SchemeLabel;
 class WaveformGrid;
 
 // "Detect BPM from Audio": the drop zone, then for a detection its tempo,
-// confidence, waveform with the beat grid, ÷2 ×2, the preview and "Use this
-// BPM", which is the only thing here that writes the calculator state.
+// confidence, key and tuning (when the analysis measured them), waveform
+// with the beat grid, ÷2 ×2, the preview and "Use this BPM". "Use this BPM"
+// and "Use this A4" are the only things here that write the calculator
+// state; "Use this key" asks, through keyChosen, for the harmony tool's key.
 // Presents a TempoDetectModel that outlives it: the window keeps the last
 // result, and an analysis still running, while other tools are shown.
 class TempoDetectPanel : public PremiumPanel {
@@ -42,10 +45,18 @@ public:
     // The drop zone's heading for the model's state.
     static QString heading(const TempoDetectModel& model);
 
+signals:
+    // "Use this key": the detected key as a circle position and ring.
+    void keyChosen(int index, bool minor);
+
 private:
     QLayout* makeTempoColumn();
     QLayout* makeConfidenceColumn();
     QLayout* makeButtonRow(const QColor& accent);
+    QWidget* makeKeyRow(const QColor& accent);
+    void refreshKey(const TempoDetectModel::Detection& d);
+    void useDetectedKey();
+    void useDetectedA4();
     void connectControls();
     void refresh();
     void refreshPlayhead();
@@ -64,6 +75,17 @@ private:
     KitButton* m_preview;
     KitButton* m_useBpm;
     SchemeLabel* m_note;
+    QWidget* m_keyRow;
+    CopyableText* m_keyName;
+    CopyableText* m_camelot;
+    CopyableText* m_keyConfidence;
+    SchemeLabel* m_noKey;
+    QWidget* m_tuning;
+    CopyableText* m_tuningCents;
+    CopyableText* m_a4;
+    ChromaStrip* m_chroma;
+    KitButton* m_useKey;
+    KitButton* m_useA4;
     QTimer m_ticker;
     QMetaObject::Connection m_octaveConnection;
 };

@@ -29,7 +29,7 @@ TEST(CommandLine, HelpAndVersionGoToStdoutAndSucceed) {
     const Outcome help = run({"--help"});
     EXPECT_EQ(help.status, kExitOk);
     EXPECT_NE(help.out.find("usage: quorlen"), std::string::npos);
-    EXPECT_NE(help.out.find("detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH..."),
+    EXPECT_NE(help.out.find("detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] PATH..."),
               std::string::npos);
     EXPECT_TRUE(help.err.empty());
 
@@ -75,10 +75,11 @@ TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
              std::vector<Args>{{"--json", "--json"}, {""}, {"--frob"}, {"--json=1"}})
             expectOneLineRefusal(with(extra), "quorlen " + name + ": ");
     }
-    EXPECT_EQ(run({"detect", "--help"}).out,
-              "usage: quorlen detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH...\n"
-              "      Tempo, beat offset, downbeat and confidence of audio files, or of folders "
-              "of them.\n");
+    EXPECT_EQ(
+        run({"detect", "--help"}).out,
+        "usage: quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] PATH...\n"
+        "      Tempo, beat offset, downbeat and confidence of audio files, or of folders "
+        "of them; with --key also their key and tuning.\n");
 }
 
 TEST(CommandLine, EachCommandRefusesValuesItCannotUse) {

@@ -1,11 +1,15 @@
 #include "cli/detect_command.h"
 #include "cli_run.h"
+#include "harmony/key_selection.h"
+#include "key_signals.h"
 #include "support/json.h"
 #include "support/lines.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
+
+#include <cmath>
 
 namespace quorlen::cli {
 namespace {
@@ -145,6 +149,80 @@ TEST(DetectCommand, StopsOnUnwritableOutputOrAnInterrupt) {
     const Outcome result = detect({library.dir.path().string()}, &interrupted);
     EXPECT_EQ(result.status, kExitInterrupted);
     EXPECT_TRUE(result.out.empty());
+}
+
+} // namespace
+} // namespace quorlen::cli
+
+namespace quorlen::cli {
+namespace {
+
+// A minor struck every half second, 25 cents sharp, beside a drum loop.
+struct KeyedLibrary {
+    TempDir dir;
+    KeyedLibrary() {
+        key::testing::Chords chords = key::testing::aMinorCadence();
+        chords.cents = 25.0;
+        chords.rateHz = 44100.0;
+        EXPECT_TRUE(detection::testing::writeSound(dir.file("am.wav"),
+                                                   key::testing::chordSequence(chords), 1, 44100,
+                                                   SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        const auto loop = detection::testing::clickTrain({.bpm = 120, .seconds = 8, .kickHz = 60});
+        EXPECT_TRUE(detection::testing::writeSound(dir.file("loop.wav"), loop, 1, 44100,
+                                                   SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    }
+    std::string path(const std::string& name) const { return dir.file(name).string(); }
+};
+
+TEST(DetectCommand, KeyAddsKeyCamelotConfidenceAlternativesAndTuning) {
+    const KeyedLibrary library;
+    const Outcome json =
+        detect({"--json", "--key", library.path("am.wav"), library.path("loop.wav")});
+    ASSERT_EQ(json.status, kExitOk) << json.err;
+    const auto rows = lines(json.out);
+    ASSERT_EQ(rows.size(), 2u) << json.out;
+
+    const auto keyed = quorlen::testing::readJson(rows[0]);
+    ASSERT_TRUE(keyed) << rows[0];
+    EXPECT_EQ(keyed->value("key").toString(), "Am");
+    EXPECT_EQ(keyed->value("camelot").toString(), "8A");
+    const double confidence = keyed->value("keyConfidence").toDouble(-1);
+    EXPECT_GT(confidence, 0.5);
+    EXPECT_LE(confidence, 1.0);
+    const QJsonArray alternatives = keyed->value("keyAlternatives").toArray();
+    EXPECT_EQ(alternatives.size(), 3);
+    for (const auto& other : alternatives)
+        EXPECT_TRUE(parseKeyName(other.toString().toStdString())) << "a name `key` reads";
+    const double cents = keyed->value("tuningCents").toDouble();
+    EXPECT_NEAR(cents, 25.0, 3.0);
+    EXPECT_DOUBLE_EQ(cents * 10, std::round(cents * 10)) << "one decimal";
+    EXPECT_DOUBLE_EQ(keyed->value("a4").toDouble(),
+                     std::round(440.0 * std::exp2(cents / 1200.0) * 100.0) / 100.0);
+    EXPECT_TRUE(keyed->contains("bpm")) << "the tempo's members stay";
+
+    const auto drums = quorlen::testing::readJson(rows[1]);
+    ASSERT_TRUE(drums) << rows[1];
+    for (const char* member : {"key", "camelot", "tuningCents", "a4"})
+        EXPECT_TRUE(drums->value(member).isNull()) << member;
+    EXPECT_EQ(drums->value("keyConfidence").toDouble(-1), 0.0);
+    EXPECT_TRUE(drums->value("keyAlternatives").toArray().isEmpty());
+
+    // Text: a second line per file; the tempo's line is the one without --key.
+    const Outcome text = detect({"--key", library.path("am.wav"), library.path("loop.wav")});
+    const Outcome plain = detect({library.path("am.wav"), library.path("loop.wav")});
+    const auto textRows = lines(text.out);
+    const auto plainRows = lines(plain.out);
+    ASSERT_EQ(textRows.size(), 4u) << text.out;
+    ASSERT_EQ(plainRows.size(), 2u) << plain.out;
+    EXPECT_EQ(textRows[0], plainRows[0]);
+    EXPECT_TRUE(textRows[1].starts_with("  key Am (8A) · ")) << textRows[1];
+    EXPECT_NE(textRows[1].find(" · tuning +2"), std::string::npos) << textRows[1];
+    EXPECT_TRUE(textRows[1].ends_with(" Hz)")) << textRows[1];
+    EXPECT_EQ(textRows[2], plainRows[1]);
+    EXPECT_EQ(textRows[3], "  key none · no tonal content");
+    EXPECT_EQ(lines(detect({"--json", library.path("am.wav")}).out)[0].find("\"key\""),
+              std::string::npos)
+        << "no key without --key";
 }
 
 } // namespace

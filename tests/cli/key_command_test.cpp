@@ -1,4 +1,5 @@
 #include "cli_run.h"
+#include "key/key_names.h"
 #include "support/json.h"
 
 #include <gtest/gtest.h>
@@ -38,6 +39,24 @@ TEST(KeyCommand, EnharmonicAndUnicodeSpellingsGiveTheCircleSlot) {
         ASSERT_EQ(result.status, kExitOk) << result.err;
         EXPECT_EQ(result.out, run({"key", same, "--json"}).out) << typed;
     }
+}
+
+// Every name `detect --key` prints, and its Camelot code, names the key.
+TEST(KeyCommand, TakesDetectedNamesAndCamelotCodes) {
+    for (int i = 0; i < 24; ++i) {
+        const KeySelection key{i % 12, i >= 12};
+        const std::string name = key::asciiKeyName(key);
+        const std::string code = key::camelotCode(key);
+        const Outcome byName = run({"key", name, "--json"});
+        ASSERT_EQ(byName.status, kExitOk) << name << ": " << byName.err;
+        const auto json = readJson(byName.out);
+        ASSERT_TRUE(json) << name;
+        EXPECT_EQ(clipboardSpelling(json->value("key").toString().toStdString()), name);
+        EXPECT_EQ(run({"key", code, "--json"}).out, byName.out) << code;
+    }
+    const Outcome refused = run({"key", "13A"});
+    EXPECT_EQ(refused.status, kExitUsage);
+    EXPECT_NE(refused.err.find("Camelot code such as 8B or 11A"), std::string::npos) << refused.err;
 }
 
 TEST(KeyCommand, JsonForAMinorAt432) {

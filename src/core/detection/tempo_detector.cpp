@@ -11,11 +11,13 @@
 #include "detection/onset_envelope.h"
 #include "detection/resample.h"
 #include "detection/tempo_search.h"
+#include "key/tonal_frames.h"
 
 #include <algorithm>
 #include <cmath>
 #include <new>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace quorlen::detection {
@@ -45,6 +47,14 @@ size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelC
     return start;
 }
 
+// The part of a 22050 Hz signal that the tempo is measured on.
+std::span<const float> analysisWindow(std::span<const float> samples) {
+    if (samples.size() <= kAnalysisWindow)
+        return samples;
+    const size_t start = loudestWindowStart(samples, kAnalysisWindow);
+    return samples.subspan(start, std::min(kAnalysisWindow, samples.size() - start));
+}
+
 std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined) {
     std::vector<double> alternatives;
     for (const Candidate& c : refined) {
@@ -68,6 +78,7 @@ double confidence(double raw, double envelopeMean, double secondRaw) {
 
 void prepareAnalysis() {
     preparePlans(kFrameLength, true);
+    preparePlans(key::kKeyFrameLength, true);
     // The autocorrelation's transform grows with the envelope, from that of
     // the shortest file analysed to that of the 300 s window.
     const auto envelopeFrames = [](size_t samples) {
@@ -173,8 +184,16 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
     analysis.damaged = audio.damaged;
     analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
     const double duration = audio.durationSeconds();
+    double rateHz = audio.sampleRate;
+    if (options.key) {
+        // Resampled once here; the tempo's own resampling then has nothing to do.
+        if (!resampleInPlace(audio.samples, rateHz, kAnalysisRateHz, isCancelled))
+            throw Failure::cancelled();
+        rateHz = kAnalysisRateHz;
+        analysis.key = key::estimateKey(analysisWindow(audio.samples), isCancelled);
+    }
     analysis.estimate =
-        analyze(std::move(audio.samples), audio.sampleRate, duration, isCancelled, options, octave);
+        analyze(std::move(audio.samples), rateHz, duration, isCancelled, options, octave);
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.

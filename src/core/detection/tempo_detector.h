@@ -3,6 +3,7 @@
 #include "detection/failure.h"
 #include "detection/octave_mode.h"
 #include "detection/tempo_search.h"
+#include "key/key_detector.h"
 
 #include <optional>
 #include <string>
@@ -39,12 +40,14 @@ struct Estimate {
 struct Analysis {
     Estimate estimate;
     std::vector<float> waveform;
-    bool damaged = false; // parts of the file could not be decoded and were skipped
+    bool damaged = false;                // parts of the file could not be decoded and were skipped
+    std::optional<key::KeyEstimate> key; // only when asked for
 };
 
 // Knobs that change only how fast the answer comes, never the answer.
 struct AnalysisOptions {
-    int threads = 1; // threads for scoring independent tempo candidates
+    int threads = 1;  // threads for scoring independent tempo candidates
+    bool key = false; // also estimate the key and tuning (Analysis::key)
 };
 
 inline constexpr int kWaveformColumns = 1600;
@@ -93,7 +96,8 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 void prepareAnalysis();
 
 // Decodes the file at `path` and analyses it; the waveform has 1600 columns
-// of the decoded signal. Throws Failure (unreadable with the reader's
+// of the decoded signal. With options.key the key is estimated from the
+// same decoded and resampled signal. Throws Failure (unreadable with the reader's
 // message, and everything `analyze` throws).
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options = {},
