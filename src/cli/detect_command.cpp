@@ -6,6 +6,7 @@
 #include "cli/detect_report.h"
 #include "cli/interrupt.h"
 #include "detection/tempo_detector.h"
+#include "tags/tag_writer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -26,13 +27,19 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false}, {"-j", true, "--jobs"}, {"--octave", true}};
+constexpr KnownOption kOptions[] = {{"--json", false},
+                                    {"-j", true, "--jobs"},
+                                    {"--octave", true},
+                                    {"--write-tags", false},
+                                    {"--force", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
     bool json = false;
     detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
+    bool writeTags = false;
+    bool force = false; // replace BPM tags the files already have
     std::vector<std::string> paths;
 };
 
@@ -54,6 +61,10 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
                               "least 2 x LO)"};
         options.octave = *mode;
     }
+    options.writeTags = arguments.has("--write-tags");
+    options.force = arguments.has("--force");
+    if (options.force && !options.writeTags)
+        return UsageError{"--force only goes with --write-tags"};
     options.paths.assign(arguments.positionals.begin(), arguments.positionals.end());
     if (options.paths.empty())
         return UsageError{"no file or folder given"};
@@ -63,25 +74,29 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
 // Results of all files, filled by the workers in any order, printed in order.
 class ResultBoard {
 public:
-    explicit ResultBoard(size_t count) : lines_(count), failed_(count, false) {}
+    explicit ResultBoard(size_t count) : lines_(count), failed_(count, false), notes_(count) {}
 
-    void post(size_t index, std::string line, bool failed) {
+    // `note` goes to stderr after the line (empty for none).
+    void post(size_t index, std::string line, bool failed, std::string note = {}) {
         {
             const std::lock_guard lock(mutex_);
             lines_[index] = std::move(line);
             failed_[index] = failed;
+            notes_[index] = std::move(note);
             ++finished_;
         }
         changed_.notify_all();
     }
 
     // Waits up to `wait` for file `index`; nullopt when it is not done yet.
-    std::optional<std::string> take(size_t index, std::chrono::milliseconds wait, bool& failed) {
+    std::optional<std::string> take(size_t index, std::chrono::milliseconds wait, bool& failed,
+                                    std::string& note) {
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, wait, [&] { return lines_[index].has_value(); });
         if (!lines_[index])
             return std::nullopt;
         failed = failed_[index];
+        note = std::move(notes_[index]);
         return std::exchange(lines_[index], std::nullopt);
     }
 
@@ -95,6 +110,7 @@ private:
     std::condition_variable changed_;
     std::vector<std::optional<std::string>> lines_;
     std::vector<bool> failed_;
+    std::vector<std::string> notes_;
     size_t finished_ = 0;
 };
 
@@ -107,6 +123,8 @@ struct Job {
     detection::OctaveMode octave;
     int innerThreads; // threads inside one analysis
     detection::CancelCheck cancelled;
+    bool writeTags;
+    bool force;
 };
 
 std::string failureLine(const Job& job, const std::string& file, const std::string& message) {
@@ -127,12 +145,25 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
         return true;
     }
     try {
+        // Taken before the analysis: a file that changes meanwhile is not tagged.
+        const auto stamp = job.writeTags ? tags::stampOf(file) : std::nullopt;
         const detection::Analysis analysis =
             detection::analyzeFile(file, job.cancelled, {job.innerThreads}, job.octave);
-        board.post(i,
-                   job.json ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
-                            : textLine(file, analysis.estimate, analysis.damaged),
-                   false);
+        std::string line = job.json
+                               ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
+                               : textLine(file, analysis.estimate, analysis.damaged);
+        if (!job.writeTags) {
+            board.post(i, std::move(line), false);
+            return true;
+        }
+        // The key tag is written once the analysis names a key; until then
+        // the file's own key tag stays as it is.
+        const std::optional<std::string> key;
+        const tags::TagOutcome tagged =
+            tags::writeTempoTags(file, {analysis.estimate.bpm, key, job.force, stamp});
+        const bool failed = tagged.result == tags::TagResult::failed;
+        board.post(i, withTagOutcome(std::move(line), tagged, job.json), failed,
+                   failed ? tagFailureLine(file, tagged.reason) : std::string());
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;
@@ -186,9 +217,13 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than threads.
-    const Job job{files, options.json, options.octave,
+    const Job job{files,
+                  options.json,
+                  options.octave,
                   std::max(1, threads / std::max<int>(1, int(files.size()))),
-                  [&] { return interrupted.load() || outputFailed.load(); }};
+                  [&] { return interrupted.load() || outputFailed.load(); },
+                  options.writeTags,
+                  options.force};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 
     try {
@@ -211,8 +246,9 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         if (pool.empty())
             analyseNext(job, next, board);
         bool failed = false;
+        std::string note;
         const std::optional<std::string> line =
-            board.take(i, std::chrono::milliseconds(50), failed);
+            board.take(i, std::chrono::milliseconds(50), failed, note);
         if (!line || interrupted)
             continue;
         if (progress) {
@@ -220,6 +256,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
             shown = SIZE_MAX;
         }
         out << *line << std::flush;
+        err << note;
         // Nobody reads the results any more: stop analysing.
         if (!out)
             outputFailed = true;

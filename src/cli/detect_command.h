@@ -8,7 +8,8 @@
 namespace quorlen::cli {
 
 inline constexpr std::string_view kDetectSynopsis =
-    "quorlen detect [--json] [-j N] [--octave classic|auto|LO-HI] PATH...";
+    "quorlen detect [--json] [-j N] [--octave classic|auto|LO-HI] [--write-tags [--force]] "
+    "PATH...";
 inline constexpr std::string_view kDetectSummary =
     "Tempo, beat offset, downbeat and confidence of audio files, or of folders of them.";
 
@@ -21,8 +22,10 @@ struct DetectEnvironment {
 
 // `quorlen detect [--json] [-j N] [--octave MODE] PATH...`: tempo of every
 // file, one line each in input order, analysed on N threads, its octave
-// chosen as MODE says (classic by default). Exit 0 when all were
-// analysed, 1 when any failed, 2 for bad arguments, 130 when interrupted.
+// chosen as MODE says (classic by default). With --write-tags the tempo
+// goes into each file's tags too (a file that has a BPM tag keeps it unless
+// --force). Exit 0 when all were analysed (and tagged), 1 when any failed,
+// 2 for bad arguments, 130 when interrupted.
 int runDetect(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
               const DetectEnvironment& environment);
 

@@ -16,6 +16,13 @@
 
 namespace quorlen {
 
+// A tag save in flight, shared like Job: the model withdraws under the
+// mutex, the worker posts only under it.
+struct TempoDetectModel::TagJob {
+    std::mutex mutex;
+    TempoDetectModel* receiver = nullptr;
+};
+
 // What a worker shares with the model. The model withdraws as receiver
 // under the mutex, and the worker posts only under it, so a posted outcome
 // always has a living receiver at the moment it is posted (Qt drops posted
@@ -30,6 +37,7 @@ struct TempoDetectModel::Job {
 
 struct TempoDetectModel::Outcome {
     std::optional<detection::Analysis> analysis;
+    std::optional<tags::FileStamp> stamp;
     QString error;
     bool cancelled = false;
 };
@@ -57,6 +65,7 @@ TempoDetectModel::TempoDetectModel(std::unique_ptr<TempoPreviewPlayer> player, A
 
 TempoDetectModel::~TempoDetectModel() {
     cancelRunning();
+    dropTagSaving();
     ++m_previewRequest;
     m_player->stop(false);
 }
@@ -117,6 +126,7 @@ void TempoDetectModel::analyse(const QString& path) {
     analysisPool().start([job, analyser = m_analyser] {
         Outcome outcome;
         try {
+            outcome.stamp = tags::stampOf(job->path.toStdString());
             outcome.analysis = analyser(
                 job->path.toStdString(), [&job] { return job->cancelled.load(); }, job->octave);
         } catch (const detection::Failure& failure) {
@@ -151,7 +161,10 @@ void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& out
                              analysis.estimate.bpm,
                              analysis.estimate.beatOffsetSeconds,
                              analysis.estimate.snappedBars,
-                             analysis.damaged};
+                             analysis.damaged,
+                             outcome.stamp};
+        dropTagSaving();
+        m_tagOutcome.reset();
         m_status.reset();
         m_failed = false;
     } else if (!outcome.cancelled) {
@@ -182,6 +195,7 @@ void TempoDetectModel::rescale(double factor) {
     stopPreview();
     m_result->bpm = bpm;
     m_result->snappedBars.reset();
+    m_tagOutcome.reset();
     emit changed();
 }
 
@@ -223,6 +237,46 @@ void TempoDetectModel::tickPlayhead() {
         return;
     setPlayhead(std::min(m_result->estimate.durationSeconds,
                          m_player->now() - *started + m_player->startOffset()));
+}
+
+void TempoDetectModel::dropTagSaving() {
+    if (!m_savingTags)
+        return;
+    std::lock_guard lock(m_savingTags->mutex);
+    m_savingTags->receiver = nullptr;
+    m_savingTags.reset();
+}
+
+void TempoDetectModel::saveTags(bool replaceExisting) {
+    if (!m_result || m_savingTags)
+        return;
+    auto job = std::make_shared<TagJob>();
+    job->receiver = this;
+    m_savingTags = job;
+    m_tagOutcome.reset();
+    emit changed();
+    // The key tag follows once a detection names a key; the file's own key
+    // tag stays as it is until then.
+    const tags::TagRequest request{m_result->bpm, std::nullopt, replaceExisting, m_result->stamp};
+    analysisPool().start([job, path = m_result->path.toStdString(), request] {
+        const tags::TagOutcome outcome = tags::writeTempoTags(path, request);
+        std::lock_guard lock(job->mutex);
+        if (!job->receiver)
+            return;
+        TempoDetectModel* receiver = job->receiver;
+        QMetaObject::invokeMethod(
+            receiver, [receiver, job, outcome] { receiver->applyTagOutcome(job, outcome); },
+            Qt::QueuedConnection);
+    });
+}
+
+void TempoDetectModel::applyTagOutcome(const std::shared_ptr<TagJob>& job,
+                                       const tags::TagOutcome& outcome) {
+    if (job != m_savingTags)
+        return;
+    m_savingTags.reset();
+    m_tagOutcome = outcome;
+    emit changed();
 }
 
 void TempoDetectModel::setPlayhead(std::optional<double> seconds) {

@@ -41,6 +41,8 @@ public:
 
     // The drop zone's heading for the model's state.
     static QString heading(const TempoDetectModel& model);
+    // What "Save to file" did, for the note: "saved 128 BPM to the file".
+    static QString tagNote(const tags::TagOutcome& outcome);
 
 private:
     QLayout* makeTempoColumn();
@@ -50,6 +52,7 @@ private:
     void refresh();
     void refreshPlayhead();
     void useDetectedBpm();
+    void saveTags();
 
     CalculatorState& m_state;
     TempoDetectModel& m_model;
@@ -63,6 +66,7 @@ private:
     KitButton* m_double;
     KitButton* m_preview;
     KitButton* m_useBpm;
+    KitButton* m_saveTags;
     SchemeLabel* m_note;
     QTimer m_ticker;
     QMetaObject::Connection m_octaveConnection;
