@@ -80,18 +80,18 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
         const char* json; // what follows "damaged":false
     };
     const Case cases[] = {
-        {{TagResult::written, std::nullopt, ""}, " · tags written", ",\"tags\":\"written\""},
-        {{TagResult::written, "124", ""},
+        {{TagResult::written, std::nullopt, "120", ""}, " · tags written", ",\"tags\":\"written\""},
+        {{TagResult::written, "124", "120", ""},
          " · tags written, replacing 124 BPM",
          ",\"tags\":\"written\",\"taggedBpm\":124"},
-        {{TagResult::kept, "127,50", ""},
+        {{TagResult::kept, "127,50", "", ""},
          " · tags kept: the file says 127,50 BPM",
          ",\"tags\":\"kept\",\"taggedBpm\":127.5"},
         // A tag that is no number is reported as the text it is.
-        {{TagResult::kept, "fast\x1b", ""},
+        {{TagResult::kept, "fast\x1b", "", ""},
          " · tags kept: the file says fast\\x1b BPM",
          ",\"tags\":\"kept\",\"taggedBpm\":\"fast\\u001b\""},
-        {{TagResult::failed, std::nullopt, "Permission denied"},
+        {{TagResult::failed, std::nullopt, "", "Permission denied"},
          " · tags not written",
          ",\"tags\":\"failed\""},
     };
@@ -101,7 +101,7 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
         EXPECT_EQ(withTagOutcome(text, c.outcome, false),
                   text.substr(0, text.size() - 1) + c.text + "\n");
         const std::string json = withTagOutcome(jsonLine("a.wav", e, false), c.outcome, true);
-        EXPECT_EQ(json.substr(json.find("\"damaged\":false") + 16), c.json + std::string("}\n"));
+        EXPECT_EQ(json.substr(json.find("\"damaged\":false") + 15), c.json + std::string("}\n"));
         EXPECT_TRUE(quorlen::testing::readJson(json)) << json;
     }
     EXPECT_EQ(tagFailureLine("a\x1b.mp3", "cannot write the file: Permission denied"),

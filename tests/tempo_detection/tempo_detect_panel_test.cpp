@@ -260,17 +260,18 @@ TEST(TempoDetectPanel, SaveToFileWritesTheShownTempoAndSaysWhatItDid) {
     EXPECT_FALSE(note().contains("saved")) << "the note is about the tempo shown";
     ASSERT_TRUE(clickAndWait());
     EXPECT_TRUE(note().contains(" · the file already says 128 BPM; \"Replace tag\" overwrites it"))
-        << note();
+        << note().toStdString();
     EXPECT_EQ(save->text(), "Replace tag");
     ASSERT_TRUE(clickAndWait());
-    EXPECT_TRUE(note().contains(" · saved 64 BPM to the file, replacing 128")) << note();
+    EXPECT_TRUE(note().contains(" · saved 64 BPM to the file, replacing 128"))
+        << note().toStdString();
     EXPECT_EQ(tags::readTempoTags(wav).bpm, "64");
     EXPECT_EQ(save->text(), "Save to file");
 
     ASSERT_TRUE(rig.analyse(QString::fromStdString(dir.file("take.caf").string())));
     ASSERT_TRUE(clickAndWait());
     EXPECT_TRUE(note().contains(QString(" · could not write tags: ") + tags::kUnsupportedReason))
-        << note();
+        << note().toStdString();
 }
 
 TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {

@@ -35,7 +35,7 @@ struct NoteInput {
     double confidence = 0.0;
     std::vector<double> alternativesBpm;
     bool damaged = false; // the decoder skipped parts of the file
-    std::string tagNote;  // what saving the tempo into the file did; empty for nothing
+    std::string tagNote = {}; // what saving the tempo into the file did; empty for nothing
 };
 
 inline constexpr const char* kDamagedNote = "parts of the file could not be decoded";

@@ -12,11 +12,11 @@ namespace quorlen::tags {
 struct TagRequest {
     double bpm = 0;
     // The key in ASCII spelling ("F#m", "Db"); absent leaves the key tag alone.
-    std::optional<std::string> key;
+    std::optional<std::string> key = std::nullopt;
     // Replace a BPM tag the file already has; without it such a file is kept.
     bool replaceExisting = false;
     // The file as it was analysed; a file that differs now is not written.
-    std::optional<FileStamp> analysed;
+    std::optional<FileStamp> analysed = std::nullopt;
 };
 
 enum class TagResult { written, kept, failed };
@@ -24,11 +24,11 @@ enum class TagResult { written, kept, failed };
 struct TagOutcome {
     TagResult result = TagResult::failed;
     // The BPM tag the file had before, as written there (absent if none).
-    std::optional<std::string> taggedBpm;
+    std::optional<std::string> taggedBpm = std::nullopt;
     // The tempo as it went into the tag ("128", "127.93"), when written.
-    std::string writtenBpm;
+    std::string writtenBpm = {};
     // Why, when failed: the end of "PATH: could not write tags: REASON".
-    std::string reason;
+    std::string reason = {};
 };
 
 // Writes the tempo (and key) tags of the audio file at `path` through a copy

@@ -68,34 +68,80 @@ std::vector<std::string> namesIn(const fs::path& folder) {
     return names;
 }
 
+// The box at the end of `path` (each name inside the one before) in an MP4
+// file's bytes: FFmpeg does not read `tmpo`, so the test walks the boxes.
+std::string mp4Box(const std::string& bytes, std::vector<std::string> path) {
+    size_t at = 0, end = bytes.size();
+    const auto u32 = [&](size_t i) {
+        return size_t(static_cast<unsigned char>(bytes[i])) << 24 |
+               size_t(static_cast<unsigned char>(bytes[i + 1])) << 16 |
+               size_t(static_cast<unsigned char>(bytes[i + 2])) << 8 |
+               size_t(static_cast<unsigned char>(bytes[i + 3]));
+    };
+    for (size_t level = 0; level < path.size();) {
+        if (at + 8 > end)
+            return "";
+        const size_t size = u32(at);
+        if (size < 8 || at + size > end)
+            return "";
+        if (bytes.compare(at + 4, 4, path[level]) != 0) {
+            at += size;
+            continue;
+        }
+        end = at + size;
+        // "meta" has 4 bytes of version and flags before its children.
+        at += path[level] == "meta" ? 12 : 8;
+        if (++level == path.size())
+            return bytes.substr(at, end - at);
+    }
+    return "";
+}
+
+// tmpo holds a 16-bit big-endian integer after 8 bytes of type and locale.
+std::string mp4Tempo(const fs::path& song) {
+    const std::string data =
+        mp4Box(t::readBytes(song), {"moov", "udta", "meta", "ilst", "tmpo", "data"});
+    if (data.size() != 10)
+        return "(none)";
+    return std::to_string(static_cast<unsigned char>(data[8]) << 8 |
+                          static_cast<unsigned char>(data[9]));
+}
+
 struct Format {
     const char* name;
     const char* file;
     const char* encoder;
-    const char* bpmTag; // as ffprobe names it, lower case
+    const char* bpmTag; // as ffprobe names it, lower case; null: the MP4 tmpo box
     const char* keyTag;
     const char* bpmFor127934;
+    // FFmpeg reads a WAV file's ID3 tag only when it has no INFO list.
+    bool titled = true;
 };
 
 // 127.934 BPM: a whole number where the tag holds one, two decimals in
 // Vorbis comments.
 const Format kFormats[] = {
     {"MP3", "song.mp3", "libmp3lame", "tbpm", "tkey", "128"},
-    {"WAV", "song.wav", "pcm_s16le", "tbpm", "tkey", "128"},
+    {"WAV", "song.wav", "pcm_s16le", "tbpm", "tkey", "128", false},
     {"AIFF", "song.aiff", "pcm_s16be", "tbpm", "tkey", "128"},
     {"FLAC", "song.flac", "flac", "bpm", "initialkey", "127.93"},
     {"Ogg Vorbis", "song.ogg", "libvorbis", "bpm", "initialkey", "127.93"},
     {"Opus", "song.opus", "libopus", "bpm", "initialkey", "127.93"},
-    {"AAC in M4A", "song.m4a", "aac", "tmpo", "initialkey", "128"},
-    {"ALAC in M4A", "song.m4a", "alac", "tmpo", "initialkey", "128"},
+    {"AAC in M4A", "song.m4a", "aac", nullptr, "initialkey", "128"},
+    {"ALAC in M4A", "song.m4a", "alac", nullptr, "initialkey", "128"},
 };
 
-fs::path makeSong(const TempDir& dir, const Format& format) {
+fs::path makeSong(const TempDir& dir, const Format& format, bool titled = true) {
     const fs::path path = dir.file(format.file);
     const auto clicks = t::clickTrain({.bpm = 128, .seconds = 3, .rateHz = 48000});
-    EXPECT_TRUE(t::encodeSound(path, clicks, 1, 48000,
-                               {.encoder = format.encoder, .title = "Night Drive"}))
-        << format.name;
+    // FFmpeg names itself in an INFO list of every WAV file it writes.
+    if (!titled && format.encoder == std::string("pcm_s16le"))
+        EXPECT_TRUE(t::writeSound(path, clicks, 1, 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    else
+        EXPECT_TRUE(t::encodeSound(path, clicks, 1, 48000,
+                                   {.encoder = format.encoder,
+                                    .title = titled ? "Night Drive" : nullptr}))
+            << format.name;
     return path;
 }
 
@@ -103,21 +149,26 @@ TEST(TagWriter, EveryFormatReadsBackWithItsOtherTagsAndAudioUnchanged) {
     for (const Format& format : kFormats) {
         SCOPED_TRACE(format.name);
         const TempDir dir;
-        const fs::path song = makeSong(dir, format);
+        const fs::path song = makeSong(dir, format, format.titled);
         fs::permissions(song, fs::perms(0640));
         const auto tagsBefore = probeTags(song);
-        ASSERT_EQ(tagsBefore.count("title"), 1u);
+        ASSERT_EQ(tagsBefore.count("title"), format.titled ? 1u : 0u);
         const std::vector<float> audioBefore = decoded(song);
 
         const TagOutcome outcome =
             writeTempoTags(song.string(), {127.934, "F#m", false, stampOf(song.string())});
         EXPECT_EQ(outcome.result, TagResult::written) << outcome.reason;
         EXPECT_FALSE(outcome.taggedBpm);
+        EXPECT_EQ(outcome.writtenBpm, format.bpmFor127934);
 
         auto tagsAfter = probeTags(song);
-        EXPECT_EQ(tagsAfter[format.bpmTag], format.bpmFor127934);
+        if (format.bpmTag) {
+            EXPECT_EQ(tagsAfter[format.bpmTag], format.bpmFor127934);
+            tagsAfter.erase(format.bpmTag);
+        } else {
+            EXPECT_EQ(mp4Tempo(song), format.bpmFor127934);
+        }
         EXPECT_EQ(tagsAfter[format.keyTag], "F#m");
-        tagsAfter.erase(format.bpmTag);
         tagsAfter.erase(format.keyTag);
         EXPECT_EQ(tagsAfter, tagsBefore);
         EXPECT_TRUE(decoded(song) == audioBefore);
@@ -190,8 +241,9 @@ TEST(TagWriter, RefusesAndLeavesTheFileAsItWas) {
         const TagOutcome outcome = writeTempoTags(dir.file(c.name).string(), c.request);
         EXPECT_EQ(outcome.result, TagResult::failed);
         EXPECT_EQ(outcome.reason, c.reason);
-        if (exists)
+        if (exists) {
             EXPECT_TRUE(t::readBytes(dir.file(c.name)) == before);
+        }
         EXPECT_EQ(namesIn(dir.path()), namesBefore);
     }
 }
@@ -241,6 +293,15 @@ TEST(TagWriter, PicturesAndTheId3VersionStay) {
     ASSERT_EQ(flacFile.pictureList().size(), 1u);
     EXPECT_EQ(flacFile.pictureList().front()->data(), cover);
     EXPECT_EQ(readTempoTags(mp3.string()).key, "Db");
+}
+
+TEST(TagWriter, AWavFilesInfoListStaysBesideTheNewTag) {
+    const TempDir dir;
+    const fs::path wav = makeSong(dir, kFormats[1]);
+    ASSERT_EQ(probeTags(wav)["title"], "Night Drive");
+    EXPECT_EQ(writeTempoTags(wav.string(), {98}).result, TagResult::written);
+    EXPECT_EQ(probeTags(wav)["title"], "Night Drive");
+    EXPECT_EQ(readTempoTags(wav.string()).bpm, "98");
 }
 
 } // namespace
