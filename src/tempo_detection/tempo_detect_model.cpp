@@ -276,6 +276,9 @@ void TempoDetectModel::applyTagOutcome(const std::shared_ptr<TagJob>& job,
         return;
     m_savingTags.reset();
     m_tagOutcome = outcome;
+    // The file is this program's own change; the next save compares to it.
+    if (outcome.writtenStamp && m_result)
+        m_result->stamp = outcome.writtenStamp;
     emit changed();
 }
 

@@ -80,18 +80,18 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
         const char* json; // what follows "damaged":false
     };
     const Case cases[] = {
-        {{TagResult::written, std::nullopt, "120", ""}, " · tags written", ",\"tags\":\"written\""},
-        {{TagResult::written, "124", "120", ""},
+        {{TagResult::written, std::nullopt, "120", std::nullopt, ""}, " · tags written", ",\"tags\":\"written\""},
+        {{TagResult::written, "124", "120", std::nullopt, ""},
          " · tags written, replacing 124 BPM",
          ",\"tags\":\"written\",\"taggedBpm\":124"},
-        {{TagResult::kept, "127,50", "", ""},
+        {{TagResult::kept, "127,50", "", std::nullopt, ""},
          " · tags kept: the file says 127,50 BPM",
          ",\"tags\":\"kept\",\"taggedBpm\":127.5"},
         // A tag that is no number is reported as the text it is.
-        {{TagResult::kept, "fast\x1b", "", ""},
+        {{TagResult::kept, "fast\x1b", "", std::nullopt, ""},
          " · tags kept: the file says fast\\x1b BPM",
          ",\"tags\":\"kept\",\"taggedBpm\":\"fast\\u001b\""},
-        {{TagResult::failed, std::nullopt, "", "Permission denied"},
+        {{TagResult::failed, std::nullopt, "", std::nullopt, "Permission denied"},
          " · tags not written",
          ",\"tags\":\"failed\""},
     };

@@ -152,11 +152,12 @@ void ReplacementFile::nameCopy() {
     throw systemWriteError("cannot name the new file", EEXIST);
 }
 
-void ReplacementFile::replaceTarget() {
+FileStamp ReplacementFile::replaceTarget() {
+    struct stat copied {};
     try {
         if (m_fd < 0)
             throw WriteError("the new file is gone");
-        if (::fsync(m_fd) != 0)
+        if (::fsync(m_fd) != 0 || ::fstat(m_fd, &copied) != 0)
             throw systemWriteError("cannot write the file to the disk", errno);
         nameCopy();
         struct stat status {};
@@ -177,6 +178,7 @@ void ReplacementFile::replaceTarget() {
     const Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.get() >= 0)
         ::fsync(folder.get());
+    return stampFrom(copied);
 }
 
 } // namespace quorlen::tags

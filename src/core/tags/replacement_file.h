@@ -27,9 +27,10 @@ public:
     const FileStamp& copiedFrom() const { return m_copiedFrom; }
 
     // Flushes the copy to the disk and renames it over the target, provided
-    // the target still has the stamp it had when copied. Throws WriteError
-    // (the target then stays as it was and the copy is gone).
-    void replaceTarget();
+    // the target still has the stamp it had when copied; returns the new
+    // file's stamp. Throws WriteError (the target then stays as it was and
+    // the copy is gone).
+    FileStamp replaceTarget();
 
 private:
     void nameCopy();

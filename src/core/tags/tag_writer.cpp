@@ -88,7 +88,7 @@ void writeOrThrow(const std::string& path, const TagRequest& request, TagOutcome
         if (read.bpm != written || (request.key && read.key != request.key) || stream.failure())
             throw WriteError("the new tags did not read back");
     }
-    copy.replaceTarget();
+    outcome.writtenStamp = copy.replaceTarget();
     outcome.result = TagResult::written;
     outcome.writtenBpm = written;
 }

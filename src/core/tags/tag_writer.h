@@ -27,6 +27,8 @@ struct TagOutcome {
     std::optional<std::string> taggedBpm = std::nullopt;
     // The tempo as it went into the tag ("128", "127.93"), when written.
     std::string writtenBpm = {};
+    // The new file's stamp, when written: what a later write compares to.
+    std::optional<FileStamp> writtenStamp = std::nullopt;
     // Why, when failed: the end of "PATH: could not write tags: REASON".
     std::string reason = {};
 };

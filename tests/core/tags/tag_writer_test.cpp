@@ -160,6 +160,7 @@ TEST(TagWriter, EveryFormatReadsBackWithItsOtherTagsAndAudioUnchanged) {
         EXPECT_EQ(outcome.result, TagResult::written) << outcome.reason;
         EXPECT_FALSE(outcome.taggedBpm);
         EXPECT_EQ(outcome.writtenBpm, format.bpmFor127934);
+        EXPECT_EQ(outcome.writtenStamp, stampOf(song.string()));
 
         auto tagsAfter = probeTags(song);
         if (format.bpmTag) {
