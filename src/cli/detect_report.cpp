@@ -85,7 +85,8 @@ std::string withTagOutcome(std::string line, const tags::TagOutcome& outcome, bo
         added = kSeparator + "tags written" +
                 (tagged ? ", replacing " + terminalSafe(*tagged) + " BPM" : std::string());
     } else if (outcome.result == TagResult::kept) {
-        added = kSeparator + "tags kept: the file says " + terminalSafe(tagged.value_or("")) + " BPM";
+        added =
+            kSeparator + "tags kept: the file says " + terminalSafe(tagged.value_or("")) + " BPM";
     } else {
         added = kSeparator + "tags not written";
     }

@@ -144,8 +144,8 @@ QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
                        KitButton::Style::Bordered);
     m_useBpm = button("useBpmButton", QStringLiteral("Use this BPM"),
                       QStringLiteral("checkmark.circle"), KitButton::Style::Prominent);
-    m_saveTags = button("saveTagsButton", QStringLiteral("Save to file"), {},
-                        KitButton::Style::Bordered);
+    m_saveTags =
+        button("saveTagsButton", QStringLiteral("Save to file"), {}, KitButton::Style::Bordered);
     m_saveTags->setToolTip(QStringLiteral("Write the tempo into the file's tags"));
     row->addWidget(m_halve);
     row->addWidget(m_double);

@@ -80,7 +80,9 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
         const char* json; // what follows "damaged":false
     };
     const Case cases[] = {
-        {{TagResult::written, std::nullopt, "120", std::nullopt, ""}, " · tags written", ",\"tags\":\"written\""},
+        {{TagResult::written, std::nullopt, "120", std::nullopt, ""},
+         " · tags written",
+         ",\"tags\":\"written\""},
         {{TagResult::written, "124", "120", std::nullopt, ""},
          " · tags written, replacing 124 BPM",
          ",\"tags\":\"written\",\"taggedBpm\":124"},

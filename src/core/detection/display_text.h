@@ -34,7 +34,7 @@ struct NoteInput {
     std::optional<int> snappedBars;
     double confidence = 0.0;
     std::vector<double> alternativesBpm;
-    bool damaged = false; // the decoder skipped parts of the file
+    bool damaged = false;     // the decoder skipped parts of the file
     std::string tagNote = {}; // what saving the tempo into the file did; empty for nothing
 };
 

@@ -3,6 +3,9 @@
 #include "tags/tag_values.h"
 #include "tags/write_error.h"
 
+#include <algorithm>
+#include <array>
+#include <cctype>
 #include <taglib/aifffile.h>
 #include <taglib/flacfile.h>
 #include <taglib/id3v2framefactory.h>
@@ -15,10 +18,6 @@
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 #include <taglib/xiphcomment.h>
-
-#include <algorithm>
-#include <array>
-#include <cctype>
 #include <utility>
 
 namespace quorlen::tags {
@@ -114,9 +113,8 @@ bool startsLikeMp3(TagLib::IOStream& stream) {
     stream.seek(0);
     if (head.size() < 3)
         return false;
-    return head.startsWith("ID3") ||
-           (static_cast<unsigned char>(head[0]) == 0xFF &&
-            (static_cast<unsigned char>(head[1]) & 0xE0) == 0xE0);
+    return head.startsWith("ID3") || (static_cast<unsigned char>(head[0]) == 0xFF &&
+                                      (static_cast<unsigned char>(head[1]) & 0xE0) == 0xE0);
 }
 
 std::unique_ptr<TagLib::File> open(TagLib::IOStream& stream, Container container) {

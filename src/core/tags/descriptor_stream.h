@@ -1,9 +1,8 @@
 #pragma once
 
-#include <taglib/tiostream.h>
-
 #include <optional>
 #include <string>
+#include <taglib/tiostream.h>
 
 namespace quorlen::tags {
 

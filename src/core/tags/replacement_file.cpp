@@ -70,8 +70,7 @@ std::string candidateName(const std::string& folder, const std::string& target) 
     static thread_local std::mt19937_64 random{std::random_device{}()};
     char suffix[17];
     std::snprintf(suffix, sizeof suffix, "%016llx", static_cast<unsigned long long>(random()));
-    return folder + "/." + std::filesystem::path(target).filename().string() + ".quorlen-" +
-           suffix;
+    return folder + "/." + std::filesystem::path(target).filename().string() + ".quorlen-" + suffix;
 }
 
 } // namespace

@@ -5,13 +5,12 @@
 #include "tags/tag_values.h"
 #include "tags/write_error.h"
 
-#include <taglib/tfilestream.h>
-
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
 #include <new>
+#include <taglib/tfilestream.h>
 #include <unistd.h>
 
 namespace quorlen::tags {

@@ -1,19 +1,12 @@
 // Tags written by the writer and read back by another program (ffprobe),
 // with the decoded audio compared sample for sample.
-#include "tags/tag_writer.h"
-
 #include "detection/audio_loader.h"
+#include "tags/tag_writer.h"
 #include "test_encoder.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
-#include <taglib/attachedpictureframe.h>
-#include <taglib/flacfile.h>
-#include <taglib/flacpicture.h>
-#include <taglib/id3v2framefactory.h>
-#include <taglib/id3v2tag.h>
-#include <taglib/mpegfile.h>
 
 #include <algorithm>
 #include <cctype>
@@ -21,6 +14,12 @@
 #include <filesystem>
 #include <map>
 #include <sys/stat.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/flacfile.h>
+#include <taglib/flacpicture.h>
+#include <taglib/id3v2framefactory.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mpegfile.h>
 
 namespace quorlen::tags {
 namespace {
@@ -138,9 +137,9 @@ fs::path makeSong(const TempDir& dir, const Format& format, bool titled = true) 
     if (!titled && format.encoder == std::string("pcm_s16le"))
         EXPECT_TRUE(t::writeSound(path, clicks, 1, 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     else
-        EXPECT_TRUE(t::encodeSound(path, clicks, 1, 48000,
-                                   {.encoder = format.encoder,
-                                    .title = titled ? "Night Drive" : nullptr}))
+        EXPECT_TRUE(
+            t::encodeSound(path, clicks, 1, 48000,
+                           {.encoder = format.encoder, .title = titled ? "Night Drive" : nullptr}))
             << format.name;
     return path;
 }
@@ -213,8 +212,8 @@ TEST(TagWriter, RefusesAndLeavesTheFileAsItWas) {
     const auto clicks = t::clickTrain({.bpm = 120, .seconds = 2, .rateHz = 44100});
     ASSERT_TRUE(t::writeSound(dir.file("disguised.mp3"), clicks, 1, 44100,
                               SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    ASSERT_TRUE(t::writeSound(dir.file("loop.caf"), clicks, 1, 44100,
-                              SF_FORMAT_CAF | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(
+        t::writeSound(dir.file("loop.caf"), clicks, 1, 44100, SF_FORMAT_CAF | SF_FORMAT_PCM_16));
     const FileStamp analysed = *stampOf(song.string());
     FileStamp grown = analysed;
     grown.sizeBytes -= 1;
@@ -269,8 +268,8 @@ TEST(TagWriter, PicturesAndTheId3VersionStay) {
         picture->setMimeType("image/png");
         picture->setPicture(cover);
         file.ID3v2Tag(true)->addFrame(picture);
-        ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripNone,
-                              TagLib::ID3v2::v3));
+        ASSERT_TRUE(
+            file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripNone, TagLib::ID3v2::v3));
         TagLib::FLAC::File flacFile(flac.c_str());
         auto* flacPicture = new TagLib::FLAC::Picture;
         flacPicture->setMimeType("image/png");
