@@ -6,7 +6,9 @@
 #include "cli/detect_report.h"
 #include "cli/interrupt.h"
 #include "cli/key_report.h"
+#include "key/key_names.h"
 #include "detection/tempo_detector.h"
+#include "tags/tag_writer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -27,8 +29,12 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {
-    {"--json", false}, {"-j", true, "--jobs"}, {"--octave", true}, {"--key", false}};
+constexpr KnownOption kOptions[] = {{"--json", false},
+                                    {"--key", false},
+                                    {"-j", true, "--jobs"},
+                                    {"--octave", true},
+                                    {"--write-tags", false},
+                                    {"--force", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
@@ -36,6 +42,8 @@ struct DetectOptions {
     bool key = false;
     detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
+    bool writeTags = false;
+    bool force = false; // replace BPM tags the files already have
     std::vector<std::string> paths;
 };
 
@@ -58,6 +66,10 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
                               "least 2 x LO)"};
         options.octave = *mode;
     }
+    options.writeTags = arguments.has("--write-tags");
+    options.force = arguments.has("--force");
+    if (options.force && !options.writeTags)
+        return UsageError{"--force only goes with --write-tags"};
     options.paths.assign(arguments.positionals.begin(), arguments.positionals.end());
     if (options.paths.empty())
         return UsageError{"no file or folder given"};
@@ -67,25 +79,29 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
 // Results of all files, filled by the workers in any order, printed in order.
 class ResultBoard {
 public:
-    explicit ResultBoard(size_t count) : lines_(count), failed_(count, false) {}
+    explicit ResultBoard(size_t count) : lines_(count), failed_(count, false), notes_(count) {}
 
-    void post(size_t index, std::string line, bool failed) {
+    // `note` goes to stderr after the line (empty for none).
+    void post(size_t index, std::string line, bool failed, std::string note = {}) {
         {
             const std::lock_guard lock(mutex_);
             lines_[index] = std::move(line);
             failed_[index] = failed;
+            notes_[index] = std::move(note);
             ++finished_;
         }
         changed_.notify_all();
     }
 
     // Waits up to `wait` for file `index`; nullopt when it is not done yet.
-    std::optional<std::string> take(size_t index, std::chrono::milliseconds wait, bool& failed) {
+    std::optional<std::string> take(size_t index, std::chrono::milliseconds wait, bool& failed,
+                                    std::string& note) {
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, wait, [&] { return lines_[index].has_value(); });
         if (!lines_[index])
             return std::nullopt;
         failed = failed_[index];
+        note = std::move(notes_[index]);
         return std::exchange(lines_[index], std::nullopt);
     }
 
@@ -99,6 +115,7 @@ private:
     std::condition_variable changed_;
     std::vector<std::optional<std::string>> lines_;
     std::vector<bool> failed_;
+    std::vector<std::string> notes_;
     size_t finished_ = 0;
 };
 
@@ -112,6 +129,8 @@ struct Job {
     detection::OctaveMode octave;
     int innerThreads; // threads inside one analysis
     detection::CancelCheck cancelled;
+    bool writeTags;
+    bool force;
 };
 
 std::string failureLine(const Job& job, const std::string& file, const std::string& message) {
@@ -132,15 +151,34 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
         return true;
     }
     try {
+        // Taken before the analysis: a file that changes meanwhile is not tagged.
+        const auto stamp = job.writeTags ? tags::stampOf(file) : std::nullopt;
         const detection::Analysis analysis =
             detection::analyzeFile(file, job.cancelled, {job.innerThreads, job.key}, job.octave);
         std::string line = job.json
                                ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
                                : textLine(file, analysis.estimate, analysis.damaged);
-        if (analysis.key)
-            line = job.json ? withJsonMembers(std::move(line), keyJsonMembers(*analysis.key))
-                            : line + keyTextLine(*analysis.key);
-        board.post(i, std::move(line), false);
+        const auto withKey = [&](std::string tempoLine) {
+            if (!analysis.key)
+                return tempoLine;
+            return job.json ? withJsonMembers(std::move(tempoLine), keyJsonMembers(*analysis.key))
+                            : tempoLine + keyTextLine(*analysis.key);
+        };
+        if (!job.writeTags) {
+            board.post(i, withKey(std::move(line)), false);
+            return true;
+        }
+        // Without a key (none asked for, or no tonal content) the file's own
+        // key tag stays as it is.
+        const std::optional<std::string> key =
+            analysis.key && analysis.key->key
+                ? std::optional<std::string>(key::asciiKeyName(*analysis.key->key))
+                : std::nullopt;
+        const tags::TagOutcome tagged =
+            tags::writeTempoTags(file, {analysis.estimate.bpm, key, job.force, stamp});
+        const bool failed = tagged.result == tags::TagResult::failed;
+        board.post(i, withKey(withTagOutcome(std::move(line), tagged, job.json)), failed,
+                   failed ? tagFailureLine(file, tagged.reason) : std::string());
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;
@@ -199,7 +237,9 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
                   options.key,
                   options.octave,
                   std::max(1, threads / std::max<int>(1, int(files.size()))),
-                  [&] { return interrupted.load() || outputFailed.load(); }};
+                  [&] { return interrupted.load() || outputFailed.load(); },
+                  options.writeTags,
+                  options.force};
     const bool progress = environment.stderrIsTerminal && files.size() > 1;
 
     try {
@@ -222,8 +262,9 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         if (pool.empty())
             analyseNext(job, next, board);
         bool failed = false;
+        std::string note;
         const std::optional<std::string> line =
-            board.take(i, std::chrono::milliseconds(50), failed);
+            board.take(i, std::chrono::milliseconds(50), failed, note);
         if (!line || interrupted)
             continue;
         if (progress) {
@@ -231,6 +272,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
             shown = SIZE_MAX;
         }
         out << *line << std::flush;
+        err << note;
         // Nobody reads the results any more: stop analysing.
         if (!out)
             outputFailed = true;

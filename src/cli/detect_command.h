@@ -8,7 +8,8 @@
 namespace quorlen::cli {
 
 inline constexpr std::string_view kDetectSynopsis =
-    "quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] PATH...";
+    "quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] "
+    "[--write-tags [--force]] PATH...";
 inline constexpr std::string_view kDetectSummary =
     "Tempo, beat offset, downbeat and confidence of audio files, or of folders of them; with "
     "--key also their key and tuning.";
@@ -20,11 +21,14 @@ struct DetectEnvironment {
     int defaultThreads = 1;
 };
 
-// `quorlen detect [--json] [--key] [-j N] [--octave MODE] PATH...`: tempo
-// of every file, one line each in input order, analysed on N threads, its
-// octave chosen as MODE says (classic by default); --key adds the key and
-// tuning (JSON members, or a second line of text). Exit 0 when all were
-// analysed, 1 when any failed, 2 for bad arguments, 130 when interrupted.
+// `quorlen detect [--json] [--key] [-j N] [--octave MODE] [--write-tags
+// [--force]] PATH...`: tempo of every file, one line each in input order,
+// analysed on N threads, its octave chosen as MODE says (classic by
+// default); --key adds the key and tuning (JSON members, or a second line
+// of text). With --write-tags the tempo (and with --key the key) goes into
+// each file's tags too (a file that has a BPM tag keeps it unless --force).
+// Exit 0 when all were analysed (and tagged), 1 when any failed, 2 for bad
+// arguments, 130 when interrupted.
 int runDetect(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
               const DetectEnvironment& environment);
 

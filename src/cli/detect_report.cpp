@@ -3,6 +3,7 @@
 #include "cli/json_writer.h"
 #include "cli/terminal_text.h"
 #include "detection/display_text.h"
+#include "tags/tag_values.h"
 #include "text/number_format.h"
 
 #include <charconv>
@@ -70,6 +71,38 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e, bool
 
 std::string jsonFailureLine(const std::string& file, const std::string& message) {
     return "{\"file\":" + jsonString(file) + ",\"error\":" + jsonString(message) + "}\n";
+}
+
+std::string withTagOutcome(std::string line, const tags::TagOutcome& outcome, bool json) {
+    using tags::TagResult;
+    const auto& tagged = outcome.taggedBpm;
+    std::string added;
+    if (json) {
+        added = std::string(",\"tags\":\"") +
+                (outcome.result == TagResult::written ? "written"
+                 : outcome.result == TagResult::kept  ? "kept"
+                                                      : "failed") +
+                '"';
+        if (tagged) {
+            const auto bpm = tags::bpmFromTagText(*tagged);
+            added += ",\"taggedBpm\":" + (bpm ? shortestJsonNumber(*bpm) : jsonString(*tagged));
+        }
+    } else if (outcome.result == TagResult::written) {
+        added = kSeparator + "tags written" +
+                (tagged ? ", replacing " + terminalSafe(*tagged) + " BPM" : std::string());
+    } else if (outcome.result == TagResult::kept) {
+        added =
+            kSeparator + "tags kept: the file says " + terminalSafe(tagged.value_or("")) + " BPM";
+    } else {
+        added = kSeparator + "tags not written";
+    }
+    // Before the closing brace of JSON, before the newline of text.
+    line.insert(line.size() - (json ? 2 : 1), added);
+    return line;
+}
+
+std::string tagFailureLine(const std::string& file, const std::string& reason) {
+    return terminalSafe(file) + ": could not write tags: " + terminalSafe(reason) + '\n';
 }
 
 } // namespace quorlen::cli

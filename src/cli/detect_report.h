@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detection/tempo_detector.h"
+#include "tags/tag_writer.h"
 
 #include <string>
 
@@ -23,5 +24,15 @@ std::string textFailureLine(const std::string& file, const std::string& message)
 std::string jsonLine(const std::string& file, const detection::Estimate& estimate, bool damaged,
                      const detection::OctaveMode& octave = detection::OctaveMode::classic());
 std::string jsonFailureLine(const std::string& file, const std::string& message);
+
+// `line` (from textLine or jsonLine) with what became of the file's tags:
+// text ends in " · tags written", " · tags written, replacing 124 BPM",
+// " · tags kept: the file says 124 BPM" or " · tags not written"; JSON gets
+// "tags" ("written", "kept" or "failed") and, when the file had a BPM tag,
+// "taggedBpm" (a number when it reads as one, else its text).
+std::string withTagOutcome(std::string line, const tags::TagOutcome& outcome, bool json);
+// The stderr line of a file whose tags could not be written:
+// "song.mp3: could not write tags: REASON".
+std::string tagFailureLine(const std::string& file, const std::string& reason);
 
 } // namespace quorlen::cli

@@ -56,4 +56,10 @@ set(quorlen_core_sources
   key/key_text.cpp
   key/tonal_frames.cpp
   preview/preview_frames.cpp
+  tags/audio_tags.cpp
+  tags/descriptor_stream.cpp
+  tags/file_stamp.cpp
+  tags/replacement_file.cpp
+  tags/tag_values.cpp
+  tags/tag_writer.cpp
 )

@@ -1,6 +1,7 @@
 #include "tempo_detection/tempo_detect_model.h"
 
 #include "decoding/audio_extensions.h"
+#include "key/key_names.h"
 #include "tempo_detection/analysis_pool.h"
 #include "tempo_detection/tempo_preview_player.h"
 
@@ -16,6 +17,13 @@
 
 namespace quorlen {
 
+// A tag save in flight, shared like Job: the model withdraws under the
+// mutex, the worker posts only under it.
+struct TempoDetectModel::TagJob {
+    std::mutex mutex;
+    TempoDetectModel* receiver = nullptr;
+};
+
 // What a worker shares with the model. The model withdraws as receiver
 // under the mutex, and the worker posts only under it, so a posted outcome
 // always has a living receiver at the moment it is posted (Qt drops posted
@@ -30,6 +38,7 @@ struct TempoDetectModel::Job {
 
 struct TempoDetectModel::Outcome {
     std::optional<detection::Analysis> analysis;
+    std::optional<tags::FileStamp> stamp;
     QString error;
     bool cancelled = false;
 };
@@ -58,6 +67,7 @@ TempoDetectModel::TempoDetectModel(std::unique_ptr<TempoPreviewPlayer> player, A
 
 TempoDetectModel::~TempoDetectModel() {
     cancelRunning();
+    dropTagSaving();
     ++m_previewRequest;
     m_player->stop(false);
 }
@@ -118,6 +128,7 @@ void TempoDetectModel::analyse(const QString& path) {
     analysisPool().start([job, analyser = m_analyser] {
         Outcome outcome;
         try {
+            outcome.stamp = tags::stampOf(job->path.toStdString());
             outcome.analysis = analyser(
                 job->path.toStdString(), [&job] { return job->cancelled.load(); }, job->octave);
         } catch (const detection::Failure& failure) {
@@ -153,7 +164,10 @@ void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& out
                              analysis.estimate.beatOffsetSeconds,
                              analysis.estimate.snappedBars,
                              analysis.damaged,
-                             analysis.key};
+                             analysis.key,
+                             outcome.stamp};
+        dropTagSaving();
+        m_tagOutcome.reset();
         m_status.reset();
         m_failed = false;
     } else if (!outcome.cancelled) {
@@ -184,6 +198,7 @@ void TempoDetectModel::rescale(double factor) {
     stopPreview();
     m_result->bpm = bpm;
     m_result->snappedBars.reset();
+    m_tagOutcome.reset();
     emit changed();
 }
 
@@ -225,6 +240,54 @@ void TempoDetectModel::tickPlayhead() {
         return;
     setPlayhead(std::min(m_result->estimate.durationSeconds,
                          m_player->now() - *started + m_player->startOffset()));
+}
+
+void TempoDetectModel::dropTagSaving() {
+    if (!m_savingTags)
+        return;
+    std::lock_guard lock(m_savingTags->mutex);
+    m_savingTags->receiver = nullptr;
+    m_savingTags.reset();
+}
+
+void TempoDetectModel::saveTags(bool replaceExisting) {
+    if (!m_result || m_savingTags)
+        return;
+    auto job = std::make_shared<TagJob>();
+    job->receiver = this;
+    m_savingTags = job;
+    m_tagOutcome.reset();
+    emit changed();
+    // The key tag follows once a detection names a key; the file's own key
+    // tag stays as it is until then.
+    // The key goes in where one is shown; without it the file's key tag stays.
+    const std::optional<std::string> key =
+        m_result->key && m_result->key->key
+            ? std::optional<std::string>(key::asciiKeyName(*m_result->key->key))
+            : std::nullopt;
+    const tags::TagRequest request{m_result->bpm, key, replaceExisting, m_result->stamp};
+    analysisPool().start([job, path = m_result->path.toStdString(), request] {
+        const tags::TagOutcome outcome = tags::writeTempoTags(path, request);
+        std::lock_guard lock(job->mutex);
+        if (!job->receiver)
+            return;
+        TempoDetectModel* receiver = job->receiver;
+        QMetaObject::invokeMethod(
+            receiver, [receiver, job, outcome] { receiver->applyTagOutcome(job, outcome); },
+            Qt::QueuedConnection);
+    });
+}
+
+void TempoDetectModel::applyTagOutcome(const std::shared_ptr<TagJob>& job,
+                                       const tags::TagOutcome& outcome) {
+    if (job != m_savingTags)
+        return;
+    m_savingTags.reset();
+    m_tagOutcome = outcome;
+    // The file is this program's own change; the next save compares to it.
+    if (outcome.writtenStamp && m_result)
+        m_result->stamp = outcome.writtenStamp;
+    emit changed();
 }
 
 void TempoDetectModel::setPlayhead(std::optional<double> seconds) {

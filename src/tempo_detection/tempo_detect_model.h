@@ -1,6 +1,7 @@
 #pragma once
 
 #include "detection/tempo_detector.h"
+#include "tags/tag_writer.h"
 #include "tempo/tempo_field.h"
 #include "tempo_detection/tempo_preview_player.h"
 
@@ -22,9 +23,9 @@ namespace quorlen {
 // calculator state; applying a tempo is the panel's job.
 //
 // Main thread only. Contract of the signals: `changed` follows any change
-// of result, isAnalysing, status or failed, after all of them hold their
-// new values (an analysis outcome arrives as one change); `playheadChanged`
-// follows a change of the playhead alone.
+// of result, isAnalysing, status, failed, isSavingTags or tagOutcome, after
+// all of them hold their new values (an analysis outcome arrives as one
+// change); `playheadChanged` follows a change of the playhead alone.
 class TempoDetectModel : public QObject {
     Q_OBJECT
 public:
@@ -38,6 +39,8 @@ public:
         std::optional<int> snappedBars;      // cleared by halving and doubling
         bool damaged = false;                // the decoder skipped parts of the file
         std::optional<key::KeyEstimate> key; // when the analysis measured it
+        // The file as the analysis started on it: one changed since is not tagged.
+        std::optional<tags::FileStamp> stamp;
     };
 
     // Runs on a worker thread: decodes and analyses the file, polling the
@@ -87,6 +90,15 @@ public:
     // Moves the playhead to where the preview is now, never past the end.
     void tickPlayhead();
 
+    // Writes the shown tempo into the analysed file's tags on a worker
+    // thread, by the rules of `tags::writeTempoTags`: a file that has a BPM
+    // tag keeps it unless `replaceExisting`. Does nothing while a save runs.
+    void saveTags(bool replaceExisting = false);
+    bool isSavingTags() const { return m_savingTags != nullptr; }
+    // What the last save of the shown result did; cleared when the result
+    // or its tempo changes.
+    const std::optional<tags::TagOutcome>& tagOutcome() const { return m_tagOutcome; }
+
 signals:
     void changed();
     void playheadChanged();
@@ -94,8 +106,11 @@ signals:
 private:
     struct Job;
     struct Outcome;
+    struct TagJob;
 
     void apply(const std::shared_ptr<Job>& job, const Outcome& outcome);
+    void applyTagOutcome(const std::shared_ptr<TagJob>& job, const tags::TagOutcome& outcome);
+    void dropTagSaving();
     void cancelRunning();
     void setPlayhead(std::optional<double> seconds);
     void failPreview(const QString& message);
@@ -109,6 +124,8 @@ private:
     Analyser m_analyser;
     detection::OctaveMode m_octave;
     std::shared_ptr<Job> m_running;
+    std::shared_ptr<TagJob> m_savingTags;
+    std::optional<tags::TagOutcome> m_tagOutcome;
     // Identifies the latest preview request; outcomes of older ones are dropped.
     uint64_t m_previewRequest = 0;
 };

@@ -222,10 +222,14 @@ QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
                        KitButton::Style::Bordered);
     m_useBpm = button("useBpmButton", QStringLiteral("Use this BPM"),
                       QStringLiteral("checkmark.circle"), KitButton::Style::Prominent);
+    m_saveTags =
+        button("saveTagsButton", QStringLiteral("Save to file"), {}, KitButton::Style::Bordered);
+    m_saveTags->setToolTip(QStringLiteral("Write the tempo into the file's tags"));
     row->addWidget(m_halve);
     row->addWidget(m_double);
     row->addWidget(m_preview);
     row->addStretch();
+    row->addWidget(m_saveTags);
     row->addWidget(m_useBpm);
     return row;
 }
@@ -247,6 +251,7 @@ void TempoDetectPanel::connectControls() {
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
     connect(m_useKey, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedKey);
     connect(m_useA4, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedA4);
+    connect(m_saveTags, &QAbstractButton::clicked, this, &TempoDetectPanel::saveTags);
     connect(&m_model, &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
     // Ends with the model or with this panel, whichever goes first: the
     // model usually outlives the panel, but a panel still waiting for its
@@ -265,6 +270,23 @@ TempoDetectPanel::~TempoDetectPanel() {
 void TempoDetectPanel::analyse(const QString& path) { m_model.analyse(path); }
 
 void TempoDetectPanel::leave() { m_model.stopPreview(); }
+
+QString TempoDetectPanel::tagNote(const tags::TagOutcome& outcome) {
+    const auto text = [](const std::string& s) { return QString::fromStdString(s); };
+    switch (outcome.result) {
+    case tags::TagResult::written:
+        return QStringLiteral("saved ") + text(outcome.writtenBpm) +
+               QStringLiteral(" BPM to the file") +
+               (outcome.taggedBpm ? QStringLiteral(", replacing ") + text(*outcome.taggedBpm)
+                                  : QString());
+    case tags::TagResult::kept:
+        return QStringLiteral("the file already says ") + text(outcome.taggedBpm.value_or("")) +
+               QStringLiteral(" BPM; \"Replace tag\" overwrites it");
+    case tags::TagResult::failed:
+        return QStringLiteral("could not write tags: ") + text(outcome.reason);
+    }
+    return {};
+}
 
 QString TempoDetectPanel::heading(const TempoDetectModel& model) {
     if (model.isAnalysing())
@@ -303,9 +325,16 @@ void TempoDetectPanel::refresh() {
                            QString::fromStdString(detection::tempoText(d.bpm * 2, true)),
                        {});
     m_double->setEnabled(d.bpm * 2 <= tempo::kControlBpmRange.max);
-    const QString note = QString::fromStdString(
-        detection::detectionNote({d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars,
-                                  confidence, d.estimate.alternatives, d.damaged}));
+    const auto& saved = m_model.tagOutcome();
+    const bool kept = saved && saved->result == tags::TagResult::kept;
+    m_saveTags->setLabel(m_model.isSavingTags() ? QStringLiteral("Saving") + kEllipsis
+                         : kept                 ? QStringLiteral("Replace tag")
+                                                : QStringLiteral("Save to file"),
+                         {});
+    m_saveTags->setEnabled(!m_model.isSavingTags());
+    const QString note = QString::fromStdString(detection::detectionNote(
+        {d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars, confidence,
+         d.estimate.alternatives, d.damaged, saved ? tagNote(*saved).toStdString() : ""}));
     m_note->setText(note);
     m_note->setToolTip(note);
     m_note->setAccessibleName(note);
@@ -368,6 +397,13 @@ void TempoDetectPanel::refreshPlayhead() {
         m_preview->setLabel(QStringLiteral("Preview"), QStringLiteral("play.fill"));
         m_ticker.stop();
     }
+}
+
+void TempoDetectPanel::saveTags() {
+    // After a kept tag the button reads "Replace tag": the second click
+    // overwrites.
+    const auto& saved = m_model.tagOutcome();
+    m_model.saveTags(saved && saved->result == tags::TagResult::kept);
 }
 
 void TempoDetectPanel::useDetectedBpm() {

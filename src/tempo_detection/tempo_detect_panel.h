@@ -44,6 +44,8 @@ public:
 
     // The drop zone's heading for the model's state.
     static QString heading(const TempoDetectModel& model);
+    // What "Save to file" did, for the note: "saved 128 BPM to the file".
+    static QString tagNote(const tags::TagOutcome& outcome);
 
 signals:
     // "Use this key": the detected key as a circle position and ring.
@@ -61,6 +63,7 @@ private:
     void refresh();
     void refreshPlayhead();
     void useDetectedBpm();
+    void saveTags();
 
     CalculatorState& m_state;
     TempoDetectModel& m_model;
@@ -74,6 +77,7 @@ private:
     KitButton* m_double;
     KitButton* m_preview;
     KitButton* m_useBpm;
+    KitButton* m_saveTags;
     SchemeLabel* m_note;
     QWidget* m_keyRow;
     CopyableText* m_keyName;

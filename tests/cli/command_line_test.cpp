@@ -29,7 +29,8 @@ TEST(CommandLine, HelpAndVersionGoToStdoutAndSucceed) {
     const Outcome help = run({"--help"});
     EXPECT_EQ(help.status, kExitOk);
     EXPECT_NE(help.out.find("usage: quorlen"), std::string::npos);
-    EXPECT_NE(help.out.find("detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] PATH..."),
+    EXPECT_NE(help.out.find("detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] "
+                            "[--write-tags [--force]] PATH..."),
               std::string::npos);
     EXPECT_TRUE(help.err.empty());
 
@@ -75,11 +76,11 @@ TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
              std::vector<Args>{{"--json", "--json"}, {""}, {"--frob"}, {"--json=1"}})
             expectOneLineRefusal(with(extra), "quorlen " + name + ": ");
     }
-    EXPECT_EQ(
-        run({"detect", "--help"}).out,
-        "usage: quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] PATH...\n"
-        "      Tempo, beat offset, downbeat and confidence of audio files, or of folders "
-        "of them; with --key also their key and tuning.\n");
+    EXPECT_EQ(run({"detect", "--help"}).out,
+              "usage: quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] "
+              "[--write-tags [--force]] PATH...\n"
+              "      Tempo, beat offset, downbeat and confidence of audio files, or of folders "
+              "of them; with --key also their key and tuning.\n");
 }
 
 TEST(CommandLine, EachCommandRefusesValuesItCannotUse) {
@@ -99,7 +100,9 @@ TEST(CommandLine, EachCommandRefusesValuesItCannotUse) {
           "3 8 --cycles 2", "3 8 --play --cycles 1.5", "3 8 --play=yes"}},
         {"detect",
          {"", "--json", "-j", "-j two x.wav", "-j 1.5 x.wav", "-j 2 --jobs=3 x.wav",
-          "--octave x.wav", "--octave=80-120 x.wav", "--octave AUTO x.wav"}}};
+          "--octave x.wav", "--octave=80-120 x.wav", "--octave AUTO x.wav",
+          // Replacing tags only means something while writing them.
+          "--force x.wav", "--write-tags=1 x.wav"}}};
     for (const auto& [command, tails] : refused) {
         for (const char* tail : tails) {
             const std::string line = std::string(command) + (*tail ? " " : "") + tail;

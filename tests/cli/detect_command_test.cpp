@@ -4,6 +4,7 @@
 #include "key_signals.h"
 #include "support/json.h"
 #include "support/lines.h"
+#include "tags/tag_writer.h"
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
@@ -149,6 +150,49 @@ TEST(DetectCommand, StopsOnUnwritableOutputOrAnInterrupt) {
     const Outcome result = detect({library.dir.path().string()}, &interrupted);
     EXPECT_EQ(result.status, kExitInterrupted);
     EXPECT_TRUE(result.out.empty());
+}
+
+TEST(DetectCommand, WriteTagsTagsEachFileOnceAndForceReplaces) {
+    const Library library;
+    const std::string loop = library.path("drums/loop.wav");
+    const std::string slow = library.path("drums/Slow.FLAC");
+    const Outcome first = detect({"--json", "--write-tags", loop, slow});
+    EXPECT_EQ(first.status, kExitOk) << first.err;
+    EXPECT_EQ(first.err, "");
+    for (const std::string& line : lines(first.out))
+        EXPECT_TRUE(line.ends_with(",\"damaged\":false,\"tags\":\"written\"}")) << line;
+    EXPECT_EQ(tags::readTempoTags(loop).bpm, "120");
+    EXPECT_EQ(tags::readTempoTags(slow).bpm, "95");
+
+    const Outcome again = detect({"--write-tags", loop});
+    EXPECT_EQ(again.status, kExitOk);
+    EXPECT_TRUE(again.out.ends_with(" · 8.0 s · tags kept: the file says 120 BPM\n")) << again.out;
+
+    // The tag follows the octave mode, as the printed tempo does.
+    const Outcome forced = detect({"--write-tags", "--force", "--octave", "40-80", loop});
+    EXPECT_EQ(forced.status, kExitOk);
+    EXPECT_TRUE(forced.out.ends_with(" · tags written, replacing 120 BPM\n")) << forced.out;
+    EXPECT_EQ(tags::readTempoTags(loop).bpm, "60");
+}
+
+TEST(DetectCommand, AFileThatCannotBeTaggedFailsWithALineOnStderr) {
+    const Library library;
+    const auto loop = detection::testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
+    ASSERT_TRUE(detection::testing::writeSound(library.dir.file("drums/loop.caf"), loop, 1, 44100,
+                                               SF_FORMAT_CAF | SF_FORMAT_PCM_16));
+    const std::string caf = library.path("drums/loop.caf");
+    const std::string before = detection::testing::readBytes(caf);
+    const Outcome result = detect({"--write-tags", library.path("drums")});
+    EXPECT_EQ(result.status, kExitFailed);
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 4u) << result.out;
+    EXPECT_TRUE(printed[1].starts_with(caf + ": 120 BPM · ")) << printed[1];
+    EXPECT_TRUE(printed[1].ends_with(" · tags not written")) << printed[1];
+    EXPECT_TRUE(printed[2].ends_with(" · tags written")) << printed[2];
+    // The file that is no audio fails its analysis as ever, and gets no tag line.
+    EXPECT_EQ(printed[3], library.path("drums/notes.wav") + ": Not an audio file");
+    EXPECT_EQ(result.err, caf + ": could not write tags: " + tags::kUnsupportedReason + "\n");
+    EXPECT_TRUE(detection::testing::readBytes(caf) == before);
 }
 
 } // namespace

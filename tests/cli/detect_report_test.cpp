@@ -71,5 +71,44 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     }
 }
 
+TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
+    using tags::TagResult;
+    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0};
+    struct Case {
+        tags::TagOutcome outcome;
+        const char* text; // what follows "8.0 s"
+        const char* json; // what follows "damaged":false
+    };
+    const Case cases[] = {
+        {{TagResult::written, std::nullopt, "120", std::nullopt, ""},
+         " · tags written",
+         ",\"tags\":\"written\""},
+        {{TagResult::written, "124", "120", std::nullopt, ""},
+         " · tags written, replacing 124 BPM",
+         ",\"tags\":\"written\",\"taggedBpm\":124"},
+        {{TagResult::kept, "127,50", "", std::nullopt, ""},
+         " · tags kept: the file says 127,50 BPM",
+         ",\"tags\":\"kept\",\"taggedBpm\":127.5"},
+        // A tag that is no number is reported as the text it is.
+        {{TagResult::kept, "fast\x1b", "", std::nullopt, ""},
+         " · tags kept: the file says fast\\x1b BPM",
+         ",\"tags\":\"kept\",\"taggedBpm\":\"fast\\u001b\""},
+        {{TagResult::failed, std::nullopt, "", std::nullopt, "Permission denied"},
+         " · tags not written",
+         ",\"tags\":\"failed\""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        const std::string text = textLine("a.wav", e, false);
+        EXPECT_EQ(withTagOutcome(text, c.outcome, false),
+                  text.substr(0, text.size() - 1) + c.text + "\n");
+        const std::string json = withTagOutcome(jsonLine("a.wav", e, false), c.outcome, true);
+        EXPECT_EQ(json.substr(json.find("\"damaged\":false") + 15), c.json + std::string("}\n"));
+        EXPECT_TRUE(quorlen::testing::readJson(json)) << json;
+    }
+    EXPECT_EQ(tagFailureLine("a\x1b.mp3", "cannot write the file: Permission denied"),
+              "a\\x1b.mp3: could not write tags: cannot write the file: Permission denied\n");
+}
+
 } // namespace
 } // namespace quorlen::cli

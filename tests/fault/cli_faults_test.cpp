@@ -229,5 +229,76 @@ TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
         EXPECT_FALSE(saysOutOfMemory(line)) << line;
 }
 
+std::vector<std::string> namesIn(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// Whatever step of a tag write fails, the file stays byte for byte as it
+// was, nothing is left beside it, and the reason is one line on stderr.
+TEST(CliFaults, ATagWriteThatFailsLeavesTheOriginalAndNoCopy) {
+    const Loops loops;
+    const fs::path song = loops.dir.file("loop0.wav");
+    const std::string before = detection::testing::readBytes(song);
+    const auto namesBefore = namesIn(loops.dir.path());
+    struct Case {
+        const char* variable;
+        std::string value;
+        const char* reason;
+    };
+    const Case cases[] = {
+        // The disk fills up during the copy, then just after it (as the tag goes in).
+        {"QUORLEN_FAULT_WRITE_ABOVE", "4096", "cannot copy the file: No space left on device"},
+        {"QUORLEN_FAULT_WRITE_ABOVE", std::to_string(before.size()),
+         "cannot write the tags: No space left on device"},
+        {"QUORLEN_FAULT_FSYNC", "1", "cannot write the file to the disk: Input/output error"},
+        {"QUORLEN_FAULT_RENAME", "1", "cannot replace the file: Input/output error"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.variable) + "=" + c.value);
+        const ChildResult result = runChild(
+            withShim(quorlen({"detect", "--write-tags", song.string()}), c.variable, c.value));
+        expectCleanEnd(result, {1});
+        EXPECT_TRUE(result.out.ends_with(" · tags not written\n")) << result.out;
+        EXPECT_EQ(result.err, song.string() + ": could not write tags: " + c.reason + "\n");
+        EXPECT_TRUE(detection::testing::readBytes(song) == before);
+        EXPECT_EQ(namesIn(loops.dir.path()), namesBefore);
+    }
+    // And without a fault the same run tags the file.
+    const ChildResult tagged = runChild(quorlen({"detect", "--write-tags", song.string()}));
+    expectCleanEnd(tagged, {0});
+    EXPECT_TRUE(tagged.out.ends_with(" · tags written\n")) << tagged.out;
+    EXPECT_EQ(namesIn(loops.dir.path()), namesBefore);
+}
+
+TEST(CliFaults, ReadOnlyFilesAndFoldersAreNotTagged) {
+    const Loops loops;
+    fs::create_directory(loops.dir.file("locked"));
+    fs::copy_file(loops.dir.file("loop0.wav"), loops.dir.file("locked/loop.wav"));
+    const std::string before = detection::testing::readBytes(loops.dir.file("loop1.wav"));
+    fs::permissions(loops.dir.file("locked"), fs::perms(0555));
+    fs::permissions(loops.dir.file("loop1.wav"), fs::perms(0444));
+    ChildRun run = quorlen({"detect", "--write-tags", loops.dir.file("locked/loop.wav").string(),
+                            loops.dir.file("loop1.wav").string()});
+    run.obeyFilePermissions = true;
+    const ChildResult result = runChild(run);
+    fs::permissions(loops.dir.file("locked"), fs::perms(0755));
+    if (result.unsupported)
+        GTEST_SKIP() << "cannot give up the permission override here";
+
+    expectCleanEnd(result, {1});
+    EXPECT_EQ(lines(result.out).size(), 2u) << result.out;
+    EXPECT_EQ(result.err,
+              loops.dir.file("locked/loop.wav").string() +
+                  ": could not write tags: cannot create a file beside it: Permission denied\n" +
+                  loops.dir.file("loop1.wav").string() +
+                  ": could not write tags: cannot write the file: Permission denied\n");
+    EXPECT_TRUE(detection::testing::readBytes(loops.dir.file("loop1.wav")) == before);
+    EXPECT_EQ(namesIn(loops.dir.file("locked")), std::vector<std::string>{"loop.wav"});
+}
+
 } // namespace
 } // namespace quorlen::testing

@@ -5,14 +5,23 @@
 //                                per-user process limit;
 //   QUORLEN_FAULT_ALLOC_ABOVE=B  every single allocation of more than B
 //                                bytes fails with ENOMEM, as when memory
-//                                runs out in the middle of a large file.
-// Without either variable the program runs as usual.
+//                                runs out in the middle of a large file;
+//   QUORLEN_FAULT_WRITE_ABOVE=B  writes into regular files other than the
+//                                standard streams fail with ENOSPC once B
+//                                bytes have gone into them, as on a disk that
+//                                fills up;
+//   QUORLEN_FAULT_FSYNC=1        fsync fails with EIO, as on a failing disk;
+//   QUORLEN_FAULT_RENAME=1       rename fails with EIO.
+// Without these variables the program runs as usual.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
 #include <pthread.h>
 #include <stdatomic.h>
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
 
 extern void* __libc_malloc(size_t size);
 extern void* __libc_calloc(size_t count, size_t size);
@@ -72,4 +81,62 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
         return EAGAIN;
     const CreateThread next = (CreateThread)dlsym(RTLD_NEXT, "pthread_create");
     return next(thread, attributes, start, argument);
+}
+
+// Whether a write of `bytes` into `fd` runs past the disk's pretended end.
+static int diskFull(int fd, size_t bytes) {
+    static atomic_llong written;
+    const long long limit = fromEnvironment("QUORLEN_FAULT_WRITE_ABOVE");
+    struct stat status;
+    if (limit < 0 || fd <= STDERR_FILENO || fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))
+        return 0;
+    if (atomic_fetch_add(&written, (long long)bytes) + (long long)bytes <= limit)
+        return 0;
+    errno = ENOSPC;
+    return 1;
+}
+
+typedef ssize_t (*Write)(int, const void*, size_t);
+typedef ssize_t (*PositionedWrite)(int, const void*, size_t, off_t);
+
+ssize_t write(int fd, const void* data, size_t bytes) {
+    if (diskFull(fd, bytes))
+        return -1;
+    const Write next = (Write)dlsym(RTLD_NEXT, "write");
+    return next(fd, data, bytes);
+}
+
+ssize_t pwrite(int fd, const void* data, size_t bytes, off_t offset) {
+    if (diskFull(fd, bytes))
+        return -1;
+    const PositionedWrite next = (PositionedWrite)dlsym(RTLD_NEXT, "pwrite");
+    return next(fd, data, bytes, offset);
+}
+
+ssize_t pwrite64(int fd, const void* data, size_t bytes, off_t offset) {
+    return pwrite(fd, data, bytes, offset);
+}
+
+static int failing(const char* name) {
+    if (fromEnvironment(name) != 1)
+        return 0;
+    errno = EIO;
+    return 1;
+}
+
+typedef int (*Sync)(int);
+typedef int (*Rename)(const char*, const char*);
+
+int fsync(int fd) {
+    if (failing("QUORLEN_FAULT_FSYNC"))
+        return -1;
+    const Sync next = (Sync)dlsym(RTLD_NEXT, "fsync");
+    return next(fd);
+}
+
+int rename(const char* from, const char* to) {
+    if (failing("QUORLEN_FAULT_RENAME"))
+        return -1;
+    const Rename next = (Rename)dlsym(RTLD_NEXT, "rename");
+    return next(from, to);
 }

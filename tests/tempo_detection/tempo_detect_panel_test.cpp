@@ -7,6 +7,7 @@
 #include "audio/fake_audio_backend.h"
 #include "support/print_qstring.h"
 #include "support/wait.h"
+#include "tags/tag_writer.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/octave_setting.h"
@@ -228,6 +229,49 @@ TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult)
     EXPECT_EQ(zone->heading(), "Could not analyse that file");
     EXPECT_EQ(zone->line(), "File is too short to detect a tempo");
     EXPECT_TRUE(rig.find<QWidget>("detectionResults")->isVisible());
+}
+
+// "Save to file" writes the shown tempo into the analysed file, keeps a tag
+// the file has until asked again, and says each time what it did.
+TEST(TempoDetectPanel, SaveToFileWritesTheShownTempoAndSaysWhatItDid) {
+    const generated::TempDir dir;
+    const auto clicks = generated::clickTrain({.bpm = 128, .seconds = 3, .rateHz = 44100});
+    ASSERT_TRUE(generated::writeSound(dir.file("take.wav"), clicks, 1, 44100,
+                                      SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(generated::writeSound(dir.file("take.caf"), clicks, 1, 44100,
+                                      SF_FORMAT_CAF | SF_FORMAT_PCM_16));
+    const std::string wav = dir.file("take.wav").string();
+    PanelRig rig([] { return analysisAt(127.934); });
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(wav)));
+    auto* save = rig.find<KitButton>("saveTagsButton");
+    const auto note = [&] { return rig.find<SchemeLabel>("detectionNote")->text(); };
+    const auto clickAndWait = [&] {
+        QTest::mouseClick(save, Qt::LeftButton);
+        return waitUntil([&] { return !rig.model->isSavingTags(); });
+    };
+    EXPECT_EQ(save->text(), "Save to file");
+
+    ASSERT_TRUE(clickAndWait());
+    EXPECT_EQ(note(), "take.wav · 30.0 s · saved 128 BPM to the file");
+    EXPECT_EQ(tags::readTempoTags(wav).bpm, "128");
+
+    // Halved, and saved again: the file keeps its 128 until the second click.
+    QTest::mouseClick(rig.find<KitButton>("halveButton"), Qt::LeftButton);
+    EXPECT_FALSE(note().contains("saved")) << "the note is about the tempo shown";
+    ASSERT_TRUE(clickAndWait());
+    EXPECT_TRUE(note().contains(" · the file already says 128 BPM; \"Replace tag\" overwrites it"))
+        << note().toStdString();
+    EXPECT_EQ(save->text(), "Replace tag");
+    ASSERT_TRUE(clickAndWait());
+    EXPECT_TRUE(note().contains(" · saved 64 BPM to the file, replacing 128"))
+        << note().toStdString();
+    EXPECT_EQ(tags::readTempoTags(wav).bpm, "64");
+    EXPECT_EQ(save->text(), "Save to file");
+
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(dir.file("take.caf").string())));
+    ASSERT_TRUE(clickAndWait());
+    EXPECT_TRUE(note().contains(QString(" · could not write tags: ") + tags::kUnsupportedReason))
+        << note().toStdString();
 }
 
 TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {

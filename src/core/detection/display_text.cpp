@@ -49,6 +49,8 @@ std::string detectionNote(const NoteInput& input) {
     std::string note = input.name + kSeparator + text::format("%.1f s", input.durationSeconds);
     if (input.damaged)
         note += kSeparator + kDamagedNote;
+    if (!input.tagNote.empty())
+        note += kSeparator + input.tagNote;
     if (input.snappedBars)
         note += kSeparator + "file length fits exactly " + std::to_string(*input.snappedBars) +
                 " bars — tempo snapped to the loop";

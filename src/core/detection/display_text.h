@@ -34,7 +34,8 @@ struct NoteInput {
     std::optional<int> snappedBars;
     double confidence = 0.0;
     std::vector<double> alternativesBpm;
-    bool damaged = false; // the decoder skipped parts of the file
+    bool damaged = false;     // the decoder skipped parts of the file
+    std::string tagNote = {}; // what saving the tempo into the file did; empty for nothing
 };
 
 inline constexpr const char* kDamagedNote = "parts of the file could not be decoded";
@@ -43,8 +44,8 @@ inline constexpr const char* kDamagedNote = "parts of the file could not be deco
 //   loop.wav · 8.0 s · file length fits exactly 4 bars — tempo snapped to
 //   the loop · also plausible: 60, 240 BPM
 // with the advice to check the grid added before the alternatives when the
-// confidence is under 0.7, and kDamagedNote right after the duration when
-// the decoder had to skip damage.
+// confidence is under 0.7, kDamagedNote right after the duration when
+// the decoder had to skip damage, and the tag note first after that.
 std::string detectionNote(const NoteInput& input);
 
 } // namespace quorlen::detection

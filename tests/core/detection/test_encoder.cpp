@@ -33,6 +33,8 @@ bool encodeSound(const std::filesystem::path& path, std::span<const float> inter
                      "-i", raw.string(), "-c:a", encoding.encoder, "-strict", "experimental"});
     if (video)
         args.insert(args.end(), {"-c:v", "mpeg4"});
+    if (encoding.title)
+        args.insert(args.end(), {"-metadata", std::string("title=") + encoding.title});
     if (encoding.bitRate > 0)
         args.insert(args.end(), {"-b:a", std::to_string(encoding.bitRate)});
     args.push_back(path.string());

@@ -10,9 +10,10 @@ namespace quorlen::detection::testing {
 // from the file's extension.
 struct Encoding {
     const char* encoder = "";
-    long bitRate = 0;       // bits per second; 0 for the encoder's default
-    bool withVideo = false; // adds a small grey video stream before the sound
-    bool videoOnly = false; // the video stream without any sound
+    long bitRate = 0;            // bits per second; 0 for the encoder's default
+    bool withVideo = false;      // adds a small grey video stream before the sound
+    bool videoOnly = false;      // the video stream without any sound
+    const char* title = nullptr; // a title tag, in the container's own tag format
 };
 
 // Encodes interleaved float frames of `channels` channels at `rateHz` with
