@@ -6,8 +6,8 @@
 #include "cli/detect_report.h"
 #include "cli/interrupt.h"
 #include "cli/key_report.h"
-#include "key/key_names.h"
 #include "detection/tempo_detector.h"
+#include "key/key_names.h"
 #include "tags/tag_writer.h"
 
 #include <algorithm>
@@ -29,12 +29,9 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false},
-                                    {"--key", false},
-                                    {"-j", true, "--jobs"},
-                                    {"--octave", true},
-                                    {"--write-tags", false},
-                                    {"--force", false}};
+constexpr KnownOption kOptions[] = {{"--json", false},       {"--key", false},
+                                    {"-j", true, "--jobs"},  {"--octave", true},
+                                    {"--write-tags", false}, {"--force", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {

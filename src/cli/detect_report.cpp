@@ -52,8 +52,8 @@ std::string jsonLine(const std::string& file, const detection::Estimate& e, bool
     std::string candidates;
     for (const detection::RankedTempo& c : e.candidates)
         candidates += std::string(candidates.empty() ? "" : ",") +
-                      "{\"bpm\":" + shortestJsonNumber(c.bpm) + ",\"p\":" + shortestJsonNumber(c.p) +
-                      "}";
+                      "{\"bpm\":" + shortestJsonNumber(c.bpm) +
+                      ",\"p\":" + shortestJsonNumber(c.p) + "}";
     return "{\"file\":" + jsonString(file) + ",\"bpm\":" + shortestJsonNumber(e.bpm) +
            ",\"beatOffset\":" + shortestJsonNumber(e.beatOffsetSeconds) +
            ",\"downbeat\":" + std::to_string(e.downbeat) +

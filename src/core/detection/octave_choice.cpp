@@ -108,7 +108,9 @@ std::vector<RankedTempo> rankedCandidates(double shown, double shownP, double co
         if (ranked.size() == kShownCandidates)
             break;
         const double bpm = std::round(candidates[i].bpm * 100.0) / 100.0;
-        const auto near = [&](double other) { return std::abs(bpm - other) <= kRightTempo * other; };
+        const auto near = [&](double other) {
+            return std::abs(bpm - other) <= kRightTempo * other;
+        };
         if (near(shown) ||
             std::any_of(ranked.begin(), ranked.end(), [&](const auto& r) { return near(r.bpm); }))
             continue;
@@ -132,8 +134,7 @@ std::vector<double> refinedTempos(const TempoEvidence& evidence) {
 }
 
 OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& mode,
-                               const std::optional<FinalTempo>& classic,
-                               double classicConfidence) {
+                               const std::optional<FinalTempo>& classic, double classicConfidence) {
     const std::vector<double> others = refinedTempos(evidence);
     const double classicBpm = classic ? classic->bpm : 0.0;
     const std::vector<OctaveFeatures> candidates = octaveCandidates(
@@ -173,7 +174,8 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
     size_t shownAs = best;
     for (size_t i = 0; i < candidates.size(); ++i) {
         const bool near = std::abs(candidates[i].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
-        const bool nearBest = std::abs(candidates[shownAs].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
+        const bool nearBest =
+            std::abs(candidates[shownAs].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
         if (near && (!nearBest || p[i] > p[shownAs]))
             shownAs = i;
     }
@@ -183,8 +185,7 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
         {probability, classic && std::abs(chosen.bpm - classic->bpm) <= kRightTempo * classic->bpm,
          chosen.bpm, wholeBeatLoop, candidates[shownAs].fullStrength, candidates[shownAs].barRepeat,
          classicConfidence});
-    choice.candidates =
-        rankedCandidates(chosen.bpm, probability, choice.confidence, candidates, p);
+    choice.candidates = rankedCandidates(chosen.bpm, probability, choice.confidence, candidates, p);
     return choice;
 }
 

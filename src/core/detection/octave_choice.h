@@ -30,7 +30,6 @@ struct OctaveChoice {
 // the beat). Throws Failure::noRhythm when there is no candidate at all.
 // `classicConfidence` is the classic mode's confidence in its own tempo.
 OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& mode,
-                               const std::optional<FinalTempo>& classic,
-                               double classicConfidence);
+                               const std::optional<FinalTempo>& classic, double classicConfidence);
 
 } // namespace quorlen::detection

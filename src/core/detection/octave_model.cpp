@@ -37,8 +37,7 @@ constexpr double kSameTempo = 0.02;
 // percent or so off, and a loop's file may have a few ms of tail.
 constexpr double kLoopSpread = 0.02;
 // Beats a loop may hold, as candidates of their own: bars and their halves.
-constexpr std::array<int, 14> kLoopBeatCounts = {1,  2,  3,  4,  6,   8,   12,
-                                                 16, 24, 32, 48, 64, 96, 128};
+constexpr std::array<int, 14> kLoopBeatCounts = {1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128};
 
 double meanOf(std::span<const double> x) {
     return x.empty() ? 0.0 : std::accumulate(x.begin(), x.end(), 0.0) / double(x.size());
@@ -201,10 +200,9 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
             };
             f.triplet = near(2.0 / 3.0) || near(1.5) || near(1.0 / 3.0) || near(3.0) ? 1.0 : 0.0;
             f.dotted = near(0.75) || near(4.0 / 3.0) ? 1.0 : 0.0;
-            f.unrelated = f.triplet == 0.0 && f.dotted == 0.0 && !near(1.0) && !near(0.5) &&
-                                  !near(2.0)
-                              ? 1.0
-                              : 0.0;
+            f.unrelated =
+                f.triplet == 0.0 && f.dotted == 0.0 && !near(1.0) && !near(0.5) && !near(2.0) ? 1.0
+                                                                                              : 0.0;
         }
         if (loop) {
             f.loopBeats = wholeFit(bpm, seconds, 1.0);
@@ -305,11 +303,10 @@ double choiceConfidence(const ChoiceEvidence& e) {
     // probability and agreeing with the classic tempo say most; tempos far
     // from 120 BPM, whose octave conventions differ most, take from it.
     const double p = std::clamp(e.probability, 1e-3, 1.0 - 1e-3);
-    const double z = 0.399 + 0.643 * std::log(p / (1.0 - p)) +
-                     0.544 * (e.agreesWithClassic ? 1.0 : 0.0) -
-                     0.803 * std::abs(std::log2(e.bpm / kReferenceBpm)) -
-                     0.517 * (e.wholeBeatLoop ? 1.0 : 0.0) - 0.074 * e.fullStrength -
-                     0.078 * e.barRepeat + 0.262 * e.classicConfidence;
+    const double z =
+        0.399 + 0.643 * std::log(p / (1.0 - p)) + 0.544 * (e.agreesWithClassic ? 1.0 : 0.0) -
+        0.803 * std::abs(std::log2(e.bpm / kReferenceBpm)) - 0.517 * (e.wholeBeatLoop ? 1.0 : 0.0) -
+        0.074 * e.fullStrength - 0.078 * e.barRepeat + 0.262 * e.classicConfidence;
     return 1.0 / (1.0 + std::exp(-z));
 }
 

@@ -34,11 +34,11 @@ int wholeBeats(double bpm, double seconds);
 // divided by the envelope's mean, so 1 is "no more than anywhere".
 struct OctaveFeatures {
     double bpm = 0.0;
-    double ratio = 1.0;        // bpm / the classic tempo
-    double logTempo = 0.0;     // log2(bpm / 120)
-    double fullStrength = 0.0; // ln of the full-band strength
-    double lowStrength = 0.0;  // ln of the low-band strength (0 without a low band)
-    double kicksPerBeat = 0.0; // log2 of low-band onsets per beat (their rate x 60 / bpm)
+    double ratio = 1.0;         // bpm / the classic tempo
+    double logTempo = 0.0;      // log2(bpm / 120)
+    double fullStrength = 0.0;  // ln of the full-band strength
+    double lowStrength = 0.0;   // ln of the low-band strength (0 without a low band)
+    double kicksPerBeat = 0.0;  // log2 of low-band onsets per beat (their rate x 60 / bpm)
     double onsetsPerBeat = 0.0; // the same of the full band's onsets: the notes of a beat
     // How much more the mid band's accents repeat themselves after 8 beats
     // than after 4: ln of their autocorrelation at 8P over that at 4P (P the
@@ -106,9 +106,9 @@ struct ChoiceEvidence {
     double probability = 0.0;       // the candidates' probability within 4 % of it
     bool agreesWithClassic = false; // the classic tempo is within 4 % of it
     double bpm = 0.0;
-    bool wholeBeatLoop = false; // moved to a whole number of beats of a loop
-    double fullStrength = 0.0;  // of the candidate it was chosen as
-    double barRepeat = 0.0;     // of the candidate it was chosen as
+    bool wholeBeatLoop = false;     // moved to a whole number of beats of a loop
+    double fullStrength = 0.0;      // of the candidate it was chosen as
+    double barRepeat = 0.0;         // of the candidate it was chosen as
     double classicConfidence = 0.0; // the classic mode's confidence in its own tempo
 };
 

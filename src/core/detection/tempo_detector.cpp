@@ -23,9 +23,9 @@
 namespace quorlen::detection {
 namespace {
 
-constexpr size_t kMinimumSamples = 26460;   // 1.2 s at 22050 Hz
+constexpr size_t kMinimumSamples = 26460;     // 1.2 s at 22050 Hz
 constexpr size_t kMinimumLoopSamples = 11025; // 0.5 s at 22050 Hz
-constexpr size_t kAnalysisWindow = 6615000; // 300 s at 22050 Hz
+constexpr size_t kAnalysisWindow = 6615000;   // 300 s at 22050 Hz
 // The flux peaks about three hops after the onset that causes it.
 constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
@@ -99,9 +99,7 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
     // Below the classic minimum, a loop without rhythm is still "too short":
     // that is what the classic mode has always said of it.
     const bool classicLength = samples.size() >= kMinimumSamples;
-    const auto noRhythm = [&] {
-        return classicLength ? Failure::noRhythm() : Failure::tooShort();
-    };
+    const auto noRhythm = [&] { return classicLength ? Failure::noRhythm() : Failure::tooShort(); };
     Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
     samples = {};

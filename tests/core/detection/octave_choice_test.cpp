@@ -112,8 +112,7 @@ TEST(OctaveChoice, ALoopIsReadFromItsLengthAtWholeBeats) {
 
 TEST(OctaveChoice, ConfidenceIsHighOnAClickTrackAndCandidatesShareAtMostOne) {
     std::vector<float> clicks = testing::clickTrain({.bpm = 120, .seconds = 40.3});
-    const Estimate e =
-        analyze(clicks, 44100.0, 40.3, {}, {}, OctaveMode::automatic());
+    const Estimate e = analyze(clicks, 44100.0, 40.3, {}, {}, OctaveMode::automatic());
     EXPECT_NEAR(e.bpm, 120.0, 1.2);
     EXPECT_GE(e.confidence, 0.7) << "a clean click track is High";
     ASSERT_FALSE(e.candidates.empty());
