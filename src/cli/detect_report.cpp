@@ -6,21 +6,12 @@
 #include "tags/tag_values.h"
 #include "text/number_format.h"
 
-#include <charconv>
 #include <cmath>
 
 namespace quorlen::cli {
 namespace {
 
 const std::string kSeparator = " · ";
-
-std::string shortestJsonNumber(double value) {
-    if (!std::isfinite(value))
-        return "null";
-    char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return std::string(buffer, result.ptr);
-}
 
 } // namespace
 

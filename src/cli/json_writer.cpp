@@ -3,11 +3,20 @@
 #include "cli/utf8.h"
 #include "text/number_format.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <ostream>
 
 namespace quorlen::cli {
+
+std::string shortestJsonNumber(double value) {
+    if (!std::isfinite(value))
+        return "null";
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, result.ptr);
+}
 
 std::string jsonString(std::string_view text) {
     std::string quoted = "\"";

@@ -43,6 +43,10 @@ private:
 // that is no UTF-8 becomes U+FFFD.
 std::string jsonString(std::string_view text);
 
+// The shortest text that reads back as the same double (436.46, not
+// 436.45999999999998); null for a number JSON cannot spell.
+std::string shortestJsonNumber(double value);
+
 // A double as a JSON number that reads back as the same double, or "null".
 std::string jsonNumber(double number);
 

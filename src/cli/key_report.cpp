@@ -4,23 +4,9 @@
 #include "key/key_names.h"
 #include "key/key_text.h"
 
-#include <charconv>
 #include <cmath>
 
 namespace quorlen::cli {
-namespace {
-
-// The shortest text that reads back as the same double: 436.46, not
-// 436.45999999999998.
-std::string shortestNumber(double value) {
-    if (!std::isfinite(value))
-        return "null";
-    char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return std::string(buffer, result.ptr);
-}
-
-} // namespace
 
 std::string keyJsonMembers(const key::KeyEstimate& estimate) {
     if (!estimate.key)
@@ -32,9 +18,10 @@ std::string keyJsonMembers(const key::KeyEstimate& estimate) {
     const double cents = estimate.tuningCents.value_or(0.0);
     return ",\"key\":" + jsonString(key::asciiKeyName(*estimate.key)) +
            ",\"camelot\":" + jsonString(key::camelotCode(*estimate.key)) +
-           ",\"keyConfidence\":" + shortestNumber(estimate.confidence) + ",\"keyAlternatives\":[" +
-           alternatives + "],\"tuningCents\":" + shortestNumber(key::shownCents(cents)) +
-           ",\"a4\":" + shortestNumber(key::shownA4(cents));
+           ",\"keyConfidence\":" + shortestJsonNumber(estimate.confidence) +
+           ",\"keyAlternatives\":[" + alternatives +
+           "],\"tuningCents\":" + shortestJsonNumber(key::shownCents(cents)) +
+           ",\"a4\":" + shortestJsonNumber(key::shownA4(cents));
 }
 
 std::string withJsonMembers(std::string line, const std::string& members) {
