@@ -16,15 +16,15 @@ TEST(DetectReport, TextLinesReadLikeThePanel) {
     // Tempo: two decimals unless whole; alternatives: whole or "%.1f";
     // confidence: label and rounded percentage; duration "%.1f s".
     const std::vector<Case> cases = {
-        {{120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0},
+        {{120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0, {}},
          false,
          "loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars · "
          "also plausible: 60, 240 BPM · 8.0 s\n"},
-        {{127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26},
+        {{127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26, {}},
          false,
          "loop.wav: 127.93 BPM · Low · 45% · first beat 12.500 s · downbeat 0 · "
          "also plausible: 64.0, 191.9 BPM · 181.3 s\n"},
-        {{95.0, 0.1, 3, 0.45, 1, {}, 2.53},
+        {{95.0, 0.1, 3, 0.45, 1, {}, 2.53, {}},
          true,
          "loop.wav: 95 BPM · Medium · 45% · first beat 0.100 s · downbeat 3 · 1 bar · 2.5 s · "
          "parts of the file could not be decoded\n"},
@@ -37,7 +37,7 @@ TEST(DetectReport, TextLinesReadLikeThePanel) {
 
 TEST(DetectReport, JsonKeepsNumbersExactAndEscapesNames) {
     // Shortest text that reads back as the same double: 0.1 + 0.2 is not 0.3.
-    const detection::Estimate e{127.934, 0.1 + 0.2, 2, 0.5, std::nullopt, {64.0}, 181.25};
+    const detection::Estimate e{127.934, 0.1 + 0.2, 2, 0.5, std::nullopt, {64.0}, 181.25, {}};
     EXPECT_EQ(
         jsonLine("a.wav", e, true),
         "{\"file\":\"a.wav\",\"bpm\":127.934,\"beatOffset\":0.30000000000000004,\"downbeat\":2,"
@@ -53,7 +53,7 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     // some terminals obey), Latin-1 bytes that are no UTF-8, and a cut-off
     // three-byte sequence.
     const std::string hostile = "a\x1b[31mb\rc\u009bd\xe9\xff\xe2\x82.wav";
-    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0};
+    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0, {}};
 
     const std::string text = textLine(hostile, e, false);
     EXPECT_EQ(text.rfind("a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav: 120 BPM", 0), 0u)
@@ -73,7 +73,7 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
 
 TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
     using tags::TagResult;
-    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0};
+    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0, {}};
     struct Case {
         tags::TagOutcome outcome;
         const char* text; // what follows "8.0 s"
