@@ -41,27 +41,32 @@ SF_VIRTUAL_IO byteSourceIo() {
     return io;
 }
 
-// Only containers libsndfile reads exactly are handed to it, judged by
-// their first bytes: probing anything else would reach its MP3 decoder,
-// which prints on stderr.
-bool looksExact(ByteSource& bytes) {
-    std::uint8_t head[12] = {};
+// The first `count` bytes (fewer at the end of the file); rewinds.
+int readHead(ByteSource& bytes, std::uint8_t* head, int count) {
     int got = 0;
-    while (got < 12) {
-        const int n = bytes.read(head + got, 12 - got);
+    while (got < count) {
+        const int n = bytes.read(head + got, count - got);
         if (n <= 0)
             break;
         got += n;
     }
     bytes.seek(0, SEEK_SET);
-    if (got < 12)
+    return got;
+}
+
+// Only containers libsndfile reads exactly are handed to it, judged by
+// their first bytes: probing anything else would reach its MP3 decoder,
+// which prints on stderr.
+bool looksExact(ByteSource& bytes, SndfileFlac flac) {
+    std::uint8_t head[12] = {};
+    if (readHead(bytes, head, 12) < 12)
         return false;
     const auto is = [&head](int at, const char* tag) {
         return std::memcmp(head + at, tag, 4) == 0;
     };
     return (is(0, "RIFF") && is(8, "WAVE")) || is(0, "RF64") || is(0, "BW64") ||
-           (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") || is(0, "fLaC") ||
-           is(0, "riff");
+           (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") ||
+           (is(0, "fLaC") && flac == SndfileFlac::take) || is(0, "riff");
 }
 
 bool isExactFormat(int format) {
@@ -125,8 +130,13 @@ private:
 
 } // namespace
 
-std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes) {
-    if (!looksExact(*bytes))
+bool startsAsFlac(ByteSource& bytes) {
+    std::uint8_t head[4] = {};
+    return readHead(bytes, head, 4) == 4 && std::memcmp(head, "fLaC", 4) == 0;
+}
+
+std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes, SndfileFlac flac) {
+    if (!looksExact(*bytes, flac))
         return nullptr;
     SF_VIRTUAL_IO io = byteSourceIo();
     SF_INFO info{};

@@ -12,6 +12,8 @@ namespace {
 
 constexpr double kSameTempo = 0.02; // candidates closer than this are one tempo
 constexpr int kBeatsPerBar = 4;
+// Beyond any loop a file holds; keeps the conversion to bars defined.
+constexpr double kMostLoopBeats = 1 << 20;
 
 // The classic tempo times `factor` (a power of two); a loop of b beats at
 // the classic tempo is b x factor beats at the new one.
@@ -21,7 +23,7 @@ FinalTempo scaled(const TempoEvidence& evidence, const FinalTempo& classic, doub
     FinalTempo result{bpm, fit.phase, fit.score, std::nullopt};
     if (classic.snappedBars) {
         const double beats = *classic.snappedBars * kBeatsPerBar * factor;
-        if (beats >= kBeatsPerBar && std::fmod(beats, kBeatsPerBar) == 0.0)
+        if (beats >= kBeatsPerBar && beats <= kMostLoopBeats && std::fmod(beats, kBeatsPerBar) == 0.0)
             result.snappedBars = static_cast<int>(beats) / kBeatsPerBar;
     }
     return result;

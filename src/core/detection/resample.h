@@ -32,4 +32,8 @@ bool resampleInPlace(std::vector<float>& samples, double fromHz, double toHz,
 // 22050 Hz signal; ties keep the earlier window.
 size_t loudestWindowStart(std::span<const float> samples, size_t windowLength);
 
+// Root mean square of the loudest whole one-second block of the 22050 Hz
+// signal (of all of it when it is shorter); 0 when empty.
+double loudestSecondRms(std::span<const float> samples);
+
 } // namespace quorlen::detection

@@ -27,6 +27,10 @@ constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
 constexpr size_t kMaxAlternatives = 3;
 constexpr double kSecondDistance = 0.03;
+// -80 dBFS: a loudest second quieter than this is inaudible at any sane
+// listening level. Whatever onsets it has are those of noise or dither, and
+// a long enough stretch of noise always offers some periodicity.
+constexpr double kInaudibleRms = 1e-4;
 
 // Conditioned signal: 22050 Hz, at most 300 s; returns the crop start.
 size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelCheck& isCancelled) {
@@ -44,13 +48,22 @@ size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelC
     return start;
 }
 
-std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined) {
+// Up to three refined tempos other than the final one, best first. With
+// `distinct`, a tempo as near one already listed as the final one would be
+// is not listed again (the classic ranking keeps its own, older answer).
+std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined,
+                                   bool distinct) {
+    const auto near = [](double a, double b) { return std::abs(a - b) <= kAlternativeDistance * b; };
     std::vector<double> alternatives;
     for (const Candidate& c : refined) {
         if (alternatives.size() == kMaxAlternatives)
             break;
-        if (std::abs(c.bpm - finalBpm) > kAlternativeDistance * finalBpm)
-            alternatives.push_back(std::round(c.bpm * 100.0) / 100.0);
+        if (near(c.bpm, finalBpm))
+            continue;
+        if (distinct && std::any_of(alternatives.begin(), alternatives.end(),
+                                    [&](double listed) { return near(c.bpm, listed); }))
+            continue;
+        alternatives.push_back(std::round(c.bpm * 100.0) / 100.0);
     }
     return alternatives;
 }
@@ -92,6 +105,8 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
     evidence.cropStartSamples = condition(samples, sampleRateHz, isCancelled);
+    if (loudestSecondRms(samples) < kInaudibleRms)
+        throw Failure::noRhythm();
     Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
     samples = {};
@@ -132,7 +147,7 @@ Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) 
     estimate.downbeat = downbeat(evidence.low, fps, chosen.bpm, chosen.phase);
     estimate.confidence = confidence(chosen.raw, evidence.envelopeMean, secondRaw);
     estimate.snappedBars = chosen.snappedBars;
-    estimate.alternatives = alternativesTo(chosen.bpm, evidence.candidates.refined);
+    estimate.alternatives = alternativesTo(chosen.bpm, evidence.candidates.refined, !isClassic);
     estimate.durationSeconds = evidence.durationSeconds;
     return estimate;
 }
