@@ -6,6 +6,8 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <climits>
+#include <optional>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -67,6 +69,35 @@ bool looksExact(ByteSource& bytes, SndfileFlac flac) {
     return (is(0, "RIFF") && is(8, "WAVE")) || is(0, "RF64") || is(0, "BW64") ||
            (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") ||
            (is(0, "fLaC") && flac == SndfileFlac::take) || is(0, "riff");
+}
+
+std::uint32_t littleEndian32(const std::uint8_t* bytes) {
+    return std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+           std::uint32_t{bytes[3]} << 24;
+}
+
+// The sample rate a RIFF WAVE header states, read from its "fmt " chunk;
+// nullopt without one. libsndfile refuses a rate of 0 or from 2^31 Hz on
+// as an unknown file, though the header is plainly that of a WAV.
+std::optional<std::uint32_t> statedWavRate(ByteSource& bytes) {
+    constexpr int kChunksLookedAt = 16;
+    std::uint8_t head[12] = {};
+    if (readHead(bytes, head, 12) < 12 || std::memcmp(head, "RIFF", 4) != 0 ||
+        std::memcmp(head + 8, "WAVE", 4) != 0)
+        return std::nullopt;
+    std::optional<std::uint32_t> rate;
+    std::int64_t at = 12; // after "RIFF", the size and "WAVE"
+    for (int i = 0; i < kChunksLookedAt && !rate; ++i) {
+        std::uint8_t chunk[16] = {};
+        if (bytes.seek(at, SEEK_SET) != at || readHead(bytes, chunk, 16) < 8)
+            break;
+        const std::uint32_t size = littleEndian32(chunk + 4);
+        if (std::memcmp(chunk, "fmt ", 4) == 0 && size >= 8)
+            rate = littleEndian32(chunk + 12);
+        at += 8 + std::int64_t{size} + (size & 1);
+    }
+    bytes.seek(0, SEEK_SET);
+    return rate;
 }
 
 bool isExactFormat(int format) {
@@ -152,6 +183,11 @@ std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes, 
     if (file)
         sf_close(file);
     bytes->seek(0, SEEK_SET);
+    if (!file) {
+        if (const auto rate = statedWavRate(*bytes);
+            rate && (*rate == 0 || *rate > std::uint32_t{INT32_MAX}))
+            throw ReadError(message::kUnsupportedRate);
+    }
     return nullptr;
 }
 

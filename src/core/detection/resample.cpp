@@ -127,8 +127,8 @@ size_t loudestWindowStart(std::span<const float> samples, size_t windowLength) {
     return bestStart * kBlockSamples;
 }
 
-double loudestSecondRms(std::span<const float> samples) {
-    const size_t block = std::min(kBlockSamples, samples.size());
+double loudestMomentRms(std::span<const float> samples) {
+    const size_t block = std::min(kMomentSamples, samples.size());
     double loudest = 0.0;
     for (size_t start = 0; block > 0 && start + block <= samples.size(); start += block) {
         double sum = 0.0;

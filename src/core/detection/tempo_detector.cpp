@@ -27,9 +27,10 @@ constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
 constexpr size_t kMaxAlternatives = 3;
 constexpr double kSecondDistance = 0.03;
-// -80 dBFS: a loudest second quieter than this is inaudible at any sane
-// listening level. Whatever onsets it has are those of noise or dither, and
-// a long enough stretch of noise always offers some periodicity.
+// -80 dBFS: a signal whose loudest moment is quieter than this is
+// inaudible at any sane listening level. Whatever onsets it has are those
+// of noise or dither, and a long enough stretch of noise always offers
+// some periodicity.
 constexpr double kInaudibleRms = 1e-4;
 
 // Conditioned signal: 22050 Hz, at most 300 s; returns the crop start.
@@ -105,7 +106,7 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
     evidence.cropStartSamples = condition(samples, sampleRateHz, isCancelled);
-    if (loudestSecondRms(samples) < kInaudibleRms)
+    if (loudestMomentRms(samples) < kInaudibleRms)
         throw Failure::noRhythm();
     Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
