@@ -38,9 +38,9 @@ detection::OctaveMode rangeMode(std::span<const std::uint8_t> data) {
     if (control & 1) {
         const double low = 20.0 + fromEnd(data, 1) * 0.75;
         const double high = low * (1.5 + fromEnd(data, 2) / 64.0);
-        return detection::OctaveMode::range(low, high).value_or(detection::OctaveMode{
-            detection::OctaveKind::range, detection::OctaveMode::kLowestBpm,
-            2 * detection::OctaveMode::kLowestBpm});
+        return detection::OctaveMode::range(low, high).value_or(
+            detection::OctaveMode{detection::OctaveKind::range, detection::OctaveMode::kLowestBpm,
+                                  2 * detection::OctaveMode::kLowestBpm});
     }
     const std::size_t length = std::min<std::size_t>(data.size(), 12);
     const std::string_view text(reinterpret_cast<const char*>(data.data() + data.size() - length),
@@ -83,8 +83,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         (void)peakEnvelope(audio.samples, kWaveformColumns);
         const TempoEvidence evidence =
             measureTempo(std::move(audio.samples), audio.sampleRate, duration, CancelCheck{});
-        for (const OctaveMode& mode : {OctaveMode::classic(), OctaveMode::automatic(),
-                                       rangeMode(input)})
+        for (const OctaveMode& mode :
+             {OctaveMode::classic(), OctaveMode::automatic(), rangeMode(input)})
             (void)estimateTempo(evidence, mode);
     } catch (const Failure&) {
     }

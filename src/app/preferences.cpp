@@ -31,8 +31,8 @@ void Preferences::avoidUnusableStore() {
     // Nothing there, or a link to a file not made yet: the store creates
     // it. A link that leads round in a circle can never be read or written.
     struct stat target {};
-    if (!info.exists() && !(::stat(QFile::encodeName(path).constData(), &target) != 0 &&
-                            errno == ELOOP))
+    if (!info.exists() &&
+        !(::stat(QFile::encodeName(path).constData(), &target) != 0 && errno == ELOOP))
         return;
     // Kept for the session, so a choice made in Settings holds until exit.
     static QTemporaryDir scratch;

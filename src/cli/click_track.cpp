@@ -80,8 +80,8 @@ std::optional<int> stopped(Wait wait, std::string_view command, std::ostream& er
 
 int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted,
                    std::string_view command, std::ostream& err) {
-    VoicePool voices(std::make_unique<RtAudioBackend>(RtAudioBackend::Latency::steady,
-                                                      [&interrupted] { return interrupted.load(); }));
+    VoicePool voices(std::make_unique<RtAudioBackend>(
+        RtAudioBackend::Latency::steady, [&interrupted] { return interrupted.load(); }));
     if (!voices.startOutput()) {
         if (interrupted.load())
             return kExitInterrupted;

@@ -100,6 +100,7 @@ TEST(AppFaults, AFifoToAnalyseDoesNotHoldTheWindow) {
 }
 
 TEST(AppFaults, AnAnalysisOutOfMemoryShowsItsMessage) {
+    QUORLEN_SKIP_UNDER_SANITIZER();
     const TempDir home;
     namespace t = detection::testing;
     const fs::path loop = home.file("loop.wav");

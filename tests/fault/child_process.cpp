@@ -50,7 +50,7 @@ bool dropPermissionOverrides() {
     dup2(errFd, STDERR_FILENO);
     for (const auto& [name, value] : run.environment)
         setenv(name.c_str(), value.c_str(), 1);
-    if (run.addressSpaceBytes) {
+    if (run.addressSpaceBytes && !kUnderSanitizer) {
         const rlimit limit{*run.addressSpaceBytes, *run.addressSpaceBytes};
         if (setrlimit(RLIMIT_AS, &limit) != 0)
             _exit(kSetupFailed);

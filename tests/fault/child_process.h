@@ -9,6 +9,15 @@
 
 namespace quorlen::testing {
 
+// A sanitizer build reserves terabytes of address space for its shadow
+// memory and must be the first library a program loads: an address-space
+// limit or a preloaded shim stops it before main. Under one, runs ignore
+// `addressSpaceBytes`, and the cases about limits or the shim skip.
+inline constexpr bool kUnderSanitizer = QUORLEN_SANITIZED;
+#define QUORLEN_SKIP_UNDER_SANITIZER()                                                             \
+    if (kUnderSanitizer)                                                                           \
+    GTEST_SKIP() << "address-space limits and preloaded shims cannot run under a sanitizer"
+
 // One run of a program under hostile conditions.
 struct ChildRun {
     std::vector<std::string> argv; // argv[0] is the program's path

@@ -30,9 +30,10 @@ public:
         address.sun_family = AF_UNIX;
         const std::string path = m_dir.file("native").string();
         path.copy(address.sun_path, sizeof address.sun_path - 1);
-        m_listening = m_fd >= 0 &&
-                      bind(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-                      listen(m_fd, 64) == 0;
+        m_listening =
+            m_fd >= 0 &&
+            bind(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+            listen(m_fd, 64) == 0;
         m_address = "unix:" + path;
     }
     ~SilentServer() {

@@ -204,7 +204,7 @@ void FfmpegDecoder::fillGap(const AVFrame& f) {
         first = av().av_rescale_q(f.best_effort_timestamp - originPts, stream->time_base,
                                   {1, rateHz()});
     if (refusedSinceFrame && seekTarget < 0 && nextFrame >= 0 && first > nextFrame) {
-        const long long gap = std::min<long long>(first - nextFrame, kMostGapSeconds * rateHz());
+        const long long gap = std::min(first - nextFrame, 1LL * kMostGapSeconds * rateHz());
         pending.insert(pending.end(), static_cast<size_t>(gap * channels()), 0.0f);
     }
     refusedSinceFrame = false;

@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <climits>
-#include <optional>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace quorlen::decoding {
 namespace {

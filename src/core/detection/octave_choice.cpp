@@ -23,7 +23,8 @@ FinalTempo scaled(const TempoEvidence& evidence, const FinalTempo& classic, doub
     FinalTempo result{bpm, fit.phase, fit.score, std::nullopt};
     if (classic.snappedBars) {
         const double beats = *classic.snappedBars * kBeatsPerBar * factor;
-        if (beats >= kBeatsPerBar && beats <= kMostLoopBeats && std::fmod(beats, kBeatsPerBar) == 0.0)
+        if (beats >= kBeatsPerBar && beats <= kMostLoopBeats &&
+            std::fmod(beats, kBeatsPerBar) == 0.0)
             result.snappedBars = static_cast<int>(beats) / kBeatsPerBar;
     }
     return result;

@@ -17,7 +17,7 @@ enum class OctaveKind {
 struct OctaveMode {
     // The bounds a range may have, those of the app's picker: tempos of
     // music, where a fold by factors of two still means something.
-    static constexpr double kLowestBpm = 30.0;     // lowBpm at least
+    static constexpr double kLowestBpm = 30.0;      // lowBpm at least
     static constexpr double kHighestLowBpm = 200.0; // lowBpm at most
     static constexpr double kHighestBpm = 400.0;    // highBpm at most
 

@@ -54,7 +54,9 @@ size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelC
 // is not listed again (the classic ranking keeps its own, older answer).
 std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined,
                                    bool distinct) {
-    const auto near = [](double a, double b) { return std::abs(a - b) <= kAlternativeDistance * b; };
+    const auto near = [](double a, double b) {
+        return std::abs(a - b) <= kAlternativeDistance * b;
+    };
     std::vector<double> alternatives;
     for (const Candidate& c : refined) {
         if (alternatives.size() == kMaxAlternatives)

@@ -49,7 +49,9 @@ bool eventually(const std::function<bool()>& condition) {
 TEST(BoundedCall, WorkInTimeFinishesAndNothingIsLeftBehind) {
     std::atomic<int> worked{0};
     std::atomic<int> released{0};
-    EXPECT_EQ(runWithin(2s, [&] { ++worked; }, [&] { ++released; }), CallEnd::finished);
+    EXPECT_EQ(runWithin(
+                  2s, [&] { ++worked; }, [&] { ++released; }),
+              CallEnd::finished);
     EXPECT_EQ(worked, 1);
     EXPECT_EQ(released, 0);
     EXPECT_EQ(abandonedCallsRunning(), 0);

@@ -64,10 +64,13 @@ TEST(AudioFileReader, RefusesWhatItCannotReadWithOneShortMessage) {
         {"2147483647hz.wav", message::kUnsupportedRate},
         {"2147483648hz.wav", message::kUnsupportedRate},
         {"4294967295hz.wav", message::kUnsupportedRate},
-        {"missing.wav", message::kNotFound},      {"notes.wav", message::kNotAudio},
-        {"empty.mp3", message::kNotAudio},        {"folder.wav", message::kNotRegular},
+        {"missing.wav", message::kNotFound},
+        {"notes.wav", message::kNotAudio},
+        {"empty.mp3", message::kNotAudio},
+        {"folder.wav", message::kNotRegular},
         {"pipe.wav", message::kNotRegular}, // no writer: opening must not wait for one
-        {"500hz.wav", message::kUnsupportedRate}, {"silent-film.mp4", message::kNoAudio},
+        {"500hz.wav", message::kUnsupportedRate},
+        {"silent-film.mp4", message::kNoAudio},
     };
     for (const Case& c : cases)
         EXPECT_EQ(openFailure(dir.file(c.name)), c.message) << c.name;

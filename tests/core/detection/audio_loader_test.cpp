@@ -237,7 +237,8 @@ TEST(AudioLoader, DamagedFlacIsReadPastTheDamageKeepingTime) {
         EXPECT_TRUE(analysis.damaged);
         EXPECT_NEAR(analysis.estimate.durationSeconds, 20.0, 0.2);
         EXPECT_EQ(analysis.estimate.bpm, 120.0);
-        EXPECT_NEAR(analysis.estimate.beatOffsetSeconds, reference.estimate.beatOffsetSeconds, 0.01);
+        EXPECT_NEAR(analysis.estimate.beatOffsetSeconds, reference.estimate.beatOffsetSeconds,
+                    0.01);
     }
 }
 

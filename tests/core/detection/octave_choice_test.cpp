@@ -110,14 +110,14 @@ TEST(OctaveChoice, ARangeFoldsTheClassicTempoAndRedoesWhatDependsOnIt) {
 TEST(OctaveChoice, OtherModesListEachAlternativeTempoOnce) {
     // 1.21 s of clicks at 120 BPM: so short that the refined candidates
     // hold the same tempo twice, which classic lists as it always has.
-    const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 1.21, .rateHz = 44100});
+    const std::vector<float> x =
+        testing::clickTrain({.bpm = 120, .seconds = 1.21, .rateHz = 44100});
     for (const OctaveMode& mode : {*OctaveMode::range(45.5, 91), OctaveMode::automatic()}) {
         const Estimate e = analyze(x, 44100.0, 1.21, {}, {}, mode);
         SCOPED_TRACE(octaveModeText(mode));
         for (size_t i = 0; i < e.alternatives.size(); ++i)
             for (size_t j = 0; j < i; ++j)
-                EXPECT_GT(std::abs(e.alternatives[i] - e.alternatives[j]),
-                          0.02 * e.alternatives[j])
+                EXPECT_GT(std::abs(e.alternatives[i] - e.alternatives[j]), 0.02 * e.alternatives[j])
                     << e.alternatives[j] << " and " << e.alternatives[i];
     }
 }
