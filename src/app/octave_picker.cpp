@@ -36,8 +36,11 @@ OctavePicker::OctavePicker(const detection::OctaveMode& mode, QWidget* parent) :
     column->addWidget(m_choice);
 
     auto* range = new QHBoxLayout;
-    m_low = boundBox("octaveLow", 30, 200, this);
-    m_high = boundBox("octaveHigh", 60, 400, this);
+    using detection::OctaveMode;
+    m_low = boundBox("octaveLow", static_cast<int>(OctaveMode::kLowestBpm),
+                     static_cast<int>(OctaveMode::kHighestLowBpm), this);
+    m_high = boundBox("octaveHigh", static_cast<int>(2 * OctaveMode::kLowestBpm),
+                      static_cast<int>(OctaveMode::kHighestBpm), this);
     const bool isRange = mode.kind == detection::OctaveKind::range;
     m_low->setValue(isRange ? static_cast<int>(std::lround(mode.lowBpm)) : kDefaultLowBpm);
     m_high->setMinimum(2 * m_low->value());

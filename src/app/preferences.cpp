@@ -3,11 +3,14 @@
 #include "config/settings_store.h"
 #include "harmony/circle_of_fifths.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <cerrno>
 #include <cstdio>
+#include <sys/stat.h>
 
 namespace quorlen {
 namespace {
@@ -23,7 +26,13 @@ void Preferences::avoidUnusableStore() {
     const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
                          QStringLiteral("/quorlen/calculator.conf");
     const QFileInfo info(path);
-    if (!info.exists() || info.isFile())
+    if (info.isFile())
+        return;
+    // Nothing there, or a link to a file not made yet: the store creates
+    // it. A link that leads round in a circle can never be read or written.
+    struct stat target {};
+    if (!info.exists() &&
+        !(::stat(QFile::encodeName(path).constData(), &target) != 0 && errno == ELOOP))
         return;
     // Kept for the session, so a choice made in Settings holds until exit.
     static QTemporaryDir scratch;

@@ -18,7 +18,8 @@ public:
     Preferences();
 
     // When the store's path holds something that is no regular file (a FIFO
-    // blocks the first read forever, a folder cannot be read as one), points
+    // blocks the first read forever, a folder cannot be read as one, a
+    // symbolic link in a loop leads to no file at all), points
     // every QSettings user store of the process at a private temporary
     // folder and says so on stderr: the app runs, nothing is kept. Call once,
     // after the application object is named and before any store is read.

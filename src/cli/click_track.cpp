@@ -22,12 +22,18 @@ constexpr auto kPoll = 2ms;
 // After the last click has been rendered, the server's buffer still holds
 // it: about two blocks, with room to spare.
 constexpr auto kDrain = 100ms;
+// A running output renders a block every few milliseconds; a busy machine
+// may hold one back for a few hundred. A clock that stands this long belongs
+// to a server that stopped answering, and its output is lost.
+constexpr auto kStalledClock = 2s;
 
-enum class Wait { reached, interrupted, outputLost };
+enum class Wait { reached, interrupted, outputLost, clockStalled };
 
 // Waits until the audio clock has rendered up to `frame`. Ctrl+C silences
 // the output at once; closing the stream takes the server a moment more.
 Wait waitForFrame(VoicePool& voices, std::int64_t frame, const std::atomic<bool>& interrupted) {
+    std::int64_t lastSeen = -1;
+    auto lastMoved = std::chrono::steady_clock::now();
     for (;;) {
         if (interrupted.load()) {
             voices.mute();
@@ -35,8 +41,17 @@ Wait waitForFrame(VoicePool& voices, std::int64_t frame, const std::atomic<bool>
         }
         if (!voices.isOutputRunning())
             return Wait::outputLost;
-        if (voices.mixer().framesRendered() >= frame)
+        const std::int64_t rendered = voices.mixer().framesRendered();
+        if (rendered >= frame)
             return Wait::reached;
+        const auto now = std::chrono::steady_clock::now();
+        if (rendered != lastSeen) {
+            lastSeen = rendered;
+            lastMoved = now;
+        } else if (now - lastMoved >= kStalledClock) {
+            voices.mute();
+            return Wait::clockStalled;
+        }
         std::this_thread::sleep_for(kPoll);
     }
 }
@@ -53,6 +68,8 @@ std::optional<int> stopped(Wait wait, std::string_view command, std::ostream& er
         return kExitInterrupted;
     case Wait::outputLost:
         return fail(err, command, "the sound output device went away");
+    case Wait::clockStalled:
+        return fail(err, command, "the sound output stopped playing");
     case Wait::reached:
         break;
     }
@@ -63,9 +80,13 @@ std::optional<int> stopped(Wait wait, std::string_view command, std::ostream& er
 
 int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted,
                    std::string_view command, std::ostream& err) {
-    VoicePool voices(std::make_unique<RtAudioBackend>(RtAudioBackend::Latency::steady));
-    if (!voices.startOutput())
+    VoicePool voices(std::make_unique<RtAudioBackend>(
+        RtAudioBackend::Latency::steady, [&interrupted] { return interrupted.load(); }));
+    if (!voices.startOutput()) {
+        if (interrupted.load())
+            return kExitInterrupted;
         return fail(err, command, "no sound output device is available");
+    }
     // The clock runs once the first block is out.
     if (const auto status = stopped(waitForFrame(voices, 1, interrupted), command, err))
         return *status;

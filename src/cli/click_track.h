@@ -32,8 +32,8 @@ struct ClickTrack {
 // Plays `track` through the default output, each click on its frame of the
 // audio clock, and returns once the last one has sounded (kExitOk), at once
 // when `interrupted` is raised (kExitInterrupted), or with one line on
-// `err` naming `command` when there is no output or it goes away
-// (kExitFailed).
+// `err` naming `command` when there is no output, it goes away or its clock
+// stands still (kExitFailed).
 int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted,
                    std::string_view command, std::ostream& err);
 

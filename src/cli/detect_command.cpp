@@ -59,8 +59,8 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
         const auto mode = detection::parseOctaveMode(*text);
         if (!mode)
             return UsageError{"'" + std::string(*text) +
-                              "' is not an octave mode (classic, auto, or LO-HI with HI at "
-                              "least 2 x LO)"};
+                              "' is not an octave mode (classic, auto, or LO-HI with LO from 30 "
+                              "to 200 and HI from 2 x LO to 400)"};
         options.octave = *mode;
     }
     options.writeTags = arguments.has("--write-tags");

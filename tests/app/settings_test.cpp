@@ -103,10 +103,13 @@ TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
                     QStringLiteral("calculator"));
     EXPECT_EQ(store.value(QStringLiteral("tempoDetectionOctave")).toString(), "95-190");
 
-    // A stored text that names no mode reads as the classic one.
-    store.setValue(QStringLiteral("tempoDetectionOctave"), QStringLiteral("80-100"));
-    store.sync();
-    EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::classic());
+    // A stored text that names no mode, or a range beyond the picker's
+    // bounds, reads as the classic one.
+    for (const char* stored : {"80-100", "100000000000-200000000000", "0.0000000001-1"}) {
+        store.setValue(QStringLiteral("tempoDetectionOctave"), QString::fromLatin1(stored));
+        store.sync();
+        EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::classic()) << stored;
+    }
     Preferences().setTempoOctave(detection::OctaveMode::classic());
     OctaveSetting::instance().setMode(detection::OctaveMode::classic());
 }

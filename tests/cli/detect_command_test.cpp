@@ -89,6 +89,21 @@ TEST(DetectCommand, AnOctaveModeChangesTheTempoAndIsNamedInTheJson) {
     EXPECT_NE(run({"--octave", "150-300"}).find(": 240 BPM · "), std::string::npos);
 }
 
+TEST(DetectCommand, RangesBeyondThePickersBoundsAreRefused) {
+    // A range must start at 30 to 200 BPM and end by 400: beyond, the fold
+    // gives tempos no music has, or ones too large for the loop's bars.
+    for (const char* range : {"100000000000-200000000000", "0.0000000001-1", "20-40", "210-420"}) {
+        SCOPED_TRACE(range);
+        const Outcome result = detect({"--octave", range, "x.wav"});
+        EXPECT_EQ(result.status, kExitUsage);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(lines(result.err).front(),
+                  "quorlen detect: '" + std::string(range) +
+                      "' is not an octave mode (classic, auto, or LO-HI with LO from 30 to 200 "
+                      "and HI from 2 x LO to 400)");
+    }
+}
+
 TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
     const Library library;
     const Outcome result = detect({library.dir.path().string()});
@@ -143,7 +158,8 @@ TEST(DetectCommand, StopsOnUnwritableOutputOrAnInterrupt) {
     const Library library;
     std::ostringstream out, err;
     out.setstate(std::ios::badbit);
-    const std::vector<std::string_view> args = {library.path("drums")};
+    const std::string drums = library.path("drums");
+    const std::vector<std::string_view> args = {drums};
     EXPECT_EQ(runDetect(args, out, err, {nullptr, false, 2}), kExitFailed);
 
     const std::atomic<bool> interrupted{true};

@@ -1,5 +1,6 @@
 #include "child_process.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -49,7 +50,7 @@ bool dropPermissionOverrides() {
     dup2(errFd, STDERR_FILENO);
     for (const auto& [name, value] : run.environment)
         setenv(name.c_str(), value.c_str(), 1);
-    if (run.addressSpaceBytes) {
+    if (run.addressSpaceBytes && !kUnderSanitizer) {
         const rlimit limit{*run.addressSpaceBytes, *run.addressSpaceBytes};
         if (setrlimit(RLIMIT_AS, &limit) != 0)
             _exit(kSetupFailed);
@@ -66,6 +67,10 @@ bool dropPermissionOverrides() {
 
 } // namespace
 
+ChildRun::Event interruptAt(std::chrono::milliseconds at) {
+    return {at, [](int pid) { kill(pid, SIGINT); }};
+}
+
 ChildResult runChild(const ChildRun& run) {
     ChildResult result;
     FILE* out = std::tmpfile();
@@ -76,10 +81,17 @@ ChildResult runChild(const ChildRun& run) {
         becomeChild(run, fileno(out), fileno(err));
 
     int wstatus = 0;
+    size_t nextEvent = 0;
+    auto lastEvent = started;
     for (;;) {
         const pid_t done = waitpid(pid, &wstatus, WNOHANG);
         if (done == pid)
             break;
+        if (nextEvent < run.events.size() &&
+            std::chrono::steady_clock::now() - started >= run.events[nextEvent].at) {
+            run.events[nextEvent++].action(pid);
+            lastEvent = std::chrono::steady_clock::now();
+        }
         if (std::chrono::steady_clock::now() - started > run.timeout) {
             kill(pid, SIGKILL);
             waitpid(pid, &wstatus, 0);
@@ -88,8 +100,10 @@ ChildResult runChild(const ChildRun& run) {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    result.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    const auto ended = std::chrono::steady_clock::now();
+    result.seconds = std::chrono::duration<double>(ended - started).count();
+    if (nextEvent > 0)
+        result.secondsAfterLastEvent = std::chrono::duration<double>(ended - lastEvent).count();
     if (!result.timedOut && WIFEXITED(wstatus))
         result.status = WEXITSTATUS(wstatus);
     if (!result.timedOut && WIFSIGNALED(wstatus))

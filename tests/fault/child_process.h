@@ -1,12 +1,22 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace quorlen::testing {
+
+// A sanitizer build reserves terabytes of address space for its shadow
+// memory and must be the first library a program loads: an address-space
+// limit or a preloaded shim stops it before main. Under one, runs ignore
+// `addressSpaceBytes`, and the cases about limits or the shim skip.
+inline constexpr bool kUnderSanitizer = QUORLEN_SANITIZED;
+#define QUORLEN_SKIP_UNDER_SANITIZER()                                                             \
+    if (kUnderSanitizer)                                                                           \
+    GTEST_SKIP() << "address-space limits and preloaded shims cannot run under a sanitizer"
 
 // One run of a program under hostile conditions.
 struct ChildRun {
@@ -20,7 +30,17 @@ struct ChildRun {
     // (drops the capabilities that override them).
     bool obeyFilePermissions = false;
     std::chrono::milliseconds timeout{20000};
+    // Done to the running program (its process id is given) this long after
+    // its start, in order; none happens once it has ended.
+    struct Event {
+        std::chrono::milliseconds at;
+        std::function<void(int pid)> action;
+    };
+    std::vector<Event> events;
 };
+
+// An event that sends the program Ctrl+C (SIGINT).
+ChildRun::Event interruptAt(std::chrono::milliseconds at);
 
 struct ChildResult {
     int status = -1; // exit status, or -1 when ended by a signal or the timeout
@@ -30,6 +50,8 @@ struct ChildResult {
     std::string out;
     std::string err;
     double seconds = 0; // wall time
+    // From the last event that happened to the end; 0 without events.
+    double secondsAfterLastEvent = 0;
 };
 
 // Runs the program and waits for it, killing it at the timeout.

@@ -8,11 +8,14 @@
 #include "support/lines.h"
 #include "test_signals.h"
 
+#include <QJsonArray>
+
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -70,6 +73,7 @@ void expectCleanEnd(const ChildResult& result, std::initializer_list<int> status
 }
 
 TEST(CliFaults, RefusedThreadsLeaveFewerWorkersNotACrash) {
+    QUORLEN_SKIP_UNDER_SANITIZER();
     const Loops loops;
     const ChildResult normal = runChild(quorlen({"detect", "-j", "19", loops.path()}));
     ASSERT_EQ(normal.status, 0) << normal.err;
@@ -87,6 +91,7 @@ TEST(CliFaults, RefusedThreadsLeaveFewerWorkersNotACrash) {
 }
 
 TEST(CliFaults, RefusedAllocationsFailEachFileWithOneLine) {
+    QUORLEN_SKIP_UNDER_SANITIZER();
     const Loops loops;
     // Half a megabyte refuses the read buffer; 1.2 MB lets reading start but
     // refuses the decoded file (8 s, 1.4 MB as floats) and the FFT set-up.
@@ -103,6 +108,7 @@ TEST(CliFaults, RefusedAllocationsFailEachFileWithOneLine) {
 }
 
 TEST(CliFaults, ATightAddressSpaceGivesAnswersOrMessagesNeverAnAbort) {
+    QUORLEN_SKIP_UNDER_SANITIZER();
     const Loops loops;
     // Where memory runs out depends on the machine (thread stacks, malloc
     // arenas); whatever fails must fail as a line of its own.
@@ -123,6 +129,7 @@ TEST(CliFaults, ATightAddressSpaceGivesAnswersOrMessagesNeverAnAbort) {
 }
 
 TEST(CliFaults, AHugeThreadCountIsCappedByTheWork) {
+    QUORLEN_SKIP_UNDER_SANITIZER();
     const Loops loops;
     ChildRun run = quorlen({"detect", "-j", "100000", loops.path()});
     // A thousand threads would need gigabytes of stack address space.
@@ -213,6 +220,7 @@ TEST(CliFaults, AFifoIsRefusedAtOnceAndHoldsUpNoOtherFile) {
 }
 
 TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
+    QUORLEN_SKIP_UNDER_SANITIZER();
     const TempDir dir;
     for (int i = 0; i < 4; ++i)
         detection::testing::writeBytes(dir.file("wide" + std::to_string(i) + ".wav"),
@@ -298,6 +306,63 @@ TEST(CliFaults, ReadOnlyFilesAndFoldersAreNotTagged) {
                   ": could not write tags: cannot write the file: Permission denied\n");
     EXPECT_TRUE(detection::testing::readBytes(loops.dir.file("loop1.wav")) == before);
     EXPECT_EQ(namesIn(loops.dir.file("locked")), std::vector<std::string>{"loop.wav"});
+}
+
+// Files and arguments that reached past the reader's and the octave modes'
+// checks before: each ends with its own line and status.
+TEST(CliFaults, HostileFilesAndRangesEndWithTheirOwnLine) {
+    namespace t = detection::testing;
+    const TempDir dir;
+    const auto clicks = t::clickTrain({.bpm = 120, .seconds = 20, .rateHz = 44100});
+    ASSERT_TRUE(
+        t::writeSound(dir.file("clean.flac"), clicks, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+    std::string flac = t::readBytes(dir.file("clean.flac"));
+    flac[flac.size() / 2] = static_cast<char>(flac[flac.size() / 2] ^ 0xff);
+    t::writeBytes(dir.file("flipped.flac"), flac);
+    // Noise at -90 dBFS: inaudible, and long enough to offer a tempo.
+    std::vector<float> noise(60 * 22050);
+    std::mt19937 random(90);
+    std::normal_distribution<float> gaussian(0.0f, 3.2e-5f);
+    for (float& v : noise)
+        v = gaussian(random);
+    ASSERT_TRUE(
+        t::writeSound(dir.file("noise.wav"), noise, 1, 22050, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    std::string huge = t::pcm16WavHeader(1, 44100, 2000) + std::string(2000, '\0');
+    huge[27] = '\x80'; // 2^31 Hz
+    t::writeBytes(dir.file("2^31hz.wav"), huge);
+    ASSERT_TRUE(t::writeSound(dir.file("short.wav"),
+                              t::clickTrain({.bpm = 120, .seconds = 1.21, .rateHz = 44100}), 1,
+                              44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    const std::string file = dir.path().string() + "/";
+
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        std::string out; // what the output holds
+    };
+    const std::vector<Case> cases = {
+        {{"detect", "--json", file + "flipped.flac"}, 0, R"("bpm":120,"beatOffset":0.)"},
+        {{"detect", "--json", file + "flipped.flac"}, 0, R"("duration":20,"damaged":true})"},
+        {{"detect", file + "noise.wav"}, 1, ": No rhythmic content found in this file"},
+        {{"detect", file + "2^31hz.wav"}, 1, ": Unsupported sample rate"},
+        {{"detect", "--octave", "100000000000-200000000000", file + "short.wav"}, 2, ""},
+        {{"detect", "--octave", "0.0000000001-1", file + "short.wav"}, 2, ""},
+        {{"detect", "--json", "--octave", "45.5-91", file + "short.wav"},
+         0,
+         R"("octave":"45.5-91")"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.args.back() + " " + c.out);
+        const ChildResult result = runChild(quorlen(c.args));
+        expectCleanEnd(result, {c.status});
+        EXPECT_NE(result.out.find(c.out), std::string::npos) << result.out;
+        if (const auto json = readJson(result.out)) {
+            const QJsonArray alternatives = (*json)[QStringLiteral("alternatives")].toArray();
+            for (qsizetype i = 0; i < alternatives.size(); ++i)
+                for (qsizetype j = 0; j < i; ++j)
+                    EXPECT_NE(alternatives[i].toDouble(), alternatives[j].toDouble()) << result.out;
+        }
+    }
 }
 
 } // namespace

@@ -89,6 +89,8 @@ public:
     }
 
     QString address() const { return QStringLiteral("unix:") + m_socket; }
+    // The server's process id, to freeze it (SIGSTOP) as a hung one would be.
+    qint64 serverPid() const { return m_server.processId(); }
     int frameCount() const { return static_cast<int>(m_bytes.size() / (2 * sizeof(float))); }
     float sample(int frame, int channel) const {
         float value = 0;

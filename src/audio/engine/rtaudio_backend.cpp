@@ -1,14 +1,36 @@
 #include "audio/engine/rtaudio_backend.h"
 
+#include "audio/engine/bounded_call.h"
+#include "audio/engine/rate_adapter.h"
+
 #include <RtAudio.h>
 
 #include <algorithm>
 #include <alsa/error.h>
 #include <atomic>
 #include <cstdarg>
+#include <thread>
 #include <vector>
 
 namespace quorlen {
+
+// One open output and everything its audio thread touches. Shared with the
+// threads of bounded calls: a call the server never answers keeps it.
+struct RtAudioBackend::Stream {
+    std::unique_ptr<RtAudio> audio;
+    RenderSource* source = nullptr;
+    std::atomic<unsigned int>* underruns = nullptr;
+    RateAdapter adapter;
+    unsigned int rateHz = 0;
+    unsigned int blockFrames = 0;
+    // Raised when the backend lets go: from then on the audio thread
+    // renders silence and touches nothing outside the stream, since the
+    // source and the counter may be gone. `rendering` tells the backend
+    // when a block under way has finished with them.
+    std::atomic<bool> detached{false};
+    std::atomic<bool> rendering{false};
+};
+
 namespace {
 
 // RtAudio's error callback carries no context, so the one stream failure it
@@ -41,47 +63,53 @@ constexpr unsigned int kPreferredBlockFrames = 256;
 constexpr int kInteractiveQueuedBlocks = 4;
 constexpr int kSteadyQueuedBlocks = 16;
 
-} // namespace
+using Stream = RtAudioBackend::Stream;
 
-RtAudioBackend::RtAudioBackend(Latency latency)
-    : m_queuedBlocks(latency == Latency::steady ? kSteadyQueuedBlocks : kInteractiveQueuedBlocks) {
-    snd_lib_error_set_handler(&ignoreAlsaMessage);
-}
-
-RtAudioBackend::~RtAudioBackend() { close(); }
-
-int RtAudioBackend::onBlock(void* output, void*, unsigned int frameCount, double,
-                            unsigned int status, void* context) {
-    auto* self = static_cast<RtAudioBackend*>(context);
+int onBlock(void* output, void*, unsigned int frameCount, double, unsigned int status,
+            void* context) {
+    auto* stream = static_cast<Stream*>(context);
+    auto* out = static_cast<float*>(output);
+    // Announced before `detached` is read; the backend raises `detached`
+    // before it reads this (both sequentially consistent), so one of the
+    // two always sees the other.
+    stream->rendering.store(true);
+    if (stream->detached.load()) {
+        stream->rendering.store(false);
+        std::fill_n(out, std::size_t{2} * frameCount, 0.0f);
+        return 0;
+    }
     if (status & RTAUDIO_OUTPUT_UNDERFLOW)
-        self->m_underruns.fetch_add(1, std::memory_order_relaxed);
-    self->m_adapter.render(*self->m_source, static_cast<float*>(output),
-                           static_cast<int>(frameCount));
+        stream->underruns->fetch_add(1, std::memory_order_relaxed);
+    stream->adapter.render(*stream->source, out, static_cast<int>(frameCount));
+    stream->rendering.store(false);
     // After a device failure, 2 asks RtAudio to abort the stream, so its
     // thread stops retrying writes until the next start reopens the output.
     return g_streamFailed.load(std::memory_order_relaxed) ? 2 : 0;
 }
 
-bool RtAudioBackend::start(RenderSource& source) {
-    if (m_audio && (g_streamFailed.load() || m_source != &source))
-        close();
-    try {
-        if (!m_audio && !open(source))
-            return false;
-        if (!m_audio->isStreamRunning())
-            m_audio->startStream();
-    } catch (...) {
-        close();
-        return false;
-    }
-    if (!isRunning()) {
-        close();
-        return false;
-    }
-    return true;
+// Once this returns, the audio thread no longer reads the source.
+void detach(Stream& stream) {
+    stream.detached.store(true);
+    while (stream.rendering.load())
+        std::this_thread::yield();
 }
 
-bool RtAudioBackend::open(RenderSource& source) {
+void closeStream(Stream& stream) {
+    if (!stream.audio)
+        return;
+    try {
+        if (stream.audio->isStreamRunning())
+            stream.audio->abortStream();
+        if (stream.audio->isStreamOpen())
+            stream.audio->closeStream();
+    } catch (...) {
+    }
+    stream.audio.reset();
+}
+
+// Tries the APIs in order; on success `stream.audio` holds an open stream.
+// May block on a sound server without end (see RtAudioBackend::open).
+void openFirstOutput(Stream& stream, int queuedBlocks) {
     const RtAudio::Api order[] = {RtAudio::LINUX_PULSE, RtAudio::LINUX_ALSA, RtAudio::UNIX_JACK};
     std::vector<RtAudio::Api> compiled;
     RtAudio::getCompiledApi(compiled);
@@ -106,12 +134,11 @@ bool RtAudioBackend::open(RenderSource& source) {
                 unsigned int blockFrames = kPreferredBlockFrames;
                 RtAudio::StreamOptions options;
                 options.streamName = "Quorlen Calculator";
-                options.numberOfBuffers = m_queuedBlocks;
+                options.numberOfBuffers = queuedBlocks;
                 options.flags = RTAUDIO_MINIMIZE_LATENCY;
                 try {
-                    m_source = &source;
                     audio->openStream(&output, nullptr, RTAUDIO_FLOAT32, rate, &blockFrames,
-                                      &RtAudioBackend::onBlock, this, &options, &onStreamError);
+                                      &onBlock, &stream, &options, &onStreamError);
                 } catch (...) {
                 }
                 if (!audio->isStreamOpen() || g_streamFailed.load()) {
@@ -119,54 +146,116 @@ bool RtAudioBackend::open(RenderSource& source) {
                         audio->closeStream();
                     continue;
                 }
-                m_adapter.reset(audio->getStreamSampleRate());
-                m_blockFrames = blockFrames;
-                m_audio = std::move(audio);
-                return true;
+                stream.rateHz = audio->getStreamSampleRate();
+                stream.adapter.reset(stream.rateHz);
+                stream.blockFrames = blockFrames;
+                stream.audio = std::move(audio);
+                return;
             }
         } catch (...) {
         }
     }
-    m_source = nullptr;
+}
+
+} // namespace
+
+RtAudioBackend::RtAudioBackend(Latency latency, std::function<bool()> giveUp)
+    : m_queuedBlocks(latency == Latency::steady ? kSteadyQueuedBlocks : kInteractiveQueuedBlocks),
+      m_giveUp(std::move(giveUp)) {
+    snd_lib_error_set_handler(&ignoreAlsaMessage);
+}
+
+RtAudioBackend::~RtAudioBackend() { close(); }
+
+bool RtAudioBackend::start(RenderSource& source) {
+    if (m_stream && (g_streamFailed.load() || m_stream->source != &source))
+        close();
+    if (!m_stream && !open(source))
+        return false;
+    if (!m_stream->audio->isStreamRunning() &&
+        !onStream(kCallLimit, [](Stream& stream) { stream.audio->startStream(); }))
+        return false;
+    if (!isRunning()) {
+        close();
+        return false;
+    }
+    return true;
+}
+
+bool RtAudioBackend::open(RenderSource& source) {
+    // A server that left an earlier call hanging would only hang this one.
+    if (abandonedCallsRunning() > 0)
+        return false;
+    auto stream = std::make_shared<Stream>();
+    stream->source = &source;
+    stream->underruns = &m_underruns;
+    const int queuedBlocks = m_queuedBlocks;
+    const CallEnd end = runWithin(
+        kOpenLimit, [stream, queuedBlocks] { openFirstOutput(*stream, queuedBlocks); },
+        [stream] {
+            detach(*stream);
+            closeStream(*stream);
+        },
+        m_giveUp);
+    if (end != CallEnd::finished || !stream->audio)
+        return false;
+    m_stream = std::move(stream);
+    return true;
+}
+
+bool RtAudioBackend::onStream(std::chrono::milliseconds limit,
+                              std::function<void(Stream&)> operation) {
+    const std::shared_ptr<Stream> stream = m_stream;
+    auto threw = std::make_shared<std::atomic<bool>>(false);
+    const CallEnd end = runWithin(
+        limit,
+        [stream, threw, operation = std::move(operation)] {
+            try {
+                operation(*stream);
+            } catch (...) {
+                threw->store(true);
+            }
+        },
+        [stream] { closeStream(*stream); });
+    if (end == CallEnd::finished && !threw->load())
+        return true;
+    if (end == CallEnd::finished || end == CallEnd::notStarted) {
+        close();
+        return false;
+    }
+    // The call's thread owns the stream now, and closes it if it ever can.
+    detach(*stream);
+    m_stream.reset();
     return false;
 }
 
 void RtAudioBackend::close() {
-    if (!m_audio)
+    if (!m_stream)
         return;
-    try {
-        if (m_audio->isStreamRunning())
-            m_audio->abortStream();
-        if (m_audio->isStreamOpen())
-            m_audio->closeStream();
-    } catch (...) {
-    }
-    m_audio.reset();
-    m_source = nullptr;
-    m_blockFrames = 0;
+    const std::shared_ptr<Stream> stream = std::move(m_stream);
+    detach(*stream);
+    // Without a thread for the call, closing here is all that is left.
+    if (runWithin(kCallLimit, [stream] { closeStream(*stream); }, {}) == CallEnd::notStarted)
+        closeStream(*stream);
 }
 
 void RtAudioBackend::pause() {
-    if (!m_audio)
+    if (!m_stream)
         return;
     if (g_streamFailed.load()) {
         close();
         return;
     }
-    try {
-        if (m_audio->isStreamRunning())
-            m_audio->stopStream();
-    } catch (...) {
-        close();
-    }
+    if (m_stream->audio->isStreamRunning())
+        onStream(kCallLimit, [](Stream& stream) { stream.audio->stopStream(); });
 }
 
 bool RtAudioBackend::isRunning() const {
-    return m_audio && m_audio->isStreamRunning() && !g_streamFailed.load();
+    return m_stream && m_stream->audio->isStreamRunning() && !g_streamFailed.load();
 }
 
-unsigned int RtAudioBackend::deviceRateHz() const {
-    return m_audio && m_audio->isStreamOpen() ? m_audio->getStreamSampleRate() : 0;
-}
+unsigned int RtAudioBackend::deviceRateHz() const { return m_stream ? m_stream->rateHz : 0; }
+
+unsigned int RtAudioBackend::blockFrames() const { return m_stream ? m_stream->blockFrames : 0; }
 
 } // namespace quorlen

@@ -3,15 +3,20 @@
 #include "decoding/byte_source.h"
 #include "decoding/decoder.h"
 #include "decoding/ffmpeg_decoder.h"
+#include "decoding/ffmpeg_library.h"
 #include "decoding/sndfile_decoder.h"
 
 namespace quorlen::decoding {
 namespace {
 
-// libsndfile where it is exact and loads in no time (PCM and FLAC), FFmpeg
-// for everything else.
+// libsndfile where it is exact and loads in no time (PCM), FFmpeg for
+// everything else. FLAC too goes to FFmpeg, which skips a damaged frame
+// and reads on, where libsndfile ends the file; libsndfile reads it only
+// when FFmpeg is not installed.
 std::unique_ptr<Decoder> openDecoder(std::unique_ptr<ByteSource> bytes) {
-    if (std::unique_ptr<Decoder> exact = openSndfileDecoder(bytes))
+    const SndfileFlac flac =
+        startsAsFlac(*bytes) && ffmpeg() ? SndfileFlac::leave : SndfileFlac::take;
+    if (std::unique_ptr<Decoder> exact = openSndfileDecoder(bytes, flac))
         return exact;
     return openFfmpegDecoder(std::move(bytes));
 }

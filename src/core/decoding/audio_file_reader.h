@@ -11,9 +11,10 @@ class Decoder;
 
 // The one audio-file reader of the system: any container and codec the
 // installed FFmpeg libraries demux and decode (MP3, AAC and ALAC in MP4,
-// WMA, Opus, Vorbis, the first audio stream of a video file, ...), with
-// PCM WAV, AIFF, CAF, W64 and FLAC read by libsndfile, delivered as interleaved 32-bit floats in -1
-// ... 1 at the file's own rate and channel count. MP3 and MP4 encoder delay and padding are trimmed
+// WMA, Opus, Vorbis, FLAC, the first audio stream of a video file, ...),
+// with PCM WAV, AIFF, CAF and W64 read by libsndfile, delivered as
+// interleaved 32-bit floats in -1 ... 1 at the file's own rate and channel
+// count. MP3 and MP4 encoder delay and padding are trimmed
 // where the file records them.
 //
 // Damage does not end a file: packets the decoder refuses are skipped and

@@ -20,6 +20,9 @@ constexpr int kIoBufferBytes = 64 * 1024;
 constexpr int kMaximumConsecutiveErrors = 1000;
 constexpr long long kMostFramesPerByte = 64;
 constexpr int kPrerollDivisor = 10; // 0.1 s before a seek target
+// The longest silence put where refused packets were: a damaged time stamp
+// may claim hours, a damaged stretch of a real file is far shorter.
+constexpr int kMostGapSeconds = 10;
 
 // Loaded before any decoder state exists (see FfmpegDecoder::open).
 const FfmpegLibrary& av() { return *ffmpeg(); }
@@ -107,10 +110,13 @@ private:
     bool m_damaged = false;
     int consecutiveErrors = 0;
     long long seekTarget = -1; // after a seek: frames before it are dropped
+    long long nextFrame = -1;  // where the next decoded frame should start; -1 unknown
+    bool refusedSinceFrame = false;
 
     void open();
     bool decodeMore();
     void takeFrame();
+    void fillGap(const AVFrame& f);
     void noteError();
 };
 
@@ -157,6 +163,11 @@ void FfmpegDecoder::open() {
         throw ReadError(message::kNotAudio);
     codec->pkt_timebase = stream->time_base;
     codec->thread_count = 1; // files are analysed in parallel instead
+    // A FLAC frame whose checksum fails is refused, so that the damage is
+    // noted, instead of being played as it came: every frame carries a
+    // CRC-16, and only a damaged one fails it.
+    if (decoder->id == AV_CODEC_ID_FLAC)
+        codec->err_recognition |= AV_EF_CRCCHECK | AV_EF_EXPLODE;
     if (const int error = av().avcodec_open2(codec.get(), decoder, nullptr); error < 0)
         throw ReadError(openFailure(error));
 
@@ -179,8 +190,25 @@ void FfmpegDecoder::open() {
 void FfmpegDecoder::noteError() {
     // Right after a seek a decoder may miss what came before: no damage.
     m_damaged = m_damaged || seekTarget < 0;
+    refusedSinceFrame = true;
     if (++consecutiveErrors >= kMaximumConsecutiveErrors)
         finished = true;
+}
+
+// Where packets were refused since the last frame, puts silence of their
+// length before `f`, as its time stamp tells, so that everything after
+// the damage keeps its time: the beat grid of a whole file depends on it.
+void FfmpegDecoder::fillGap(const AVFrame& f) {
+    long long first = -1;
+    if (f.best_effort_timestamp != AV_NOPTS_VALUE)
+        first = av().av_rescale_q(f.best_effort_timestamp - originPts, stream->time_base,
+                                  {1, rateHz()});
+    if (refusedSinceFrame && seekTarget < 0 && nextFrame >= 0 && first > nextFrame) {
+        const long long gap = std::min(first - nextFrame, 1LL * kMostGapSeconds * rateHz());
+        pending.insert(pending.end(), static_cast<size_t>(gap * channels()), 0.0f);
+    }
+    refusedSinceFrame = false;
+    nextFrame = (first >= 0 ? first : nextFrame) + f.nb_samples;
 }
 
 // Converts the received frame into `pending`, minus what a seek skips.
@@ -193,6 +221,7 @@ void FfmpegDecoder::takeFrame() {
         return;
     }
     consecutiveErrors = 0;
+    fillGap(f);
     const size_t before = pending.size();
     if (!appendInterleaved(f, channels(), pending)) {
         m_damaged = true;
@@ -310,6 +339,8 @@ void FfmpegDecoder::seek(long long frame) {
     finished = false;
     consecutiveErrors = 0;
     seekTarget = std::max(frame, 0LL);
+    nextFrame = -1;
+    refusedSinceFrame = false;
 }
 
 std::unique_ptr<Decoder> openFfmpegDecoder(std::unique_ptr<ByteSource> bytes) {

@@ -6,9 +6,11 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace quorlen::decoding {
 namespace {
@@ -41,27 +43,61 @@ SF_VIRTUAL_IO byteSourceIo() {
     return io;
 }
 
-// Only containers libsndfile reads exactly are handed to it, judged by
-// their first bytes: probing anything else would reach its MP3 decoder,
-// which prints on stderr.
-bool looksExact(ByteSource& bytes) {
-    std::uint8_t head[12] = {};
+// The first `count` bytes (fewer at the end of the file); rewinds.
+int readHead(ByteSource& bytes, std::uint8_t* head, int count) {
     int got = 0;
-    while (got < 12) {
-        const int n = bytes.read(head + got, 12 - got);
+    while (got < count) {
+        const int n = bytes.read(head + got, count - got);
         if (n <= 0)
             break;
         got += n;
     }
     bytes.seek(0, SEEK_SET);
-    if (got < 12)
+    return got;
+}
+
+// Only containers libsndfile reads exactly are handed to it, judged by
+// their first bytes: probing anything else would reach its MP3 decoder,
+// which prints on stderr.
+bool looksExact(ByteSource& bytes, SndfileFlac flac) {
+    std::uint8_t head[12] = {};
+    if (readHead(bytes, head, 12) < 12)
         return false;
     const auto is = [&head](int at, const char* tag) {
         return std::memcmp(head + at, tag, 4) == 0;
     };
     return (is(0, "RIFF") && is(8, "WAVE")) || is(0, "RF64") || is(0, "BW64") ||
-           (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") || is(0, "fLaC") ||
-           is(0, "riff");
+           (is(0, "FORM") && (is(8, "AIFF") || is(8, "AIFC"))) || is(0, "caff") ||
+           (is(0, "fLaC") && flac == SndfileFlac::take) || is(0, "riff");
+}
+
+std::uint32_t littleEndian32(const std::uint8_t* bytes) {
+    return std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+           std::uint32_t{bytes[3]} << 24;
+}
+
+// The sample rate a RIFF WAVE header states, read from its "fmt " chunk;
+// nullopt without one. libsndfile refuses a rate of 0 or from 2^31 Hz on
+// as an unknown file, though the header is plainly that of a WAV.
+std::optional<std::uint32_t> statedWavRate(ByteSource& bytes) {
+    constexpr int kChunksLookedAt = 16;
+    std::uint8_t head[12] = {};
+    if (readHead(bytes, head, 12) < 12 || std::memcmp(head, "RIFF", 4) != 0 ||
+        std::memcmp(head + 8, "WAVE", 4) != 0)
+        return std::nullopt;
+    std::optional<std::uint32_t> rate;
+    std::int64_t at = 12; // after "RIFF", the size and "WAVE"
+    for (int i = 0; i < kChunksLookedAt && !rate; ++i) {
+        std::uint8_t chunk[16] = {};
+        if (bytes.seek(at, SEEK_SET) != at || readHead(bytes, chunk, 16) < 8)
+            break;
+        const std::uint32_t size = littleEndian32(chunk + 4);
+        if (std::memcmp(chunk, "fmt ", 4) == 0 && size >= 8)
+            rate = littleEndian32(chunk + 12);
+        at += 8 + std::int64_t{size} + (size & 1);
+    }
+    bytes.seek(0, SEEK_SET);
+    return rate;
 }
 
 bool isExactFormat(int format) {
@@ -125,8 +161,13 @@ private:
 
 } // namespace
 
-std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes) {
-    if (!looksExact(*bytes))
+bool startsAsFlac(ByteSource& bytes) {
+    std::uint8_t head[4] = {};
+    return readHead(bytes, head, 4) == 4 && std::memcmp(head, "fLaC", 4) == 0;
+}
+
+std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes, SndfileFlac flac) {
+    if (!looksExact(*bytes, flac))
         return nullptr;
     SF_VIRTUAL_IO io = byteSourceIo();
     SF_INFO info{};
@@ -142,6 +183,11 @@ std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes) 
     if (file)
         sf_close(file);
     bytes->seek(0, SEEK_SET);
+    if (!file) {
+        if (const auto rate = statedWavRate(*bytes);
+            rate && (*rate == 0 || *rate > std::uint32_t{INT32_MAX}))
+            throw ReadError(message::kUnsupportedRate);
+    }
     return nullptr;
 }
 

@@ -23,6 +23,8 @@ constexpr size_t kShownCandidates = 4;
 // beats that it can only be a loop.
 constexpr double kLoopSnap = 0.015;
 constexpr double kSureLoopBeats = 8.0;
+// Beyond any loop a file holds; keeps the conversion to bars defined.
+constexpr double kMostLoopBeats = 1 << 20;
 
 // The classic tempo times `factor` (a power of two); a loop of b beats at
 // the classic tempo is b x factor beats at the new one.
@@ -32,7 +34,8 @@ FinalTempo scaled(const TempoEvidence& evidence, const FinalTempo& classic, doub
     FinalTempo result{bpm, fit.phase, fit.score, std::nullopt};
     if (classic.snappedBars) {
         const double beats = *classic.snappedBars * kBeatsPerBar * factor;
-        if (beats >= kBeatsPerBar && std::fmod(beats, kBeatsPerBar) == 0.0)
+        if (beats >= kBeatsPerBar && beats <= kMostLoopBeats &&
+            std::fmod(beats, kBeatsPerBar) == 0.0)
             result.snappedBars = static_cast<int>(beats) / kBeatsPerBar;
     }
     return result;

@@ -15,18 +15,20 @@ std::optional<double> plainNumber(std::string_view text) {
     return value;
 }
 
-// Shortest text that reads back as the same number ("80", "72.5").
+// Shortest text that reads back as the same number ("80", "72.5"), never
+// in exponent form, which the parser refuses.
 std::string numberText(double value) {
     char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    const auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
     return std::string(buffer, result.ptr);
 }
 
 } // namespace
 
 std::optional<OctaveMode> OctaveMode::range(double lowBpm, double highBpm) {
-    if (!(std::isfinite(lowBpm) && std::isfinite(highBpm) && lowBpm > 0.0 &&
-          highBpm >= 2.0 * lowBpm))
+    if (!(lowBpm >= kLowestBpm && lowBpm <= kHighestLowBpm && highBpm >= 2.0 * lowBpm &&
+          highBpm <= kHighestBpm))
         return std::nullopt;
     return OctaveMode{OctaveKind::range, lowBpm, highBpm};
 }

@@ -15,6 +15,12 @@ enum class OctaveKind {
 };
 
 struct OctaveMode {
+    // The bounds a range may have, those of the app's picker: tempos of
+    // music, where a fold by factors of two still means something.
+    static constexpr double kLowestBpm = 30.0;      // lowBpm at least
+    static constexpr double kHighestLowBpm = 200.0; // lowBpm at most
+    static constexpr double kHighestBpm = 400.0;    // highBpm at most
+
     OctaveKind kind = OctaveKind::classic;
     double lowBpm = 0.0;  // range only
     double highBpm = 0.0; // range only, at least 2 x lowBpm so every tempo folds in
@@ -23,13 +29,14 @@ struct OctaveMode {
 
     static OctaveMode classic() { return {}; }
     static OctaveMode automatic() { return {OctaveKind::automatic}; }
-    // nullopt unless 0 < low and 2 low <= high (both finite).
+    // nullopt unless kLowestBpm <= low <= kHighestLowBpm and
+    // 2 low <= high <= kHighestBpm.
     static std::optional<OctaveMode> range(double lowBpm, double highBpm);
 };
 
 // Reads "classic", "auto" or "LO-HI" (e.g. "80-160"; decimals with "." are
 // allowed); nullopt for anything else, including a range narrower than an
-// octave.
+// octave or beyond the bounds above.
 std::optional<OctaveMode> parseOctaveMode(std::string_view text);
 
 // The text `parseOctaveMode` reads back: "classic", "auto", "80-160".

@@ -127,4 +127,16 @@ size_t loudestWindowStart(std::span<const float> samples, size_t windowLength) {
     return bestStart * kBlockSamples;
 }
 
+double loudestMomentRms(std::span<const float> samples) {
+    const size_t block = std::min(kMomentSamples, samples.size());
+    double loudest = 0.0;
+    for (size_t start = 0; block > 0 && start + block <= samples.size(); start += block) {
+        double sum = 0.0;
+        for (size_t k = start; k < start + block; ++k)
+            sum += double(samples[k]) * samples[k];
+        loudest = std::max(loudest, sum);
+    }
+    return block > 0 ? std::sqrt(loudest / double(block)) : 0.0;
+}
+
 } // namespace quorlen::detection

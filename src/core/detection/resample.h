@@ -32,4 +32,13 @@ bool resampleInPlace(std::vector<float>& samples, double fromHz, double toHz,
 // 22050 Hz signal; ties keep the earlier window.
 size_t loudestWindowStart(std::span<const float> samples, size_t windowLength);
 
+// Samples in one moment of `loudestMomentRms`: 46 ms at 22050 Hz, about
+// the length of a drum hit, so a sparse click counts at its own level.
+inline constexpr size_t kMomentSamples = 1024;
+
+// Root mean square of the loudest of the signal's whole consecutive blocks
+// of kMomentSamples (of all of it when it is shorter); 0 when empty. Unlike
+// a peak, it hardly grows with the length of a noise.
+double loudestMomentRms(std::span<const float> samples);
+
 } // namespace quorlen::detection

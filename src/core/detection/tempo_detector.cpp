@@ -30,6 +30,11 @@ constexpr size_t kAnalysisWindow = 6615000;   // 300 s at 22050 Hz
 constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
 constexpr size_t kMaxAlternatives = 3;
+// -80 dBFS: a signal whose loudest moment is quieter than this is
+// inaudible at any sane listening level. Whatever onsets it has are those
+// of noise or dither, and a long enough stretch of noise always offers
+// some periodicity.
+constexpr double kInaudibleRms = 1e-4;
 
 // Conditioned signal: 22050 Hz, at most 300 s; returns the crop start.
 size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelCheck& isCancelled) {
@@ -55,13 +60,24 @@ std::span<const float> analysisWindow(std::span<const float> samples) {
     return samples.subspan(start, std::min(kAnalysisWindow, samples.size() - start));
 }
 
-std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined) {
+// Up to three refined tempos other than the final one, best first. With
+// `distinct`, a tempo as near one already listed as the final one would be
+// is not listed again (the classic ranking keeps its own, older answer).
+std::vector<double> alternativesTo(double finalBpm, const std::vector<Candidate>& refined,
+                                   bool distinct) {
+    const auto near = [](double a, double b) {
+        return std::abs(a - b) <= kAlternativeDistance * b;
+    };
     std::vector<double> alternatives;
     for (const Candidate& c : refined) {
         if (alternatives.size() == kMaxAlternatives)
             break;
-        if (std::abs(c.bpm - finalBpm) > kAlternativeDistance * finalBpm)
-            alternatives.push_back(std::round(c.bpm * 100.0) / 100.0);
+        if (near(c.bpm, finalBpm))
+            continue;
+        if (distinct && std::any_of(alternatives.begin(), alternatives.end(),
+                                    [&](double listed) { return near(c.bpm, listed); }))
+            continue;
+        alternatives.push_back(std::round(c.bpm * 100.0) / 100.0);
     }
     return alternatives;
 }
@@ -100,6 +116,8 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
     // that is what the classic mode has always said of it.
     const bool classicLength = samples.size() >= kMinimumSamples;
     const auto noRhythm = [&] { return classicLength ? Failure::noRhythm() : Failure::tooShort(); };
+    if (loudestMomentRms(samples) < kInaudibleRms)
+        throw noRhythm();
     Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
     samples = {};
@@ -161,7 +179,7 @@ Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) 
                                  chosen.phase / fps + kGridLatencySeconds;
     estimate.downbeat = downbeat(evidence.low, fps, chosen.bpm, chosen.phase);
     estimate.snappedBars = chosen.snappedBars;
-    estimate.alternatives = alternativesTo(chosen.bpm, evidence.candidates.refined);
+    estimate.alternatives = alternativesTo(chosen.bpm, evidence.candidates.refined, !isClassic);
     estimate.durationSeconds = evidence.durationSeconds;
     return estimate;
 }

@@ -64,12 +64,13 @@ EuclidControls::EuclidControls(CalculatorState& state, const QColor& accent, QWi
     addContent(counterRow(QStringLiteral("Rotation"), m_rotationValue, m_rotation));
     // The steppers only offer steps inside the ranges (refresh), so each
     // step is the value one away.
-    auto steps = [this](Stepper* stepper, int (CalculatorState::*read)() const,
-                        void (CalculatorState::*write)(int)) {
-        connect(stepper, &Stepper::steppedDown, &m_state,
-                [this, read, write] { (m_state.*write)((m_state.*read)() - 1); });
-        connect(stepper, &Stepper::steppedUp, &m_state,
-                [this, read, write] { (m_state.*write)((m_state.*read)() + 1); });
+    CalculatorState* const shared = &m_state;
+    auto steps = [shared](Stepper* stepper, int (CalculatorState::*read)() const,
+                          void (CalculatorState::*write)(int)) {
+        connect(stepper, &Stepper::steppedDown, shared,
+                [shared, read, write] { (shared->*write)((shared->*read)() - 1); });
+        connect(stepper, &Stepper::steppedUp, shared,
+                [shared, read, write] { (shared->*write)((shared->*read)() + 1); });
     };
     steps(m_steps, &CalculatorState::euclidSteps, &CalculatorState::setEuclidSteps);
     steps(m_pulses, &CalculatorState::euclidPulses, &CalculatorState::setEuclidPulses);

@@ -47,15 +47,30 @@ TEST(AudioFileReader, RefusesWhatItCannotReadWithOneShortMessage) {
                               SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     ASSERT_TRUE(t::encodeSound(dir.file("silent-film.mp4"), tone, 1, 8000,
                                {.encoder = "aac", .videoOnly = true}));
+    // Rates a 32-bit header field can state beyond any audio: libsndfile
+    // takes 2^31 Hz and up, and 0, for no WAV at all.
+    for (const std::uint32_t rateHz : {0u, 2147483647u, 2147483648u, 4294967295u}) {
+        std::string wav = t::pcm16WavHeader(1, 44100, 2000) + std::string(2000, '\0');
+        for (int i = 0; i < 4; ++i)
+            wav[24 + size_t(i)] = static_cast<char>(rateHz >> (8 * i));
+        t::writeBytes(dir.file(std::to_string(rateHz) + "hz.wav"), wav);
+    }
     struct Case {
         const char* name;
         const char* message;
     };
     const std::vector<Case> cases = {
-        {"missing.wav", message::kNotFound},      {"notes.wav", message::kNotAudio},
-        {"empty.mp3", message::kNotAudio},        {"folder.wav", message::kNotRegular},
+        {"0hz.wav", message::kUnsupportedRate},
+        {"2147483647hz.wav", message::kUnsupportedRate},
+        {"2147483648hz.wav", message::kUnsupportedRate},
+        {"4294967295hz.wav", message::kUnsupportedRate},
+        {"missing.wav", message::kNotFound},
+        {"notes.wav", message::kNotAudio},
+        {"empty.mp3", message::kNotAudio},
+        {"folder.wav", message::kNotRegular},
         {"pipe.wav", message::kNotRegular}, // no writer: opening must not wait for one
-        {"500hz.wav", message::kUnsupportedRate}, {"silent-film.mp4", message::kNoAudio},
+        {"500hz.wav", message::kUnsupportedRate},
+        {"silent-film.mp4", message::kNoAudio},
     };
     for (const Case& c : cases)
         EXPECT_EQ(openFailure(dir.file(c.name)), c.message) << c.name;

@@ -212,6 +212,36 @@ TEST(AudioLoader, DamagedMp3IsReadPastTheDamageAndSaysSo) {
     EXPECT_EQ(analysis.estimate.bpm, 120.0);
 }
 
+// FLAC carries a checksum in every frame: a damaged frame is found, left
+// out as silence of its length, and the rest keeps its time, so the grid
+// of the whole file is that of the clean one.
+TEST(AudioLoader, DamagedFlacIsReadPastTheDamageKeepingTime) {
+    TempDir dir;
+    const auto clean = dir.file("clean.flac");
+    const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 20, .rateHz = 44100});
+    ASSERT_TRUE(writeSound(clean, x, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+    const Analysis reference = analyzeFile(clean, {}, {2});
+    ASSERT_FALSE(reference.damaged);
+    const std::string bytes = testing::readBytes(clean);
+    struct Case {
+        const char* name;
+        size_t every; // one byte flipped in every `every`, from the first frame on
+    };
+    for (const Case c : {Case{"one byte", bytes.size()}, Case{"one in 500", 500}}) {
+        SCOPED_TRACE(c.name);
+        std::string damaged = bytes;
+        for (size_t at = bytes.size() / 2 % c.every + 8192; at < damaged.size(); at += c.every)
+            damaged[at] = static_cast<char>(damaged[at] ^ 0x5a);
+        testing::writeBytes(dir.file("damaged.flac"), damaged);
+        const Analysis analysis = analyzeFile(dir.file("damaged.flac"), {}, {2});
+        EXPECT_TRUE(analysis.damaged);
+        EXPECT_NEAR(analysis.estimate.durationSeconds, 20.0, 0.2);
+        EXPECT_EQ(analysis.estimate.bpm, 120.0);
+        EXPECT_NEAR(analysis.estimate.beatOffsetSeconds, reference.estimate.beatOffsetSeconds,
+                    0.01);
+    }
+}
+
 // Everything the decoders would say goes to our quiet handler.
 TEST(AudioLoader, LibrariesPrintNothingOnStderr) {
     TempDir dir;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +21,14 @@ TEST(OctaveMode, ReadsTheThreeModesAndWritesThemBack) {
         {"80-160", OctaveMode{OctaveKind::range, 80, 160}},
         {"72.5-145", OctaveMode{OctaveKind::range, 72.5, 145}},
         {"90-200", OctaveMode{OctaveKind::range, 90, 200}},
+        // The picker's bounds: from 30 to 200 BPM, up to 400.
+        {"30-60", OctaveMode{OctaveKind::range, 30, 60}},
+        {"200-400", OctaveMode{OctaveKind::range, 200, 400}},
+        {"29.5-60", std::nullopt},
+        {"200.5-401", std::nullopt},
+        {"80-400.5", std::nullopt},
+        {"100000000000-200000000000", std::nullopt},
+        {"0.0000000001-1", std::nullopt},
         // Refused: narrower than an octave, upside down, empty or signed
         // bounds, other words.
         {"80-159", std::nullopt},
@@ -36,6 +45,20 @@ TEST(OctaveMode, ReadsTheThreeModesAndWritesThemBack) {
         EXPECT_EQ(parseOctaveMode(c.text), c.mode) << c.text;
         if (c.mode) {
             EXPECT_EQ(octaveModeText(*c.mode), c.text);
+        }
+    }
+}
+
+TEST(OctaveMode, EveryRangeWithinTheBoundsReadsBackFromItsText) {
+    // Bounds whose shortest text has many digits, or would be written with
+    // an exponent by the shortest general form.
+    const double lows[] = {30.0, 100.0 / 3.0, 45.5, 199.99999999999997, 200.0};
+    for (const double low : lows) {
+        for (const double high : {2.0 * low, std::min(2.0 * low + 1e-9, 400.0), 400.0}) {
+            const auto mode = OctaveMode::range(low, high);
+            ASSERT_TRUE(mode) << low << " " << high;
+            const std::string text = octaveModeText(*mode);
+            EXPECT_EQ(parseOctaveMode(text), mode) << text;
         }
     }
 }

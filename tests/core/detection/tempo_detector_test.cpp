@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 
 namespace quorlen::detection {
 namespace {
@@ -94,6 +95,31 @@ TEST(TempoDetector, RefusesShortAndRhythmlessSignals) {
     EXPECT_EQ(failureOf(testing::hopPeriodicTone(5, 5), 22050), FailureKind::noRhythm);
     const Estimate shortest = analyzeClicks({.bpm = 120, .seconds = 1.2, .rateHz = 22050});
     EXPECT_GT(shortest.bpm, 0.0);
+}
+
+// Below -80 dBFS in its loudest moment a signal is inaudible: noise there
+// has no rhythm, however long it runs and whatever periodicity chance
+// lends it. Quiet music above that is analysed as usual.
+TEST(TempoDetector, InaudibleNoiseHasNoRhythmWhateverItsLength) {
+    std::mt19937 random(26);
+    std::normal_distribution<float> gaussian(0.0f, 1.0f);
+    const auto noise = [&](double seconds, float rms) {
+        std::vector<float> x(static_cast<size_t>(seconds * 22050));
+        for (float& v : x)
+            v = rms * gaussian(random);
+        return x;
+    };
+    const float minus90dB = std::pow(10.0f, -90.0f / 20.0f);
+    for (const double seconds : {30.0, 300.0, 600.0}) {
+        SCOPED_TRACE(seconds);
+        EXPECT_EQ(failureOf(noise(seconds, minus90dB), 22050), FailureKind::noRhythm);
+    }
+    // Sparse clicks at -55 dBFS peak: -85 dBFS over a second, about -75 in
+    // the 46 ms around each.
+    std::vector<float> quiet = testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 22050});
+    for (float& v : quiet)
+        v *= std::pow(10.0f, -55.0f / 20.0f) / 0.5f;
+    EXPECT_EQ(analyze(std::move(quiet), 22050, 8.0, {}).bpm, 120.0);
 }
 
 TEST(TempoDetector, CancellationStopsEveryStage) {
