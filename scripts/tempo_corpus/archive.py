@@ -2,7 +2,8 @@
 
 Usage: archive.py PACKAGES_DIR OUTDIR
 
-PACKAGES_DIR holds the unpacked packages (one folder per package). Each
+PACKAGES_DIR holds the unpacked packages (one folder per package). A
+source already rendered (its truth.csv there) is kept. Each
 source (a package or a group of small ones) becomes OUTDIR/<source>/ with
 its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
 piece at one tempo, "loop" for a whole number of beats cut on a bar line of
@@ -42,6 +43,9 @@ SOURCES = {
     "pekka-modules": (["pekka-kana-2-data"], "module"),
     "game-modules": (["gl-117-data", "freedroid-data", "biniax2-data", "rafkill-data",
                       "bomberclone-data"], "module"),
+    "arcade-modules": (["pachi-data", "madbomber-data", "circuslinux-data", "gemdropx"], "module"),
+    "teaching-modules": (["tuxtype-data", "tuxmath-data", "penguin-command", "njam-data"],
+                         "module"),
 }
 MIDI_SUFFIXES = (".mid", ".midi")
 MODULE_SUFFIXES = (".it", ".xm", ".s3m", ".mod")
@@ -234,10 +238,14 @@ def main():
     if len(sys.argv) != 3:
         sys.exit("usage: archive.py PACKAGES_DIR OUTDIR")
     packages_dir, outdir = sys.argv[1], sys.argv[2]
-    write_unrhythmic(outdir)
+    if not os.path.isfile(os.path.join(outdir, "no-rhythm", "truth.csv")):
+        write_unrhythmic(outdir)
     openmpt = Openmpt()
     for source, (packages, kind) in SOURCES.items():
         folder = os.path.join(outdir, source)
+        if os.path.isfile(os.path.join(folder, "truth.csv")):
+            print(f"{source}: already rendered")
+            continue
         os.makedirs(folder, exist_ok=True)
         rows = []
         suffixes = MIDI_SUFFIXES if kind == "midi" else MODULE_SUFFIXES

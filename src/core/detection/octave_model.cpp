@@ -234,23 +234,23 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
 
 namespace {
 
-// Files of up to 30 s, fitted by scripts/fit-octave-model on six sources:
+// Files of up to 30 s, fitted by scripts/fit-octave-model on nine sources:
 // MIDI songs of a train game, small MIDI sets (a role-playing game, a
-// shooter, piano lessons), tracker modules of three groups of games, the
-// project's own rendered grooves, and noise and drones (which only teach
-// the confidence). Read as a whole: a tempo prior centred near 105 BPM and
+// shooter, piano lessons), tracker modules of five groups of game and
+// teaching packages, the project's own rendered grooves, and noise and
+// drones (which only teach the confidence). Read as a whole: a tempo prior centred near 105 BPM and
 // about 0.5 octaves wide; four beats that make a bar, in the whole band and
 // more so in the kick and bass; off-beats lighter than the beats and a beat
 // that divides in two; about one kick and two notes per beat; the classic
 // tempo's octaves before its triplet, dotted or unrelated rivals; and a
 // whole number of beats, and of bars, in the loop's length.
 double shortFileScore(const OctaveFeatures& f) {
-    return -1.854 * f.logTempo * f.logTempo - 0.627 * f.logTempo - 0.695 * f.fullStrength +
-           0.206 * f.lowStrength - 0.462 * f.kicksPerBeat * f.kicksPerBeat -
-           0.002 * f.accentEvery8 + 1.239 * f.barRepeat + 2.200 * f.lowBarRepeat -
-           0.641 * f.halfBeat - 0.506 * f.tripletFeel + 2.263 * f.loopBeats + 1.390 * f.loopBars -
-           0.670 * f.triplet - 1.270 * f.dotted - 1.637 * f.unrelated + 0.627 * f.onsetsPerBeat -
-           0.294 * f.onsetsPerBeat * f.onsetsPerBeat - 0.181 * f.accentEvery2;
+    return -1.897 * f.logTempo * f.logTempo - 0.557 * f.logTempo - 0.615 * f.fullStrength +
+           0.048 * f.lowStrength - 0.365 * f.kicksPerBeat * f.kicksPerBeat -
+           0.007 * f.accentEvery8 + 1.435 * f.barRepeat + 2.042 * f.lowBarRepeat -
+           0.646 * f.halfBeat - 0.530 * f.tripletFeel + 2.244 * f.loopBeats + 1.547 * f.loopBars -
+           0.578 * f.triplet - 1.221 * f.dotted - 1.494 * f.unrelated + 0.557 * f.onsetsPerBeat -
+           0.265 * f.onsetsPerBeat * f.onsetsPerBeat - 0.162 * f.accentEvery2;
 }
 
 // Longer files keep the model fitted on the project's own grooves and
@@ -279,7 +279,7 @@ std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidat
     // files and long ones.
     const bool shortFile = !candidates.empty() && candidates.front().shortFile;
     const double temperature = shortFile ? 0.711 : 1.060;
-    const double noneScore = shortFile ? 3.600 : 4.600;
+    const double noneScore = shortFile ? 3.600 : 4.200;
     std::vector<double> p(candidates.size());
     double top = noneScore;
     for (size_t i = 0; i < candidates.size(); ++i) {
@@ -304,9 +304,9 @@ double choiceConfidence(const ChoiceEvidence& e) {
     // from 120 BPM, whose octave conventions differ most, take from it.
     const double p = std::clamp(e.probability, 1e-3, 1.0 - 1e-3);
     const double z =
-        0.399 + 0.643 * std::log(p / (1.0 - p)) + 0.544 * (e.agreesWithClassic ? 1.0 : 0.0) -
-        0.803 * std::abs(std::log2(e.bpm / kReferenceBpm)) - 0.517 * (e.wholeBeatLoop ? 1.0 : 0.0) -
-        0.074 * e.fullStrength - 0.078 * e.barRepeat + 0.262 * e.classicConfidence;
+        0.391 + 0.684 * std::log(p / (1.0 - p)) + 0.494 * (e.agreesWithClassic ? 1.0 : 0.0) -
+        0.818 * std::abs(std::log2(e.bpm / kReferenceBpm)) - 0.445 * (e.wholeBeatLoop ? 1.0 : 0.0) -
+        0.080 * e.fullStrength + 0.013 * e.barRepeat + 0.151 * e.classicConfidence;
     return 1.0 / (1.0 + std::exp(-z));
 }
 
