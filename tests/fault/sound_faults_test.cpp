@@ -70,6 +70,16 @@ void expectEnd(const ChildResult& result, int status, const std::string& err) {
     EXPECT_EQ(result.err, err);
 }
 
+// Ctrl+C ends the program with 130. On a loaded machine the earliest
+// interrupts can land before its handler is set up, and the default action
+// then ends it by the signal itself, which a shell reports as 130 too.
+void expectInterrupted(const ChildResult& result) {
+    EXPECT_FALSE(result.timedOut);
+    EXPECT_TRUE(result.status == 130 || result.signal == SIGINT)
+        << "status " << result.status << ", signal " << result.signal;
+    EXPECT_EQ(result.err, "");
+}
+
 TEST(SoundFaults, AServerThatNeverAnswersIsNoOutputWithinSeconds) {
     const SilentServer server;
     ASSERT_TRUE(server.listening());
@@ -96,7 +106,7 @@ TEST(SoundFaults, CtrlCEndsAWaitForAServerThatNeverAnswers) {
         ChildRun run = quorlenWithServer("euclid 3 8 --play", server.address());
         run.events = {interruptAt(at)};
         const ChildResult result = runChild(run);
-        expectEnd(result, 130, "");
+        expectInterrupted(result);
         // The promise is half a second; the margin is for a loaded machine.
         EXPECT_LT(result.secondsAfterLastEvent, 1.0);
     }
@@ -145,7 +155,7 @@ TEST_F(FreezingServer, CtrlCEndsPlayingOrAFrozenServerAtOnce) {
         ChildRun run = quorlenWithServer("euclid 3 8 --play", address());
         run.events = c.events;
         const ChildResult result = runChild(run);
-        expectEnd(result, 130, "");
+        expectInterrupted(result);
         EXPECT_LT(result.secondsAfterLastEvent, 1.0);
         kill(static_cast<pid_t>(m_server.serverPid()), SIGCONT);
     }
