@@ -27,8 +27,10 @@ struct DetectEnvironment {
 // default); --key adds the key and tuning (JSON members, or a second line
 // of text). With --write-tags the tempo (and with --key the key) goes into
 // each file's tags too (a file that has a BPM tag keeps it unless --force).
-// Exit 0 when all were analysed (and tagged), 1 when any failed, 2 for bad
-// arguments, 130 when interrupted.
+// A file that fails, and a folder without audio files, get a line of their
+// own: in JSON among the results, in text on `err`. Exit 0 when all were
+// analysed (and tagged), 1 when any failed, 2 for bad arguments, 130 when
+// interrupted.
 int runDetect(std::span<const std::string_view> args, std::ostream& out, std::ostream& err,
               const DetectEnvironment& environment);
 

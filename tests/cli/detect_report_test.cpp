@@ -1,5 +1,6 @@
 #include "cli/detect_report.h"
 #include "cli/json_writer.h"
+#include "cli/progress_line.h"
 #include "support/json.h"
 
 #include <gtest/gtest.h>
@@ -108,6 +109,30 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
     }
     EXPECT_EQ(tagFailureLine("a\x1b.mp3", "cannot write the file: Permission denied"),
               "a\\x1b.mp3: could not write tags: cannot write the file: Permission denied\n");
+}
+
+} // namespace
+} // namespace quorlen::cli
+
+namespace quorlen::cli {
+namespace {
+
+TEST(ProgressLine, CountsThenRateAndTimeLeft) {
+    const struct {
+        size_t done, total;
+        double seconds;
+        const char* text;
+    } cases[] = {
+        {0, 400, 5, "0 of 400 files"}, // no rate before the first file
+        {12, 400, 4, "12 of 400 files · 3.0 files/s · about 2 min left"},
+        {9, 10, 3, "9 of 10 files · 3.0 files/s · 1 s left"},
+        {5, 10, 10, "5 of 10 files · 0.5 files/s · 10 s left"},
+        {1, 5000, 2, "1 of 5000 files · 0.5 files/s · about 2 h 47 min left"},
+        {10, 10, 3, "10 of 10 files"}, // done: nothing left to estimate
+        {3, 10, 0, "3 of 10 files"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(progressText(c.done, c.total, c.seconds), c.text) << c.done << " " << c.total;
 }
 
 } // namespace
