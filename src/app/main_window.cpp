@@ -43,7 +43,10 @@ MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidg
     QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
     for (const ToolInfo& info : allTools()) {
         QAction* action = tools->addAction(QString::fromUtf8(info.title), this,
-                                           [this, tool = info.tool] { m_content->showTool(tool); });
+                                           [this, tool = info.tool] {
+                                               m_content->showTool(tool);
+                                               m_content->focusTool();
+                                           });
         action->setShortcut(
             QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + static_cast<int>(info.tool))));
     }

@@ -112,12 +112,16 @@ private:
     long long seekTarget = -1; // after a seek: frames before it are dropped
     long long nextFrame = -1;  // where the next decoded frame should start; -1 unknown
     bool refusedSinceFrame = false;
+    // The container states the stream's length (rather than FFmpeg guessing
+    // it from the bit rate), so a decode that ends well short of it lost data.
+    bool lengthStated = false;
 
     void open();
     bool decodeMore();
     void takeFrame();
     void fillGap(const AVFrame& f);
     void noteError();
+    void noteEnd();
 };
 
 void FfmpegDecoder::open() {
@@ -183,6 +187,8 @@ void FfmpegDecoder::open() {
     // (6 kbit/s Opus at 48 kHz is 64), so a lie cannot reserve gigabytes.
     if (const std::int64_t size = bytes->size(); size > 0)
         announcedFrames = std::min<long long>(announcedFrames, size * kMostFramesPerByte);
+    lengthStated = announcedFrames > 0 &&
+                   format->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE;
     setFormat(rateHz, codec->ch_layout.nb_channels, announcedFrames);
     originPts = stream->start_time == AV_NOPTS_VALUE ? 0 : stream->start_time;
 }
@@ -193,6 +199,18 @@ void FfmpegDecoder::noteError() {
     refusedSinceFrame = true;
     if (++consecutiveErrors >= kMaximumConsecutiveErrors)
         finished = true;
+}
+
+// A demuxer that loses its way in damaged data may skip to the end without
+// one refused packet (Ogg looks for its next page and finds none, MP4 and
+// FLAC stop at garbage): the decoded stream then ends short of the length
+// the container states. Encoder padding and rounding of the stated length
+// stay far below the allowance.
+void FfmpegDecoder::noteEnd() {
+    constexpr int kAllowanceDivisor = 2; // 0.5 s
+    if (lengthStated && nextFrame >= 0 &&
+        nextFrame + rateHz() / kAllowanceDivisor < announcedFrames())
+        m_damaged = true;
 }
 
 // Where packets were refused since the last frame, puts silence of their
@@ -256,6 +274,7 @@ bool FfmpegDecoder::decodeMore() {
         }
         if (received == AVERROR_EOF) {
             finished = true;
+            noteEnd();
             break;
         }
         if (received != AVERROR(EAGAIN)) {
@@ -264,6 +283,7 @@ bool FfmpegDecoder::decodeMore() {
         }
         if (draining) {
             finished = true;
+            noteEnd();
             break;
         }
         const int read = av().av_read_frame(format.get(), packet.get());
