@@ -11,7 +11,10 @@ namespace quorlen {
 
 // The analysed file's waveform with the beat grid (saffron beats, accent
 // bar lines) and the preview playhead (lacquer). A click asks for a preview
-// from the clicked position.
+// from the clicked position. It is one Tab stop: the arrows move a cursor
+// by a beat (Page Up/Down by a bar, Home/End to the ends), and Space or
+// Return plays from it; while the preview plays the cursor is the playhead,
+// so the arrows move the playback itself.
 class WaveformGrid : public QWidget {
     Q_OBJECT
 public:
@@ -21,6 +24,8 @@ public:
 
     void setDetection(const TempoDetectModel::Detection& detection);
     void setPlayhead(std::optional<double> seconds);
+    // Where Space plays from, in seconds.
+    double cursor() const { return m_cursor; }
 
 signals:
     // Seconds from the start of the file, within 0 ... duration.
@@ -29,6 +34,10 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     QColor m_accent;
@@ -38,6 +47,10 @@ private:
     double m_beatOffsetSeconds = 0;
     int m_downbeat = 0;
     std::optional<double> m_playhead;
+    double m_cursor = 0;
+
+    void moveCursor(double seconds);
+    void describeCursor();
 };
 
 } // namespace quorlen

@@ -337,6 +337,37 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
     EXPECT_FALSE(rig.panel->isTickerRunning());
 }
 
+TEST(TempoDetectPanel, TheWaveformPlaysFromTheKeyboard) {
+    generated::TempDir dir;
+    const std::string path = dir.file("tone.wav").string();
+    ASSERT_TRUE(generated::writeSound(path, generated::sine(440, 2.0, 44100), 1, 44100,
+                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    PanelRig rig([] { return analysisAt(120); }); // beats every 0.5 s from 0
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    auto* grid = rig.find<WaveformGrid>("waveformGrid");
+    EXPECT_TRUE(grid->focusPolicy() & Qt::TabFocus);
+    grid->setFocus(Qt::TabFocusReason);
+
+    // The arrows move the cursor by beats, Page Down by a bar; nothing plays.
+    QTest::keyClick(grid, Qt::Key_Right);
+    QTest::keyClick(grid, Qt::Key_Right);
+    QTest::keyClick(grid, Qt::Key_PageDown);
+    QTest::keyClick(grid, Qt::Key_Left);
+    EXPECT_DOUBLE_EQ(grid->cursor(), 2.5);
+    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_EQ(grid->accessibleName(), "Waveform, at 2.5 s of 30.0 s");
+
+    // Space plays from it (and taps no tempo); the arrows then move the playback.
+    QTest::keyClick(grid, Qt::Key_Space);
+    ASSERT_TRUE(rig.panel->model().playhead());
+    EXPECT_DOUBLE_EQ(*rig.panel->model().playhead(), 2.5);
+    QTest::keyClick(grid, Qt::Key_Right);
+    ASSERT_TRUE(rig.panel->model().playhead());
+    EXPECT_DOUBLE_EQ(*rig.panel->model().playhead(), 3.0);
+    QTest::keyClick(grid, Qt::Key_End);
+    EXPECT_DOUBLE_EQ(grid->cursor(), 30.0);
+}
+
 TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
     PanelRig rig([] { return analysisAt(120); });
     auto* zone = rig.find<DropZone>("dropZone");

@@ -23,6 +23,9 @@ constexpr int kPrerollDivisor = 10; // 0.1 s before a seek target
 // The longest silence put where refused packets were: a damaged time stamp
 // may claim hours, a damaged stretch of a real file is far shorter.
 constexpr int kMostGapSeconds = 10;
+// Time stamps further apart than the frames between them by this much
+// (1/50 s) mean that data was skipped; encoders' rounding stays far below.
+constexpr int kJumpDivisor = 50;
 
 // Loaded before any decoder state exists (see FfmpegDecoder::open).
 const FfmpegLibrary& av() { return *ffmpeg(); }
@@ -221,9 +224,13 @@ void FfmpegDecoder::fillGap(const AVFrame& f) {
     if (f.best_effort_timestamp != AV_NOPTS_VALUE)
         first = av().av_rescale_q(f.best_effort_timestamp - originPts, stream->time_base,
                                   {1, rateHz()});
-    if (refusedSinceFrame && seekTarget < 0 && nextFrame >= 0 && first > nextFrame) {
+    // A demuxer that resynchronises past damaged bytes (Ogg, looking for its
+    // next page) refuses nothing: the jump of the time stamps is the only sign.
+    const bool skipped = first > nextFrame + rateHz() / kJumpDivisor;
+    if ((refusedSinceFrame || skipped) && seekTarget < 0 && nextFrame >= 0 && first > nextFrame) {
         const long long gap = std::min(first - nextFrame, 1LL * kMostGapSeconds * rateHz());
         pending.insert(pending.end(), static_cast<size_t>(gap * channels()), 0.0f);
+        m_damaged = true;
     }
     refusedSinceFrame = false;
     nextFrame = (first >= 0 ? first : nextFrame) + f.nb_samples;

@@ -64,6 +64,18 @@ std::vector<double> waveformHalfHeights(std::span<const float> peaks, double wid
     return halfHeights;
 }
 
+double steppedSeconds(const GridInput& grid, double seconds, int beats) {
+    // Positions within a hair of a beat count as on it: a beat reached by a
+    // step must not be stepped to again.
+    constexpr double kOnBeat = 1e-6;
+    const double period = grid.bpm > 0 ? 60.0 / grid.bpm : 1.0;
+    const double offset = grid.bpm > 0 ? grid.beatOffsetSeconds : 0.0;
+    const double beat = (seconds - offset) / period;
+    const double from = beats >= 0 ? std::floor(beat + kOnBeat) : std::ceil(beat - kOnBeat);
+    const double target = (from + beats) * period + offset;
+    return std::clamp(target, 0.0, std::max(grid.durationSeconds, 0.0));
+}
+
 double xForSeconds(double seconds, double durationSeconds, double widthPoints) {
     return durationSeconds > 0.0 ? seconds / durationSeconds * widthPoints : 0.0;
 }

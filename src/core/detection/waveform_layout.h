@@ -42,6 +42,11 @@ std::vector<double> waveformHalfHeights(std::span<const float> peaks, double wid
 
 double xForSeconds(double seconds, double durationSeconds, double widthPoints);
 
+// The position `beats` grid beats on from `seconds` (back when negative): a
+// position between two beats goes to the next beat line in that direction
+// first. Kept within 0 ... duration; without a tempo a beat counts 1 s.
+double steppedSeconds(const GridInput& grid, double seconds, int beats);
+
 // The file position a click at `x` asks for: min(max(x / w, 0), 1) × duration.
 // 0 for a canvas without width (the caller ignores such clicks).
 double secondsForX(double x, double widthPoints, double durationSeconds);

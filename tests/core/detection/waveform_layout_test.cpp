@@ -26,6 +26,29 @@ TEST(WaveformLayout, GridThinsOutWhenLinesCrowd) {
             << c.bpm << " BPM, " << c.durationSeconds << " s, " << c.widthPoints << " pt";
 }
 
+TEST(WaveformLayout, StepsGoFromBeatLineToBeatLine) {
+    // 120 BPM (0.5 s), first beat 0.1 s, 10 s long.
+    const GridInput grid{120, 0.1, 0, 10.0};
+    const struct {
+        double from;
+        int beats;
+        double to;
+    } cases[] = {
+        {0.0, 1, 0.1},    // before the first beat: onto it
+        {0.1, 1, 0.6},    // on a beat: the next
+        {0.35, 1, 0.6},   // between beats: the next line, not 0.85
+        {0.35, -1, 0.1},  // and back: the previous line
+        {0.6, -1, 0.1},   // on a beat: the previous
+        {0.6, 4, 2.6},    // a bar on
+        {0.1, -1, 0.0},   // no earlier beat than the start
+        {9.9, 1, 10.0},   // nor later than the end
+        {2.6000000001, 1, 3.1}, // within a hair of a beat counts as on it
+    };
+    for (const auto& c : cases)
+        EXPECT_NEAR(steppedSeconds(grid, c.from, c.beats), c.to, 1e-9) << c.from << " " << c.beats;
+    EXPECT_DOUBLE_EQ(steppedSeconds({0, 0, 0, 10}, 2.5, 1), 3.0) << "no tempo: whole seconds";
+}
+
 TEST(WaveformLayout, BeatsStartAtTheFirstNonNegativeTimeAndBarsFollowTheDownbeat) {
     // 120 BPM (p = 0.5 s), offset 0.75 s, 4 s on 400 points (100 points per second):
     // k = ceil(-1.5) = -1 gives t = 0.25; beats at 0.25, 0.75, ... 3.75.

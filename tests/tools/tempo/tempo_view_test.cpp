@@ -150,8 +150,8 @@ TEST_F(TempoViewTest, TheTableIsOneTabStopWalkedWithTheArrows) {
     EXPECT_EQ(cell, matrix->row(QStringLiteral("32/1"))->straightCell());
     EXPECT_EQ(cell->accessibleName(), "32 bars, straight: 64000.00 ms");
     cell->setFocus(Qt::TabFocusReason);
-    // Down to 1/4 (the ninth row), right to its dotted and on to the Hz.
-    for (int i = 0; i < 8; ++i)
+    // Down to 1/4 (the eighth row), right to its dotted.
+    for (int i = 0; i < 7; ++i)
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
     EXPECT_EQ(QApplication::focusWidget()->accessibleName(), "quarter note, dotted: 750.00 ms");
