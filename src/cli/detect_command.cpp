@@ -3,6 +3,7 @@
 #include "cli/arguments.h"
 #include "cli/audio_paths.h"
 #include "cli/command_line.h"
+#include "cli/csv_report.h"
 #include "cli/detect_report.h"
 #include "cli/interrupt.h"
 #include "cli/key_report.h"
@@ -30,13 +31,15 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false},       {"--key", false},
+constexpr KnownOption kOptions[] = {{"--json", false},       {"--csv", false},
+                                    {"--key", false},
                                     {"-j", true, "--jobs"},  {"--octave", true},
                                     {"--write-tags", false}, {"--force", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
     bool json = false;
+    bool csv = false; // JSON inside, each line turned into a row on the way out
     bool key = false;
     detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
@@ -48,6 +51,10 @@ struct DetectOptions {
 std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& arguments) {
     DetectOptions options;
     options.json = arguments.has("--json");
+    options.csv = arguments.has("--csv");
+    if (options.json && options.csv)
+        return UsageError{"--json and --csv do not go together"};
+    options.json = options.json || options.csv;
     options.key = arguments.has("--key");
     if (const auto text = arguments.value("-j")) {
         const auto threads =
@@ -256,6 +263,12 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     } catch (const std::bad_alloc&) {
         // Every file will say so on its own line.
     }
+    const std::vector<std::string> columns =
+        options.csv ? csvColumns(options.octave.kind != detection::OctaveKind::classic,
+                                 options.writeTags, options.key)
+                    : std::vector<std::string>();
+    if (options.csv)
+        out << csvHeader(columns) << std::flush;
     ResultBoard board(files.size());
     std::atomic<size_t> next{0};
     std::vector<std::jthread> pool = startWorkers(workers, job, next, board);
@@ -284,7 +297,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
             clearProgress(err);
             shown = SIZE_MAX;
         }
-        out << *line << std::flush;
+        out << (options.csv && !line->empty() ? csvRow(*line, columns) : *line) << std::flush;
         err << note;
         // Nobody reads the results any more: stop analysing.
         if (!out)

@@ -8,7 +8,7 @@
 namespace quorlen::cli {
 
 inline constexpr std::string_view kDetectSynopsis =
-    "quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] "
+    "quorlen detect [--json|--csv] [--key] [-j N] [--octave classic|auto|LO-HI] "
     "[--write-tags [--force]] PATH...";
 inline constexpr std::string_view kDetectSummary =
     "Tempo, beat offset, downbeat and confidence of audio files, or of folders of them; with "
@@ -21,8 +21,9 @@ struct DetectEnvironment {
     int defaultThreads = 1;
 };
 
-// `quorlen detect [--json] [--key] [-j N] [--octave MODE] [--write-tags
-// [--force]] PATH...`: tempo of every file, one line each in input order,
+// `quorlen detect [--json|--csv] [--key] [-j N] [--octave MODE] [--write-tags
+// [--force]] PATH...`: tempo of every file, one line each in input order
+// (CSV: after a header row, the JSON's members as columns),
 // analysed on N threads, its octave chosen as MODE says (classic by
 // default); --key adds the key and tuning (JSON members, or a second line
 // of text). With --write-tags the tempo (and with --key the key) goes into

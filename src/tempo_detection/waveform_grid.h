@@ -1,5 +1,6 @@
 #pragma once
 
+#include "detection/waveform_layout.h"
 #include "tempo_detection/tempo_detect_model.h"
 
 #include <QColor>
@@ -14,7 +15,9 @@ namespace quorlen {
 // from the clicked position. It is one Tab stop: the arrows move a cursor
 // by a beat (Page Up/Down by a bar, Home/End to the ends), and Space or
 // Return plays from it; while the preview plays the cursor is the playhead,
-// so the arrows move the playback itself.
+// so the arrows move the playback itself. It zooms (Ctrl+wheel, a pinch,
+// + and -) and scrolls in time (a sideways wheel, Shift+wheel), down to a
+// second of any file, with the grid at every zoom.
 class WaveformGrid : public QWidget {
     Q_OBJECT
 public:
@@ -26,6 +29,10 @@ public:
     void setPlayhead(std::optional<double> seconds);
     // Where Space plays from, in seconds.
     double cursor() const { return m_cursor; }
+    // The stretch shown; the whole file until zoomed.
+    detection::TimeView view() const { return m_view; }
+    // Zooms by `factor` (2: twice as close) about `anchorSeconds`.
+    void zoom(double factor, double anchorSeconds);
 
 signals:
     // Seconds from the start of the file, within 0 ... duration.
@@ -35,6 +42,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
     bool event(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
@@ -48,6 +56,7 @@ private:
     int m_downbeat = 0;
     std::optional<double> m_playhead;
     double m_cursor = 0;
+    detection::TimeView m_view;
 
     void moveCursor(double seconds);
     void describeCursor();

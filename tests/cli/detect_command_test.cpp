@@ -184,6 +184,26 @@ TEST(DetectCommand, AProgressLineOnATerminalOnlyThatIsGoneAtTheEnd) {
     EXPECT_EQ(fewErr.str(), "");
 }
 
+TEST(DetectCommand, CsvHasAHeaderAndARowPerPathFailuresIncluded) {
+    const Library library;
+    const Outcome csv = detect({"--csv", library.path("drums"), library.path("gone.wav")});
+    EXPECT_EQ(csv.status, kExitFailed);
+    const auto printed = lines(csv.out);
+    ASSERT_EQ(printed.size(), 5u) << csv.out;
+    EXPECT_EQ(printed[0], "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,"
+                          "duration,damaged,error");
+    EXPECT_TRUE(printed[2].starts_with(library.path("drums/loop.wav") + ",120,")) << printed[2];
+    EXPECT_TRUE(printed[2].ends_with(",8,false,")) << printed[2];
+    EXPECT_NE(printed[2].find(",4,"), std::string::npos) << "4 bars: " << printed[2];
+    EXPECT_EQ(printed[3], library.path("drums/notes.wav") + ",,,,,,,,,Not an audio file");
+    EXPECT_EQ(printed[4], library.path("gone.wav") + ",,,,,,,,,File not found");
+    EXPECT_EQ(csv.err, "");
+
+    const Outcome both = detect({"--csv", "--json", library.path("drums")});
+    EXPECT_EQ(both.status, kExitUsage);
+    EXPECT_EQ(lines(both.err).front(), "quorlen detect: --json and --csv do not go together");
+}
+
 TEST(DetectCommand, StopsOnUnwritableOutputOrAnInterrupt) {
     const Library library;
     std::ostringstream out, err;

@@ -1,3 +1,4 @@
+#include "cli/csv_report.h"
 #include "cli/detect_report.h"
 #include "cli/json_writer.h"
 #include "cli/progress_line.h"
@@ -133,6 +134,41 @@ TEST(ProgressLine, CountsThenRateAndTimeLeft) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(progressText(c.done, c.total, c.seconds), c.text) << c.done << " " << c.total;
+}
+
+} // namespace
+} // namespace quorlen::cli
+
+namespace quorlen::cli {
+namespace {
+
+TEST(CsvReport, RowsHoldTheJsonMembersInTheirColumns) {
+    const std::vector<std::string> columns = csvColumns(true, false, true);
+    EXPECT_EQ(csvHeader(columns),
+              "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,duration,damaged,"
+              "octave,candidates,key,camelot,keyConfidence,keyAlternatives,tuningCents,a4,error\n");
+    EXPECT_EQ(csvHeader(csvColumns(false, true, false)),
+              "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,duration,damaged,"
+              "tags,taggedBpm,error\n");
+    const struct {
+        std::string json, row;
+    } cases[] = {
+        {"{\"file\":\"a.wav\",\"bpm\":120,\"beatOffset\":0.25,\"downbeat\":1,\"confidence\":0.8,"
+         "\"snappedBars\":null,\"alternatives\":[60,240],\"duration\":8,\"damaged\":false,"
+         "\"octave\":\"auto\",\"candidates\":[{\"bpm\":120,\"p\":0.7},{\"bpm\":60,\"p\":0.2}],"
+         "\"key\":\"Am\",\"camelot\":\"8A\",\"keyConfidence\":0.9,\"keyAlternatives\":[\"C\","
+         "\"Em\"],\"tuningCents\":-0.3,\"a4\":439.92}\n",
+         "a.wav,120,0.25,1,0.8,,60;240,8,false,auto,120:0.7;60:0.2,Am,8A,0.9,C;Em,-0.3,439.92,\n"},
+        // A failure: the name, then only the error.
+        {"{\"file\":\"b.wav\",\"error\":\"Not an audio file\"}\n",
+         "b.wav,,,,,,,,,,,,,,,,,Not an audio file\n"},
+        // Commas, quotes and line breaks in a name are quoted; escapes undone.
+        {"{\"file\":\"x, \\\"y\\\"\\n\\u0001z\",\"error\":\"File not found\"}\n",
+         "\"x, \"\"y\"\"\n\001z\",,,,,,,,,,,,,,,,,File not found\n"},
+        {"not json at all", ",,,,,,,,,,,,,,,,,\n"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(csvRow(c.json, columns), c.row) << c.json;
 }
 
 } // namespace
