@@ -158,9 +158,9 @@ std::string csvLine(const std::vector<std::string>& cells) {
 } // namespace
 
 std::vector<std::string> csvColumns(bool octaveMode, bool writeTags, bool key) {
-    std::vector<std::string> columns = {"file",        "bpm",          "beatOffset",
-                                        "downbeat",    "confidence",   "snappedBars",
-                                        "alternatives", "duration",    "damaged"};
+    std::vector<std::string> columns = {"file",         "bpm",        "beatOffset",
+                                        "downbeat",     "confidence", "snappedBars",
+                                        "alternatives", "duration",   "damaged"};
     if (octaveMode)
         columns.insert(columns.end(), {"octave", "candidates"});
     if (writeTags)

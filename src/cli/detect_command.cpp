@@ -31,10 +31,9 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false},       {"--csv", false},
-                                    {"--key", false},
-                                    {"-j", true, "--jobs"},  {"--octave", true},
-                                    {"--write-tags", false}, {"--force", false}};
+constexpr KnownOption kOptions[] = {
+    {"--json", false},  {"--csv", false},        {"--key", false},  {"-j", true, "--jobs"},
+    {"--octave", true}, {"--write-tags", false}, {"--force", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {

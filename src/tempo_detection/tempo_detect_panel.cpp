@@ -335,7 +335,8 @@ void TempoDetectPanel::refreshAlternatives(const TempoDetectModel::Detection& d)
         button->setObjectName(QStringLiteral("alternativeButton"));
         button->setAccessibleName(QStringLiteral("Show ") + text + QStringLiteral(" BPM"));
         button->setToolTip(QStringLiteral("Show this tempo and its grid"));
-        button->setEnabled(bpm >= tempo::kControlBpmRange.min && bpm <= tempo::kControlBpmRange.max);
+        button->setEnabled(bpm >= tempo::kControlBpmRange.min &&
+                           bpm <= tempo::kControlBpmRange.max);
         connect(button, &QAbstractButton::clicked, this, [this, bpm] { m_model.showTempo(bpm); });
         row->insertWidget(at++, button);
     }
@@ -377,9 +378,14 @@ void TempoDetectPanel::refresh() {
                          {});
     m_saveTags->setEnabled(!m_model.isSavingTags());
     // The alternatives are buttons of their own below.
-    const QString note = QString::fromStdString(detection::detectionNote(
-        {d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars, confidence, {},
-         d.damaged, saved ? tagNote(*saved).toStdString() : ""}));
+    const QString note = QString::fromStdString(
+        detection::detectionNote({d.name.toStdString(),
+                                  d.estimate.durationSeconds,
+                                  d.snappedBars,
+                                  confidence,
+                                  {},
+                                  d.damaged,
+                                  saved ? tagNote(*saved).toStdString() : ""}));
     refreshAlternatives(d);
     m_note->setText(note);
     m_note->setToolTip(note);

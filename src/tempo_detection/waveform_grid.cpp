@@ -6,8 +6,8 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
-#include <QWheelEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -85,8 +85,8 @@ void WaveformGrid::wheelEvent(QWheelEvent* event) {
     } else if (delta.x() != 0 || (event->modifiers() & Qt::ShiftModifier)) {
         // A notch moves a tenth of what is shown.
         const double notches = (delta.x() != 0 ? -delta.x() : -delta.y()) / kNotch;
-        m_view = detection::scrolledView(m_view, notches * m_view.spanSeconds / 10,
-                                         m_durationSeconds);
+        m_view =
+            detection::scrolledView(m_view, notches * m_view.spanSeconds / 10, m_durationSeconds);
         update();
     } else {
         event->ignore(); // an upright wheel scrolls the page
@@ -189,8 +189,8 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
 
     const QColor bar = withOpacity(m_accent, 0.85);
     const QColor beat = withOpacity(QuorlenTheme::saffron(), 0.55);
-    const auto lines =
-        detection::gridLines({m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds}, w, m_view);
+    const auto lines = detection::gridLines(
+        {m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds}, w, m_view);
     for (const detection::GridLine& line : lines) {
         if (line.bar)
             painter.fillRect(QRectF(line.x, 0, 1.4, h), bar);
@@ -206,8 +206,7 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
         // The keyboard's cursor, where Space plays from, in the ring's colour.
         if (!m_playhead) {
             const double x = detection::xForSeconds(m_cursor, m_view, w);
-            painter.fillRect(QRectF(std::min(x, w - 2), 0, 2, h),
-                             focusRingColor(currentScheme()));
+            painter.fillRect(QRectF(std::min(x, w - 2), 0, 2, h), focusRingColor(currentScheme()));
         }
         paintFocusRing(painter, rect(), 6);
     }

@@ -224,7 +224,8 @@ TEST(TempoDetectPanel, EachAlternativeIsAButtonThatShowsItsTempo) {
     ASSERT_TRUE(rig.analyse());
     auto buttons = [&] {
         QStringList labels;
-        for (auto* button : rig.panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
+        for (auto* button :
+             rig.panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
             labels << button->text();
         labels.sort();
         return labels;
@@ -410,9 +411,8 @@ TEST(TempoDetectPanel, TheWaveformPlaysFromTheKeyboard) {
     EXPECT_EQ(grid->view(), (detection::TimeView{0, 15}));
 
     // Ctrl+wheel zooms about the pointer: at the middle, the middle stays.
-    QWheelEvent wheel(QPointF(grid->width() / 2.0, 10), grid->mapToGlobal(QPointF(0, 0)),
-                      QPoint(), QPoint(0, 240), Qt::NoButton, Qt::ControlModifier,
-                      Qt::NoScrollPhase, false);
+    QWheelEvent wheel(QPointF(grid->width() / 2.0, 10), grid->mapToGlobal(QPointF(0, 0)), QPoint(),
+                      QPoint(0, 240), Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(grid, &wheel);
     EXPECT_NEAR(grid->view().spanSeconds, 7.5, 1e-9);
     EXPECT_NEAR(grid->view().startSeconds + grid->view().spanSeconds / 2, 7.5, 1e-6);

@@ -190,8 +190,8 @@ void FfmpegDecoder::open() {
     // (6 kbit/s Opus at 48 kHz is 64), so a lie cannot reserve gigabytes.
     if (const std::int64_t size = bytes->size(); size > 0)
         announcedFrames = std::min<long long>(announcedFrames, size * kMostFramesPerByte);
-    lengthStated = announcedFrames > 0 &&
-                   format->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE;
+    lengthStated =
+        announcedFrames > 0 && format->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE;
     setFormat(rateHz, codec->ch_layout.nb_channels, announcedFrames);
     originPts = stream->start_time == AV_NOPTS_VALUE ? 0 : stream->start_time;
 }

@@ -15,7 +15,6 @@ bool isBar(long long beat, int downbeat) {
     return ((fromDownbeat % kBeatsPerBar) + kBeatsPerBar) % kBeatsPerBar == 0;
 }
 
-
 TimeView wholeFileIfUnset(TimeView view, double durationSeconds) {
     return view.spanSeconds > 0.0 ? view : TimeView{0.0, durationSeconds};
 }
@@ -93,8 +92,8 @@ std::vector<GridLine> gridLines(const GridInput& input, double widthPoints, Time
             continue;
         const bool bar = isBar(k, input.downbeat);
         const long long barNumber = (k - input.downbeat) / kBeatsPerBar;
-        const bool shown = density == GridDensity::everyBeat ||
-                           (bar && (stride == 1 || barNumber % stride == 0));
+        const bool shown =
+            density == GridDensity::everyBeat || (bar && (stride == 1 || barNumber % stride == 0));
         if (shown)
             lines.push_back({xForSeconds(t, view, widthPoints), bar});
     }
@@ -130,9 +129,8 @@ std::vector<double> waveformHalfHeights(std::span<const float> peaks, double wid
     std::vector<double> halfHeights(static_cast<size_t>(columns));
     for (long long x = 0; x < columns; ++x) {
         const double t = view.startSeconds + double(x) / widthPoints * view.spanSeconds;
-        const long long i =
-            std::clamp(static_cast<long long>(std::trunc(t / durationSeconds * double(n))), 0LL,
-                       n - 1);
+        const long long i = std::clamp(
+            static_cast<long long>(std::trunc(t / durationSeconds * double(n))), 0LL, n - 1);
         halfHeights[static_cast<size_t>(x)] =
             std::max(double(peaks[static_cast<size_t>(i)]) * scale, kMinimumHalfHeight);
     }

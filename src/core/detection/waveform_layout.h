@@ -71,8 +71,7 @@ std::vector<double> waveformHalfHeights(std::span<const float> peaks, double wid
 // The same for `view` of a file of `durationSeconds`: the column of the time
 // under each point.
 std::vector<double> waveformHalfHeights(std::span<const float> peaks, double widthPoints,
-                                        double heightPoints, double durationSeconds,
-                                        TimeView view);
+                                        double heightPoints, double durationSeconds, TimeView view);
 
 double xForSeconds(double seconds, double durationSeconds, double widthPoints);
 double xForSeconds(double seconds, TimeView view, double widthPoints);

@@ -13,13 +13,13 @@
 #include <QAbstractSpinBox>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QTextEdit>
-#include <QHBoxLayout>
 #include <QShortcut>
 #include <QSignalBlocker>
+#include <QTextEdit>
 #include <QVBoxLayout>
 
 #include <algorithm>

@@ -128,18 +128,16 @@ TEST(AudioFileReader, ZeroedBytesMidwayAreDamageInEveryCompressedFormat) {
         const char* name;
         Encoding encoding;
     } cases[] = {
-        {"vorbis.ogg", {.encoder = "libvorbis"}},
-        {"opus.opus", {.encoder = "libopus"}},
-        {"aac.m4a", {.encoder = "aac"}},
-        {"alac.m4a", {.encoder = "alac"}},
-        {"lame.mp3", {.encoder = "libmp3lame"}},
-        {"flac.flac", {.encoder = "flac"}},
+        {"vorbis.ogg", {.encoder = "libvorbis"}}, {"opus.opus", {.encoder = "libopus"}},
+        {"aac.m4a", {.encoder = "aac"}},          {"alac.m4a", {.encoder = "alac"}},
+        {"lame.mp3", {.encoder = "libmp3lame"}},  {"flac.flac", {.encoder = "flac"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const int rateHz = std::string_view(c.name).ends_with(".opus") ? 48000 : 44100;
         const std::vector<float> source =
-            rateHz == 44100 ? loop : t::clickTrain({.bpm = 120, .seconds = 40, .rateHz = double(rateHz)});
+            rateHz == 44100 ? loop
+                            : t::clickTrain({.bpm = 120, .seconds = 40, .rateHz = double(rateHz)});
         ASSERT_TRUE(t::encodeSound(dir.file(c.name), source, 1, rateHz, c.encoding));
         std::string bytes = t::readBytes(dir.file(c.name));
         {

@@ -14,12 +14,12 @@ TEST(WaveformLayout, GridThinsOutWhenLinesCrowd) {
     };
     // Beat spacing s = 60 / bpm / span × width; beats from s >= 5, bars from 4s >= 5.
     const std::vector<Case> cases = {
-        {120, 8, 500, GridDensity::everyBeat},  // s = 31.25
-        {120, 60, 500, GridDensity::barsOnly},  // s = 4.17, bars 16.7
+        {120, 8, 500, GridDensity::everyBeat},    // s = 31.25
+        {120, 60, 500, GridDensity::barsOnly},    // s = 4.17, bars 16.7
         {180, 600, 500, GridDensity::sparseBars}, // s = 0.28, bars 1.1
-        {120, 50, 500, GridDensity::everyBeat}, // s = 5 exactly
-        {120, 200, 500, GridDensity::barsOnly}, // s = 1.25, bars 5 exactly
-        {120, 8, 0, GridDensity::sparseBars},   // no canvas yet
+        {120, 50, 500, GridDensity::everyBeat},   // s = 5 exactly
+        {120, 200, 500, GridDensity::barsOnly},   // s = 1.25, bars 5 exactly
+        {120, 8, 0, GridDensity::sparseBars},     // no canvas yet
     };
     for (const Case& c : cases)
         EXPECT_EQ(gridDensity(c.bpm, c.durationSeconds, c.widthPoints), c.density)
@@ -34,14 +34,14 @@ TEST(WaveformLayout, StepsGoFromBeatLineToBeatLine) {
         int beats;
         double to;
     } cases[] = {
-        {0.0, 1, 0.1},    // before the first beat: onto it
-        {0.1, 1, 0.6},    // on a beat: the next
-        {0.35, 1, 0.6},   // between beats: the next line, not 0.85
-        {0.35, -1, 0.1},  // and back: the previous line
-        {0.6, -1, 0.1},   // on a beat: the previous
-        {0.6, 4, 2.6},    // a bar on
-        {0.1, -1, 0.0},   // no earlier beat than the start
-        {9.9, 1, 10.0},   // nor later than the end
+        {0.0, 1, 0.1},          // before the first beat: onto it
+        {0.1, 1, 0.6},          // on a beat: the next
+        {0.35, 1, 0.6},         // between beats: the next line, not 0.85
+        {0.35, -1, 0.1},        // and back: the previous line
+        {0.6, -1, 0.1},         // on a beat: the previous
+        {0.6, 4, 2.6},          // a bar on
+        {0.1, -1, 0.0},         // no earlier beat than the start
+        {9.9, 1, 10.0},         // nor later than the end
         {2.6000000001, 1, 3.1}, // within a hair of a beat counts as on it
     };
     for (const auto& c : cases)

@@ -21,10 +21,10 @@ TEST(NoteDivision, SpokenNamesReadAsMusiciansSayThem) {
         NoteDivision division;
         const char* name;
     } cases[] = {
-        {{32, 1}, "32 bars"},       {{2, 1}, "2 bars"},         {{1, 1}, "whole note"},
-        {{1, 2}, "half note"},      {{1, 4}, "quarter note"},   {{1, 8}, "eighth note"},
-        {{1, 16}, "16th note"},     {{1, 32}, "32nd note"},     {{1, 64}, "64th note"},
-        {{1, 128}, "128th note"},   {{1, 3}, "3rd note"},       {{1, 112}, "112th note"},
+        {{32, 1}, "32 bars"},     {{2, 1}, "2 bars"},       {{1, 1}, "whole note"},
+        {{1, 2}, "half note"},    {{1, 4}, "quarter note"}, {{1, 8}, "eighth note"},
+        {{1, 16}, "16th note"},   {{1, 32}, "32nd note"},   {{1, 64}, "64th note"},
+        {{1, 128}, "128th note"}, {{1, 3}, "3rd note"},     {{1, 112}, "112th note"},
         {{3, 8}, "3/8 note"},
     };
     for (const auto& c : cases)
