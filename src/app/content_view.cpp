@@ -91,6 +91,11 @@ void ContentView::showTool(CalculatorTool tool) {
     emit selectedToolChanged(rawValue);
 }
 
+void ContentView::focusTool() {
+    if (m_toolView)
+        m_toolView->setFocus(Qt::ShortcutFocusReason);
+}
+
 void ContentView::selectTool(CalculatorTool tool) {
     showTool(tool);
     emit toolRowClicked(tool);

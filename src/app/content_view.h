@@ -40,6 +40,10 @@ public:
     // Shows `tool` as selected (stored like any selection); no click is
     // reported.
     void showTool(CalculatorTool tool);
+    // Moves the keyboard focus into the shown tool, as opening it by a
+    // shortcut should: a sidebar row kept focused would take the keys
+    // meant for the tool (Space, the arrows).
+    void focusTool();
 
     // What a click on a sidebar row does: select the tool (a click on the
     // selected row changes nothing), then report the click.

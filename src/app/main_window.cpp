@@ -42,8 +42,11 @@ MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidg
     // click on a row, so it is not reported.
     QMenu* tools = menuBar()->addMenu(QStringLiteral("&Tools"));
     for (const ToolInfo& info : allTools()) {
-        QAction* action = tools->addAction(QString::fromUtf8(info.title), this,
-                                           [this, tool = info.tool] { m_content->showTool(tool); });
+        QAction* action =
+            tools->addAction(QString::fromUtf8(info.title), this, [this, tool = info.tool] {
+                m_content->showTool(tool);
+                m_content->focusTool();
+            });
         action->setShortcut(
             QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + static_cast<int>(info.tool))));
     }

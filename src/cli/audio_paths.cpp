@@ -43,6 +43,8 @@ std::vector<AudioPath> expandAudioPaths(const std::vector<std::string>& paths) {
         std::error_code error;
         if (fs::is_directory(path, error)) {
             const std::vector<AudioPath> found = audioFilesUnder(path);
+            if (found.empty())
+                files.push_back({path, kNoAudioFiles});
             files.insert(files.end(), found.begin(), found.end());
         } else {
             files.push_back({path, {}});

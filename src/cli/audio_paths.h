@@ -5,6 +5,8 @@
 
 namespace quorlen::cli {
 
+inline constexpr const char* kNoAudioFiles = "No audio files found";
+
 // One path to analyse, or one that could not be looked into.
 struct AudioPath {
     std::string path;
@@ -17,6 +19,8 @@ struct AudioPath {
 // path. A path that does not exist is kept, so its analysis reports why; a
 // folder that cannot be read, the given one or one inside it, is kept with
 // the reason.
+// A folder without any audio file is kept with `kNoAudioFiles`: asking for
+// the tempo of nothing is a mistake the caller should hear of.
 // Symbolic links to folders are not followed, so a link loop ends the walk.
 std::vector<AudioPath> expandAudioPaths(const std::vector<std::string>& paths);
 

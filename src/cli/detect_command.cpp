@@ -3,9 +3,11 @@
 #include "cli/arguments.h"
 #include "cli/audio_paths.h"
 #include "cli/command_line.h"
+#include "cli/csv_report.h"
 #include "cli/detect_report.h"
 #include "cli/interrupt.h"
 #include "cli/key_report.h"
+#include "cli/progress_line.h"
 #include "detection/tempo_detector.h"
 #include "key/key_names.h"
 #include "tags/tag_writer.h"
@@ -29,13 +31,14 @@
 namespace quorlen::cli {
 namespace {
 
-constexpr KnownOption kOptions[] = {{"--json", false},       {"--key", false},
-                                    {"-j", true, "--jobs"},  {"--octave", true},
-                                    {"--write-tags", false}, {"--force", false}};
+constexpr KnownOption kOptions[] = {
+    {"--json", false},  {"--csv", false},        {"--key", false},  {"-j", true, "--jobs"},
+    {"--octave", true}, {"--write-tags", false}, {"--force", false}};
 constexpr CommandInfo kCommand{"detect", kDetectSynopsis, kDetectSummary, kOptions};
 
 struct DetectOptions {
     bool json = false;
+    bool csv = false; // JSON inside, each line turned into a row on the way out
     bool key = false;
     detection::OctaveMode octave;
     int threads = 0; // 0: the machine's core count
@@ -47,6 +50,10 @@ struct DetectOptions {
 std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& arguments) {
     DetectOptions options;
     options.json = arguments.has("--json");
+    options.csv = arguments.has("--csv");
+    if (options.json && options.csv)
+        return UsageError{"--json and --csv do not go together"};
+    options.json = options.json || options.csv;
     options.key = arguments.has("--key");
     if (const auto text = arguments.value("-j")) {
         const auto threads =
@@ -130,8 +137,14 @@ struct Job {
     bool force;
 };
 
-std::string failureLine(const Job& job, const std::string& file, const std::string& message) {
-    return job.json ? jsonFailureLine(file, message) : textFailureLine(file, message);
+// A failed file: in JSON its own object among the results, in text a line
+// on stderr, so that a pipe of results holds results only.
+void postFailure(const Job& job, ResultBoard& board, size_t index, const std::string& file,
+                 const std::string& message) {
+    if (job.json)
+        board.post(index, jsonFailureLine(file, message), true);
+    else
+        board.post(index, {}, true, textFailureLine(file, message));
 }
 
 // Analyses the next file that no thread has taken yet and posts its line;
@@ -144,7 +157,7 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     const AudioPath& entry = job.files[i];
     const std::string& file = entry.path;
     if (!entry.error.empty()) {
-        board.post(i, failureLine(job, file, entry.error), true);
+        postFailure(job, board, i, file, entry.error);
         return true;
     }
     try {
@@ -179,11 +192,11 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;
-        board.post(i, failureLine(job, file, failure.what()), true);
+        postFailure(job, board, i, file, failure.what());
     } catch (const std::bad_alloc&) {
-        board.post(i, failureLine(job, file, "Not enough memory to analyse this file"), true);
+        postFailure(job, board, i, file, "Not enough memory to analyse this file");
     } catch (const std::exception& error) {
-        board.post(i, failureLine(job, file, error.what()), true);
+        postFailure(job, board, i, file, error.what());
     }
     return true;
 }
@@ -209,8 +222,10 @@ std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic
 }
 
 // "\r" + erase-line keeps the progress on one terminal line.
-void showProgress(std::ostream& err, size_t finished, size_t total) {
-    err << "\r\033[Kanalysed " << finished << " of " << total << " files" << std::flush;
+void showProgress(std::ostream& err, size_t finished, size_t total,
+                  std::chrono::steady_clock::time_point start) {
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    err << "\r\033[K" << progressText(finished, total, elapsed.count()) << std::flush;
 }
 
 void clearProgress(std::ostream& err) { err << "\r\033[K" << std::flush; }
@@ -222,8 +237,6 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         environment.interrupted ? *environment.interrupted : kNever;
     std::atomic<bool> outputFailed{false};
     const std::vector<AudioPath> files = expandAudioPaths(options.paths);
-    if (files.empty())
-        err << "quorlen detect: no audio files found\n"; // folders without any; not a failure
     const int cores = std::max(environment.defaultThreads, 1);
     const int threads =
         std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores);
@@ -237,7 +250,11 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
                   [&] { return interrupted.load() || outputFailed.load(); },
                   options.writeTags,
                   options.force};
-    const bool progress = environment.stderrIsTerminal && files.size() > 1;
+    // Never in a pipe: there it would be text among the results.
+    const bool progress = environment.stderrIsTerminal && files.size() >= kProgressMinimumFiles;
+    const auto start = std::chrono::steady_clock::now();
+    if (progress)
+        showProgress(err, 0, files.size(), start);
 
     try {
         // Before the workers start and compete for memory (see there).
@@ -245,16 +262,27 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     } catch (const std::bad_alloc&) {
         // Every file will say so on its own line.
     }
+    const std::vector<std::string> columns =
+        options.csv ? csvColumns(options.octave.kind != detection::OctaveKind::classic,
+                                 options.writeTags, options.key)
+                    : std::vector<std::string>();
+    if (options.csv)
+        out << csvHeader(columns) << std::flush;
     ResultBoard board(files.size());
     std::atomic<size_t> next{0};
     std::vector<std::jthread> pool = startWorkers(workers, job, next, board);
 
     bool anyFailed = false;
-    size_t shown = SIZE_MAX; // count on the progress line, redrawn only when it changes
+    // The progress line is redrawn when its count changes, and each second
+    // for its time left.
+    size_t shown = SIZE_MAX;
+    auto drawn = start;
     for (size_t i = 0; i < files.size() && !job.cancelled();) {
-        if (progress && board.finished() != shown) {
+        if (progress && (board.finished() != shown ||
+                         std::chrono::steady_clock::now() - drawn >= std::chrono::seconds(1))) {
             shown = board.finished();
-            showProgress(err, shown, files.size());
+            drawn = std::chrono::steady_clock::now();
+            showProgress(err, shown, files.size(), start);
         }
         if (pool.empty())
             analyseNext(job, next, board);
@@ -268,7 +296,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
             clearProgress(err);
             shown = SIZE_MAX;
         }
-        out << *line << std::flush;
+        out << (options.csv && !line->empty() ? csvRow(*line, columns) : *line) << std::flush;
         err << note;
         // Nobody reads the results any more: stop analysing.
         if (!out)

@@ -190,9 +190,13 @@ void TempoDetectModel::setOctaveMode(const detection::OctaveMode& mode) {
 }
 
 void TempoDetectModel::rescale(double factor) {
+    if (m_result)
+        showTempo(factor * m_result->bpm);
+}
+
+void TempoDetectModel::showTempo(double bpm) {
     if (!m_result)
         return;
-    const double bpm = factor * m_result->bpm;
     if (!(bpm >= tempo::kControlBpmRange.min && bpm <= tempo::kControlBpmRange.max))
         return;
     stopPreview();

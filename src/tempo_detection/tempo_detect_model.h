@@ -84,6 +84,9 @@ public:
     const detection::OctaveMode& octaveMode() const { return m_octave; }
     // result.bpm × factor, when that stays within 20 ... 400 BPM.
     void rescale(double factor);
+    // Shows `bpm` (an alternative or a candidate) as the tempo, with its
+    // grid from the same first beat, when within 20 ... 400 BPM.
+    void showTempo(double bpm);
     // From `fromSeconds` when given and not negative, else from the start.
     void startPreview(std::optional<double> fromSeconds = std::nullopt);
     void stopPreview();

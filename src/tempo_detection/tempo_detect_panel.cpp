@@ -24,6 +24,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
 
 namespace quorlen {
 namespace {
@@ -77,6 +78,15 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& mod
     m_grid = new WaveformGrid(accent, m_results);
     column->addWidget(m_grid);
     column->addLayout(makeButtonRow(accent));
+    m_alternatives = new QWidget(m_results);
+    m_alternatives->setObjectName(QStringLiteral("alternatives"));
+    auto* alternatives = new QHBoxLayout(m_alternatives);
+    alternatives->setContentsMargins(0, 0, 0, 0);
+    alternatives->setSpacing(6);
+    alternatives->addWidget(new SchemeLabel(QStringLiteral("Also plausible"), uiFont(11),
+                                            SchemeLabel::Role::Secondary, m_alternatives));
+    alternatives->addStretch();
+    column->addWidget(m_alternatives);
     // One line: a note longer than the panel ends in "…" and reads whole in
     // its tooltip.
     m_note = new SchemeLabel({}, uiFont(11), SchemeLabel::Role::Secondary, m_results);
@@ -298,6 +308,41 @@ QString TempoDetectPanel::heading(const TempoDetectModel& model) {
     return QStringLiteral("Drop an audio file here");
 }
 
+// One button per tempo other than the shown one: the alternatives, and the
+// candidates of an octave mode; a click makes it the shown tempo.
+void TempoDetectPanel::refreshAlternatives(const TempoDetectModel::Detection& d) {
+    std::vector<double> tempos;
+    auto add = [&](double bpm) {
+        const auto same = [bpm](double other) { return std::abs(other - bpm) < 0.005; };
+        if (!same(d.bpm) && std::none_of(tempos.begin(), tempos.end(), same))
+            tempos.push_back(bpm);
+    };
+    for (const double bpm : d.estimate.alternatives)
+        add(bpm);
+    for (const detection::RankedTempo& candidate : d.estimate.candidates)
+        add(candidate.bpm);
+    if (tempos == m_alternativeTempos)
+        return;
+    m_alternativeTempos = tempos;
+    for (KitButton* old : m_alternatives->findChildren<KitButton*>())
+        delete old;
+    auto* row = static_cast<QHBoxLayout*>(m_alternatives->layout());
+    int at = 1; // after the caption
+    for (const double bpm : tempos) {
+        const QString text = QString::fromStdString(detection::tempoText(bpm, true));
+        auto* button = new KitButton(text + QStringLiteral(" BPM"), {}, KitButton::Style::Bordered,
+                                     QuorlenTheme::dusk(), m_alternatives);
+        button->setObjectName(QStringLiteral("alternativeButton"));
+        button->setAccessibleName(QStringLiteral("Show ") + text + QStringLiteral(" BPM"));
+        button->setToolTip(QStringLiteral("Show this tempo and its grid"));
+        button->setEnabled(bpm >= tempo::kControlBpmRange.min &&
+                           bpm <= tempo::kControlBpmRange.max);
+        connect(button, &QAbstractButton::clicked, this, [this, bpm] { m_model.showTempo(bpm); });
+        row->insertWidget(at++, button);
+    }
+    m_alternatives->setVisible(!tempos.empty());
+}
+
 void TempoDetectPanel::refresh() {
     const auto& result = m_model.result();
     m_dropZone->setTexts(
@@ -332,9 +377,16 @@ void TempoDetectPanel::refresh() {
                                                 : QStringLiteral("Save to file"),
                          {});
     m_saveTags->setEnabled(!m_model.isSavingTags());
-    const QString note = QString::fromStdString(detection::detectionNote(
-        {d.name.toStdString(), d.estimate.durationSeconds, d.snappedBars, confidence,
-         d.estimate.alternatives, d.damaged, saved ? tagNote(*saved).toStdString() : ""}));
+    // The alternatives are buttons of their own below.
+    const QString note = QString::fromStdString(
+        detection::detectionNote({d.name.toStdString(),
+                                  d.estimate.durationSeconds,
+                                  d.snappedBars,
+                                  confidence,
+                                  {},
+                                  d.damaged,
+                                  saved ? tagNote(*saved).toStdString() : ""}));
+    refreshAlternatives(d);
     m_note->setText(note);
     m_note->setToolTip(note);
     m_note->setAccessibleName(note);

@@ -5,6 +5,8 @@
 
 #include <QTimer>
 
+#include <vector>
+
 class QLayout;
 
 namespace quorlen {
@@ -61,6 +63,7 @@ private:
     void useDetectedA4();
     void connectControls();
     void refresh();
+    void refreshAlternatives(const TempoDetectModel::Detection& detection);
     void refreshPlayhead();
     void useDetectedBpm();
     void saveTags();
@@ -79,6 +82,9 @@ private:
     KitButton* m_useBpm;
     KitButton* m_saveTags;
     SchemeLabel* m_note;
+    // "Also plausible" and a button per other tempo worth a try.
+    QWidget* m_alternatives;
+    std::vector<double> m_alternativeTempos;
     QWidget* m_keyRow;
     CopyableText* m_keyName;
     CopyableText* m_camelot;

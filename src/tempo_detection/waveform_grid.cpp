@@ -1,10 +1,16 @@
 #include "tempo_detection/waveform_grid.h"
 
-#include "detection/waveform_layout.h"
 #include "ui/color_scheme.h"
+#include "ui/focus_ring.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
+#include <QNativeGestureEvent>
 #include <QPainter>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
 
 namespace quorlen {
 
@@ -15,14 +21,25 @@ WaveformGrid::WaveformGrid(const QColor& accent, QWidget* parent)
     setMinimumWidth(1);
     setCursor(Qt::PointingHandCursor);
     setToolTip(QStringLiteral("Click the waveform to preview from there"));
+    setFocusPolicy(Qt::TabFocus);
+    // Space plays from here, rather than tapping the tempo.
+    setProperty("ownsSpaceKey", true);
+    setAccessibleDescription(QStringLiteral("Left and Right move by a beat, Page Up and Page "
+                                            "Down by a bar; Space or Return plays from there"));
+    describeCursor();
 }
 
 void WaveformGrid::setDetection(const TempoDetectModel::Detection& detection) {
+    // Another file starts whole; halving or doubling keeps the zoom.
+    if (detection.estimate.durationSeconds != m_durationSeconds || m_view.spanSeconds <= 0)
+        m_view = {0, detection.estimate.durationSeconds};
     m_waveform = detection.waveform;
     m_durationSeconds = detection.estimate.durationSeconds;
     m_bpm = detection.bpm;
     m_beatOffsetSeconds = detection.beatOffsetSeconds;
     m_downbeat = detection.estimate.downbeat;
+    m_cursor = std::clamp(m_cursor, 0.0, std::max(m_durationSeconds, 0.0));
+    describeCursor();
     update();
 }
 
@@ -30,14 +47,131 @@ void WaveformGrid::setPlayhead(std::optional<double> seconds) {
     if (seconds == m_playhead)
         return;
     m_playhead = seconds;
+    if (seconds) {
+        m_cursor = *seconds;
+        // A zoomed view pages along with the playback.
+        m_view = detection::viewShowing(m_view, *seconds, m_durationSeconds);
+    }
     update();
+}
+
+void WaveformGrid::zoom(double factor, double anchorSeconds) {
+    m_view = detection::zoomedView(m_view, factor, anchorSeconds, m_durationSeconds);
+    update();
+}
+
+void WaveformGrid::moveCursor(double seconds) {
+    m_cursor = seconds;
+    m_view = detection::viewShowing(m_view, seconds, m_durationSeconds);
+    describeCursor();
+    update();
+    // A playing preview follows the cursor, as it follows a click.
+    if (m_playhead)
+        emit previewRequested(seconds);
+}
+
+void WaveformGrid::describeCursor() {
+    setAccessibleName(QStringLiteral("Waveform, at %1 s of %2 s")
+                          .arg(m_cursor, 0, 'f', 1)
+                          .arg(m_durationSeconds, 0, 'f', 1));
+}
+
+void WaveformGrid::wheelEvent(QWheelEvent* event) {
+    constexpr double kNotch = 120; // angle units of one wheel step
+    const QPoint delta = event->angleDelta();
+    const double anchor = detection::secondsForX(event->position().x(), width(), m_view);
+    if (event->modifiers() & Qt::ControlModifier) {
+        zoom(std::pow(2.0, delta.y() / kNotch / 2), anchor);
+    } else if (delta.x() != 0 || (event->modifiers() & Qt::ShiftModifier)) {
+        // A notch moves a tenth of what is shown.
+        const double notches = (delta.x() != 0 ? -delta.x() : -delta.y()) / kNotch;
+        m_view =
+            detection::scrolledView(m_view, notches * m_view.spanSeconds / 10, m_durationSeconds);
+        update();
+    } else {
+        event->ignore(); // an upright wheel scrolls the page
+        return;
+    }
+    event->accept();
+}
+
+bool WaveformGrid::event(QEvent* event) {
+    if (event->type() == QEvent::NativeGesture) {
+        const auto* gesture = static_cast<QNativeGestureEvent*>(event);
+        if (gesture->gestureType() == Qt::ZoomNativeGesture) {
+            zoom(1 + gesture->value(),
+                 detection::secondsForX(gesture->position().x(), width(), m_view));
+            return true;
+        }
+    }
+    // Space is this control's play key while it has the focus.
+    if (event->type() == QEvent::ShortcutOverride) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_Space && key->modifiers() == Qt::NoModifier) {
+            key->accept();
+            return true;
+        }
+    }
+    return QWidget::event(event);
+}
+
+void WaveformGrid::keyPressEvent(QKeyEvent* event) {
+    const detection::GridInput grid{m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds};
+    constexpr int kBeatsPerBar = 4;
+    switch (event->key()) {
+    case Qt::Key_Left:
+        moveCursor(detection::steppedSeconds(grid, m_cursor, -1));
+        break;
+    case Qt::Key_Right:
+        moveCursor(detection::steppedSeconds(grid, m_cursor, 1));
+        break;
+    case Qt::Key_PageUp:
+        moveCursor(detection::steppedSeconds(grid, m_cursor, -kBeatsPerBar));
+        break;
+    case Qt::Key_PageDown:
+        moveCursor(detection::steppedSeconds(grid, m_cursor, kBeatsPerBar));
+        break;
+    case Qt::Key_Home:
+        moveCursor(0);
+        break;
+    case Qt::Key_End:
+        moveCursor(m_durationSeconds);
+        break;
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+        zoom(2, m_cursor);
+        break;
+    case Qt::Key_Minus:
+        zoom(0.5, m_cursor);
+        break;
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        emit previewRequested(m_cursor);
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    event->accept();
+}
+
+void WaveformGrid::focusInEvent(QFocusEvent* event) {
+    update();
+    QWidget::focusInEvent(event);
+}
+
+void WaveformGrid::focusOutEvent(QFocusEvent* event) {
+    update();
+    QWidget::focusOutEvent(event);
 }
 
 void WaveformGrid::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || width() <= 0)
         return;
-    emit previewRequested(
-        detection::secondsForX(event->position().x(), width(), m_durationSeconds));
+    m_cursor = detection::secondsForX(event->position().x(), width(), m_view);
+    describeCursor();
+    emit previewRequested(m_cursor);
 }
 
 void WaveformGrid::paintEvent(QPaintEvent*) {
@@ -46,7 +180,8 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
     const double h = height();
     const double mid = h / 2;
     const QColor ink = withOpacity(currentColors().primaryText, 0.38);
-    const std::vector<double> halfHeights = detection::waveformHalfHeights(m_waveform, w, h);
+    const std::vector<double> halfHeights =
+        detection::waveformHalfHeights(m_waveform, w, h, m_durationSeconds, m_view);
     for (size_t x = 0; x < halfHeights.size(); ++x) {
         const double a = halfHeights[x];
         painter.fillRect(QRectF(double(x), mid - a, 1, 2 * a), ink);
@@ -54,8 +189,8 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
 
     const QColor bar = withOpacity(m_accent, 0.85);
     const QColor beat = withOpacity(QuorlenTheme::saffron(), 0.55);
-    const auto lines =
-        detection::gridLines({m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds}, w);
+    const auto lines = detection::gridLines(
+        {m_bpm, m_beatOffsetSeconds, m_downbeat, m_durationSeconds}, w, m_view);
     for (const detection::GridLine& line : lines) {
         if (line.bar)
             painter.fillRect(QRectF(line.x, 0, 1.4, h), bar);
@@ -64,8 +199,16 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
     }
 
     if (m_playhead) {
-        const double x = detection::xForSeconds(*m_playhead, m_durationSeconds, w);
+        const double x = detection::xForSeconds(*m_playhead, m_view, w);
         painter.fillRect(QRectF(x, 0, 1.5, h), withOpacity(QuorlenTheme::lacquer(), 0.9));
+    }
+    if (hasFocus()) {
+        // The keyboard's cursor, where Space plays from, in the ring's colour.
+        if (!m_playhead) {
+            const double x = detection::xForSeconds(m_cursor, m_view, w);
+            painter.fillRect(QRectF(std::min(x, w - 2), 0, 2, h), focusRingColor(currentScheme()));
+        }
+        paintFocusRing(painter, rect(), 6);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "detection/waveform_layout.h"
 #include "tempo_detection/tempo_detect_model.h"
 
 #include <QColor>
@@ -11,7 +12,12 @@ namespace quorlen {
 
 // The analysed file's waveform with the beat grid (saffron beats, accent
 // bar lines) and the preview playhead (lacquer). A click asks for a preview
-// from the clicked position.
+// from the clicked position. It is one Tab stop: the arrows move a cursor
+// by a beat (Page Up/Down by a bar, Home/End to the ends), and Space or
+// Return plays from it; while the preview plays the cursor is the playhead,
+// so the arrows move the playback itself. It zooms (Ctrl+wheel, a pinch,
+// + and -) and scrolls in time (a sideways wheel, Shift+wheel), down to a
+// second of any file, with the grid at every zoom.
 class WaveformGrid : public QWidget {
     Q_OBJECT
 public:
@@ -21,6 +27,12 @@ public:
 
     void setDetection(const TempoDetectModel::Detection& detection);
     void setPlayhead(std::optional<double> seconds);
+    // Where Space plays from, in seconds.
+    double cursor() const { return m_cursor; }
+    // The stretch shown; the whole file until zoomed.
+    detection::TimeView view() const { return m_view; }
+    // Zooms by `factor` (2: twice as close) about `anchorSeconds`.
+    void zoom(double factor, double anchorSeconds);
 
 signals:
     // Seconds from the start of the file, within 0 ... duration.
@@ -29,6 +41,11 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    bool event(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     QColor m_accent;
@@ -38,6 +55,11 @@ private:
     double m_beatOffsetSeconds = 0;
     int m_downbeat = 0;
     std::optional<double> m_playhead;
+    double m_cursor = 0;
+    detection::TimeView m_view;
+
+    void moveCursor(double seconds);
+    void describeCursor();
 };
 
 } // namespace quorlen

@@ -22,4 +22,21 @@ void paintFocusRing(QPainter& painter, const QRectF& rect, double radius) {
     painter.restore();
 }
 
+QColor focusRingInnerColor(const QColor& fill) {
+    const QColor black(Qt::black);
+    const QColor white(Qt::white);
+    return contrastRatio(black, fill) >= contrastRatio(white, fill) ? black : white;
+}
+
+void paintFocusRing(QPainter& painter, const QRectF& rect, double radius, const QColor& fill) {
+    paintFocusRing(painter, rect, radius);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(focusRingInnerColor(fill), 2));
+    const double inner = qMax(0.0, radius - 3);
+    painter.drawRoundedRect(rect.adjusted(3, 3, -3, -3), inner, inner);
+    painter.restore();
+}
+
 } // namespace quorlen

@@ -53,8 +53,9 @@ void KitButton::paintEvent(QPaintEvent*) {
     const bool hovered = underMouse() && isEnabled();
 
     QColor ink = colors.primaryText;
+    QColor fill;
     if (m_style == Style::Prominent) {
-        QColor fill = m_tint;
+        fill = m_tint;
         if (pressed)
             fill = fill.darker(115);
         else if (hovered)
@@ -96,7 +97,10 @@ void KitButton::paintEvent(QPaintEvent*) {
     }
     if (hasFocus()) {
         painter.setOpacity(1);
-        paintFocusRing(painter, rect(), 7);
+        if (fill.isValid())
+            paintFocusRing(painter, rect(), 7, fill);
+        else
+            paintFocusRing(painter, rect(), 7);
     }
 }
 

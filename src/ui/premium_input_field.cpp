@@ -74,7 +74,12 @@ PremiumInputField::PremiumInputField(const QString& title, const QString& suffix
     column->addWidget(m_box);
 
     connect(m_edit, &QLineEdit::textEdited, this, &PremiumInputField::textEdited);
-    connect(m_edit, &QLineEdit::returnPressed, this, &PremiumInputField::submitted);
+    connect(m_edit, &QLineEdit::returnPressed, this, [this] {
+        emit submitted();
+        // What Return committed (as the owner rewrote it) is what a later
+        // Escape goes back to.
+        m_textAtFocus = m_edit->text();
+    });
 
     new OutsideClickFocusMonitor(
         m_box, [this] { return m_focused; }, [this] { setFocused(false); });
@@ -99,8 +104,8 @@ void PremiumInputField::setFocused(bool focused) {
 bool PremiumInputField::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_edit && event->type() == QEvent::KeyPress &&
         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && m_focused) {
-        // Escape takes back what was typed since editing began, then leaves
-        // the field; the commit that follows restores the value too.
+        // Escape takes back what was typed since the last commit, then
+        // leaves the field; the commit that follows restores the value too.
         if (m_edit->text() != m_textAtFocus) {
             m_edit->setText(m_textAtFocus);
             emit textEdited(m_textAtFocus);

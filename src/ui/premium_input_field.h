@@ -12,7 +12,8 @@ namespace quorlen {
 // monospaced line edit and an optional unit. The owner commits the text when
 // the user presses Return (`submitted`) or editing ends (`focusChanged`
 // false), which includes a click anywhere outside the box. Escape puts back
-// the text the field had when editing began and ends editing.
+// the last committed text (as of Return, or of the start of editing) and
+// ends editing.
 class PremiumInputField : public QWidget {
     Q_OBJECT
 public:
@@ -45,7 +46,7 @@ private:
     QWidget* m_box;
     QLineEdit* m_edit;
     bool m_focused = false;
-    QString m_textAtFocus;
+    QString m_textAtFocus; // the last committed text: Escape returns to it
 };
 
 // Ties a field to the typed number it edits: each edit goes to `edited`

@@ -3,6 +3,8 @@
 #include "app/sidebar_tool_row.h"
 #include "tools/common/tool_screen.h"
 #include "tools/fifths/fifths_wheel.h"
+#include "tools/tempo/subdivision_matrix.h"
+#include "ui/copyable_value.h"
 #include "ui/kit_slider.h"
 #include "ui/segmented_picker.h"
 #include "ui/stepper.h"
@@ -28,10 +30,20 @@ bool isControl(const QWidget* widget) {
            qobject_cast<const SegmentedPicker*>(widget) || qobject_cast<const FifthsWheel*>(widget);
 }
 
+// The tempo table is one stop, its cells reached by the arrows from there.
+bool reachedThroughItsTable(const QWidget* widget) {
+    for (const QWidget* w = widget->parentWidget(); w; w = w->parentWidget()) {
+        if (const auto* table = qobject_cast<const SubdivisionMatrix*>(w))
+            return widget != table->currentCell();
+    }
+    return false;
+}
+
 std::vector<QWidget*> shownControls(QWidget* screen) {
     std::vector<QWidget*> controls;
     for (QWidget* widget : screen->findChildren<QWidget*>()) {
-        if (isControl(widget) && widget->isVisible() && widget->isEnabled())
+        if (isControl(widget) && widget->isVisible() && widget->isEnabled() &&
+            !reachedThroughItsTable(widget))
             controls.push_back(widget);
     }
     return controls;

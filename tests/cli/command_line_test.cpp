@@ -29,7 +29,7 @@ TEST(CommandLine, HelpAndVersionGoToStdoutAndSucceed) {
     const Outcome help = run({"--help"});
     EXPECT_EQ(help.status, kExitOk);
     EXPECT_NE(help.out.find("usage: quorlen"), std::string::npos);
-    EXPECT_NE(help.out.find("detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] "
+    EXPECT_NE(help.out.find("detect [--json|--csv] [--key] [-j N] [--octave classic|auto|LO-HI] "
                             "[--write-tags [--force]] PATH..."),
               std::string::npos);
     EXPECT_TRUE(help.err.empty());
@@ -77,7 +77,7 @@ TEST(CommandLine, EveryCommandSpeaksTheSameLanguage) {
             expectOneLineRefusal(with(extra), "quorlen " + name + ": ");
     }
     EXPECT_EQ(run({"detect", "--help"}).out,
-              "usage: quorlen detect [--json] [--key] [-j N] [--octave classic|auto|LO-HI] "
+              "usage: quorlen detect [--json|--csv] [--key] [-j N] [--octave classic|auto|LO-HI] "
               "[--write-tags [--force]] PATH...\n"
               "      Tempo, beat offset, downbeat and confidence of audio files, or of folders "
               "of them; with --key also their key and tuning.\n");

@@ -109,7 +109,7 @@ TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
     const Outcome result = detect({library.dir.path().string()});
     EXPECT_EQ(result.status, kExitFailed);
     const auto printed = lines(result.out);
-    ASSERT_EQ(printed.size(), 3u) << result.out;
+    ASSERT_EQ(printed.size(), 2u) << result.out;
     // Sorted by path: "Slow.FLAC" < "loop.wav" < "notes.wav" (upper case first).
     EXPECT_EQ(printed[0].rfind(library.path("drums/Slow.FLAC") + ": 95 BPM · ", 0), 0u)
         << printed[0];
@@ -117,8 +117,8 @@ TEST(DetectCommand, PrintsOneLinePerFileInSortedOrderAndFailsOnBadOnes) {
     EXPECT_NE(printed[0].find(" · 10.1 s"), std::string::npos);
     EXPECT_EQ(printed[1].rfind(library.path("drums/loop.wav") + ": 120 BPM · ", 0), 0u)
         << printed[1];
-    EXPECT_EQ(printed[2], library.path("drums/notes.wav") + ": Not an audio file");
-    EXPECT_TRUE(result.err.empty());
+    // The failure goes to stderr, so a pipe of results holds results only.
+    EXPECT_EQ(result.err, library.path("drums/notes.wav") + ": Not an audio file\n");
 }
 
 TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
@@ -145,13 +145,63 @@ TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
     EXPECT_EQ(printed[3], printed[0]); // the same loop again, found in the folder
 }
 
-TEST(DetectCommand, EmptyFolderSucceedsWithANote) {
-    const TempDir dir;
-    detection::testing::writeBytes(dir.file("readme.txt"), "no audio here\n");
-    const Outcome result = detect({dir.path().string()});
-    EXPECT_EQ(result.status, kExitOk);
-    EXPECT_TRUE(result.out.empty());
-    EXPECT_EQ(result.err, "quorlen detect: no audio files found\n");
+TEST(DetectCommand, AFolderWithoutAudioFilesFails) {
+    const Library library;
+    const TempDir empty;
+    detection::testing::writeBytes(empty.file("readme.txt"), "no audio here\n");
+    const std::string folder = empty.path().string();
+    const Outcome alone = detect({folder});
+    EXPECT_EQ(alone.status, kExitFailed);
+    EXPECT_TRUE(alone.out.empty());
+    EXPECT_EQ(alone.err, folder + ": No audio files found\n");
+
+    // Beside a file that is analysed, in its place among the results.
+    const Outcome json = detect({"--json", folder, library.path("drums/loop.wav")});
+    EXPECT_EQ(json.status, kExitFailed);
+    const auto printed = lines(json.out);
+    ASSERT_EQ(printed.size(), 2u) << json.out;
+    EXPECT_EQ(printed[0], "{\"file\":\"" + folder + "\",\"error\":\"No audio files found\"}");
+    EXPECT_TRUE(printed[1].find("\"bpm\":120,") != std::string::npos) << printed[1];
+    EXPECT_EQ(json.err, "");
+}
+
+TEST(DetectCommand, AProgressLineOnATerminalOnlyThatIsGoneAtTheEnd) {
+    const Library library;
+    std::filesystem::copy_file(library.dir.file("drums/loop.wav"),
+                               library.dir.file("drums/again.wav"));
+    const std::string drums = library.path("drums");
+    const std::vector<std::string_view> args = {"--json", drums};
+    std::ostringstream out, err;
+    EXPECT_EQ(runDetect(args, out, err, {nullptr, true, 2}), kExitFailed);
+    EXPECT_EQ(out.str(), detect({"--json", drums}).out) << "the results stay as they are";
+    EXPECT_TRUE(err.str().starts_with("\r\033[K0 of 4 files")) << err.str();
+    EXPECT_TRUE(err.str().ends_with("\r\033[K")) << "erased when done";
+
+    // Three files finish before a progress line could be read.
+    std::filesystem::remove(library.dir.file("drums/again.wav"));
+    std::ostringstream fewOut, fewErr;
+    runDetect(args, fewOut, fewErr, {nullptr, true, 2});
+    EXPECT_EQ(fewErr.str(), "");
+}
+
+TEST(DetectCommand, CsvHasAHeaderAndARowPerPathFailuresIncluded) {
+    const Library library;
+    const Outcome csv = detect({"--csv", library.path("drums"), library.path("gone.wav")});
+    EXPECT_EQ(csv.status, kExitFailed);
+    const auto printed = lines(csv.out);
+    ASSERT_EQ(printed.size(), 5u) << csv.out;
+    EXPECT_EQ(printed[0], "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,"
+                          "duration,damaged,error");
+    EXPECT_TRUE(printed[2].starts_with(library.path("drums/loop.wav") + ",120,")) << printed[2];
+    EXPECT_TRUE(printed[2].ends_with(",8,false,")) << printed[2];
+    EXPECT_NE(printed[2].find(",4,"), std::string::npos) << "4 bars: " << printed[2];
+    EXPECT_EQ(printed[3], library.path("drums/notes.wav") + ",,,,,,,,,Not an audio file");
+    EXPECT_EQ(printed[4], library.path("gone.wav") + ",,,,,,,,,File not found");
+    EXPECT_EQ(csv.err, "");
+
+    const Outcome both = detect({"--csv", "--json", library.path("drums")});
+    EXPECT_EQ(both.status, kExitUsage);
+    EXPECT_EQ(lines(both.err).front(), "quorlen detect: --json and --csv do not go together");
 }
 
 TEST(DetectCommand, StopsOnUnwritableOutputOrAnInterrupt) {
@@ -201,13 +251,13 @@ TEST(DetectCommand, AFileThatCannotBeTaggedFailsWithALineOnStderr) {
     const Outcome result = detect({"--write-tags", library.path("drums")});
     EXPECT_EQ(result.status, kExitFailed);
     const auto printed = lines(result.out);
-    ASSERT_EQ(printed.size(), 4u) << result.out;
+    ASSERT_EQ(printed.size(), 3u) << result.out;
     EXPECT_TRUE(printed[1].starts_with(caf + ": 120 BPM · ")) << printed[1];
     EXPECT_TRUE(printed[1].ends_with(" · tags not written")) << printed[1];
     EXPECT_TRUE(printed[2].ends_with(" · tags written")) << printed[2];
     // The file that is no audio fails its analysis as ever, and gets no tag line.
-    EXPECT_EQ(printed[3], library.path("drums/notes.wav") + ": Not an audio file");
-    EXPECT_EQ(result.err, caf + ": could not write tags: " + tags::kUnsupportedReason + "\n");
+    EXPECT_EQ(result.err, caf + ": could not write tags: " + tags::kUnsupportedReason + "\n" +
+                              library.path("drums/notes.wav") + ": Not an audio file\n");
     EXPECT_TRUE(detection::testing::readBytes(caf) == before);
 }
 

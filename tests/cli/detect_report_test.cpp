@@ -1,5 +1,7 @@
+#include "cli/csv_report.h"
 #include "cli/detect_report.h"
 #include "cli/json_writer.h"
+#include "cli/progress_line.h"
 #include "support/json.h"
 
 #include <gtest/gtest.h>
@@ -108,6 +110,65 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
     }
     EXPECT_EQ(tagFailureLine("a\x1b.mp3", "cannot write the file: Permission denied"),
               "a\\x1b.mp3: could not write tags: cannot write the file: Permission denied\n");
+}
+
+} // namespace
+} // namespace quorlen::cli
+
+namespace quorlen::cli {
+namespace {
+
+TEST(ProgressLine, CountsThenRateAndTimeLeft) {
+    const struct {
+        size_t done, total;
+        double seconds;
+        const char* text;
+    } cases[] = {
+        {0, 400, 5, "0 of 400 files"}, // no rate before the first file
+        {12, 400, 4, "12 of 400 files · 3.0 files/s · about 2 min left"},
+        {9, 10, 3, "9 of 10 files · 3.0 files/s · 1 s left"},
+        {5, 10, 10, "5 of 10 files · 0.5 files/s · 10 s left"},
+        {1, 5000, 2, "1 of 5000 files · 0.5 files/s · about 2 h 47 min left"},
+        {10, 10, 3, "10 of 10 files"}, // done: nothing left to estimate
+        {3, 10, 0, "3 of 10 files"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(progressText(c.done, c.total, c.seconds), c.text) << c.done << " " << c.total;
+}
+
+} // namespace
+} // namespace quorlen::cli
+
+namespace quorlen::cli {
+namespace {
+
+TEST(CsvReport, RowsHoldTheJsonMembersInTheirColumns) {
+    const std::vector<std::string> columns = csvColumns(true, false, true);
+    EXPECT_EQ(csvHeader(columns),
+              "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,duration,damaged,"
+              "octave,candidates,key,camelot,keyConfidence,keyAlternatives,tuningCents,a4,error\n");
+    EXPECT_EQ(csvHeader(csvColumns(false, true, false)),
+              "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,duration,damaged,"
+              "tags,taggedBpm,error\n");
+    const struct {
+        std::string json, row;
+    } cases[] = {
+        {"{\"file\":\"a.wav\",\"bpm\":120,\"beatOffset\":0.25,\"downbeat\":1,\"confidence\":0.8,"
+         "\"snappedBars\":null,\"alternatives\":[60,240],\"duration\":8,\"damaged\":false,"
+         "\"octave\":\"auto\",\"candidates\":[{\"bpm\":120,\"p\":0.7},{\"bpm\":60,\"p\":0.2}],"
+         "\"key\":\"Am\",\"camelot\":\"8A\",\"keyConfidence\":0.9,\"keyAlternatives\":[\"C\","
+         "\"Em\"],\"tuningCents\":-0.3,\"a4\":439.92}\n",
+         "a.wav,120,0.25,1,0.8,,60;240,8,false,auto,120:0.7;60:0.2,Am,8A,0.9,C;Em,-0.3,439.92,\n"},
+        // A failure: the name, then only the error.
+        {"{\"file\":\"b.wav\",\"error\":\"Not an audio file\"}\n",
+         "b.wav,,,,,,,,,,,,,,,,,Not an audio file\n"},
+        // Commas, quotes and line breaks in a name are quoted; escapes undone.
+        {"{\"file\":\"x, \\\"y\\\"\\n\\u0001z\",\"error\":\"File not found\"}\n",
+         "\"x, \"\"y\"\"\n\001z\",,,,,,,,,,,,,,,,,File not found\n"},
+        {"not json at all", ",,,,,,,,,,,,,,,,,\n"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(csvRow(c.json, columns), c.row) << c.json;
 }
 
 } // namespace

@@ -31,6 +31,7 @@
 #include <QSpinBox>
 #include <QTest>
 #include <QUrl>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -213,6 +214,39 @@ TEST(TempoDetectPanel, ButtonsFollowTheRangeAndUseRoundsToCents) {
     }
 }
 
+TEST(TempoDetectPanel, EachAlternativeIsAButtonThatShowsItsTempo) {
+    PanelRig rig([] {
+        detection::Analysis analysis = analysisAt(120);
+        analysis.estimate.alternatives = {60, 180};
+        analysis.estimate.candidates = {{120, 0.6}, {90, 0.3}, {60, 0.1}};
+        return analysis;
+    });
+    ASSERT_TRUE(rig.analyse());
+    auto buttons = [&] {
+        QStringList labels;
+        for (auto* button :
+             rig.panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
+            labels << button->text();
+        labels.sort();
+        return labels;
+    };
+    // The shown tempo and a repeated one get no button.
+    EXPECT_EQ(buttons(), (QStringList{"180 BPM", "60 BPM", "90 BPM"}));
+    EXPECT_FALSE(rig.find<SchemeLabel>("detectionNote")->text().contains("also plausible"));
+
+    KitButton* ninety = nullptr;
+    for (auto* button : rig.panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
+        if (button->text() == "90 BPM")
+            ninety = button;
+    ASSERT_NE(ninety, nullptr);
+    EXPECT_EQ(ninety->accessibleName(), "Show 90 BPM");
+    QTest::mouseClick(ninety, Qt::LeftButton);
+    EXPECT_EQ(rig.find<CopyableText>("detectedTempo")->display(), "90");
+    EXPECT_DOUBLE_EQ(rig.panel->model().result()->bpm, 90);
+    // Now 120 is one of the others.
+    EXPECT_EQ(buttons(), (QStringList{"120 BPM", "180 BPM", "60 BPM"}));
+}
+
 TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult) {
     bool fail = false;
     PanelRig rig([&]() -> detection::Analysis {
@@ -335,6 +369,53 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
     rig.panel->leave();
     EXPECT_FALSE(rig.panel->model().playhead());
     EXPECT_FALSE(rig.panel->isTickerRunning());
+}
+
+TEST(TempoDetectPanel, TheWaveformPlaysFromTheKeyboard) {
+    generated::TempDir dir;
+    const std::string path = dir.file("tone.wav").string();
+    ASSERT_TRUE(generated::writeSound(path, generated::sine(440, 2.0, 44100), 1, 44100,
+                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    PanelRig rig([] { return analysisAt(120); }); // beats every 0.5 s from 0
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    auto* grid = rig.find<WaveformGrid>("waveformGrid");
+    EXPECT_TRUE(grid->focusPolicy() & Qt::TabFocus);
+    grid->setFocus(Qt::TabFocusReason);
+
+    // The arrows move the cursor by beats, Page Down by a bar; nothing plays.
+    QTest::keyClick(grid, Qt::Key_Right);
+    QTest::keyClick(grid, Qt::Key_Right);
+    QTest::keyClick(grid, Qt::Key_PageDown);
+    QTest::keyClick(grid, Qt::Key_Left);
+    EXPECT_DOUBLE_EQ(grid->cursor(), 2.5);
+    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_EQ(grid->accessibleName(), "Waveform, at 2.5 s of 30.0 s");
+
+    // Space plays from it (and taps no tempo); the arrows then move the playback.
+    QTest::keyClick(grid, Qt::Key_Space);
+    ASSERT_TRUE(rig.panel->model().playhead());
+    EXPECT_DOUBLE_EQ(*rig.panel->model().playhead(), 2.5);
+    QTest::keyClick(grid, Qt::Key_Right);
+    ASSERT_TRUE(rig.panel->model().playhead());
+    EXPECT_DOUBLE_EQ(*rig.panel->model().playhead(), 3.0);
+    QTest::keyClick(grid, Qt::Key_End);
+    EXPECT_DOUBLE_EQ(grid->cursor(), 30.0);
+
+    // + zooms about the cursor; Home then brings the view back to the start.
+    QTest::keyClick(grid, Qt::Key_Plus);
+    QTest::keyClick(grid, Qt::Key_Plus);
+    EXPECT_EQ(grid->view(), (detection::TimeView{22.5, 7.5}));
+    QTest::keyClick(grid, Qt::Key_Home);
+    EXPECT_EQ(grid->view(), (detection::TimeView{0, 7.5}));
+    QTest::keyClick(grid, Qt::Key_Minus);
+    EXPECT_EQ(grid->view(), (detection::TimeView{0, 15}));
+
+    // Ctrl+wheel zooms about the pointer: at the middle, the middle stays.
+    QWheelEvent wheel(QPointF(grid->width() / 2.0, 10), grid->mapToGlobal(QPointF(0, 0)), QPoint(),
+                      QPoint(0, 240), Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(grid, &wheel);
+    EXPECT_NEAR(grid->view().spanSeconds, 7.5, 1e-9);
+    EXPECT_NEAR(grid->view().startSeconds + grid->view().spanSeconds / 2, 7.5, 1e-6);
 }
 
 TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {

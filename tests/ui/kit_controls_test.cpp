@@ -126,6 +126,13 @@ TEST(Contrast, DarkSchemeInkReadsAndKeepsItsHue) {
     const QColor lightSurface = QColor::fromRgbF(0.97f, 0.95f, 0.91f);
     EXPECT_GE(contrastRatio(focusRingColor(ColorScheme::Light), lightSurface), 3.0);
     EXPECT_GE(contrastRatio(focusRingColor(ColorScheme::Dark), background), 3.0);
+    // On a filled button the inner ring stands out from every fill a tool
+    // gives its prominent button, pale or dark.
+    for (const QColor& fill :
+         {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
+          QuorlenTheme::dusk(), QuorlenTheme::lake(), QuorlenTheme::teal(), QColor(Qt::white),
+          QColor(Qt::black), QColor(128, 128, 128)})
+        EXPECT_GE(contrastRatio(focusRingInnerColor(fill), fill), 4.5) << fill.name().toStdString();
     // Reference points of the formula: black on white is 21:1.
     EXPECT_NEAR(contrastRatio(Qt::black, Qt::white), 21.0, 1e-9);
 }

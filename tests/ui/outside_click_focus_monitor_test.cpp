@@ -111,6 +111,19 @@ TEST(PremiumInputField, ReturnSubmitsTypingReportsEditsAndEscapeRestores) {
     EXPECT_EQ(edits.last(), "120");
     EXPECT_FALSE(w.field->isFocused());
     EXPECT_EQ(w.field->lineEdit()->accessibleName(), "Tempo");
+
+    // Return commits without leaving the field: Escape then goes back to
+    // what Return committed, not to the text editing began with.
+    w.field->setFocused(true);
+    w.field->lineEdit()->selectAll();
+    QTest::keyClicks(w.field->lineEdit(), QStringLiteral("100"));
+    QTest::keyClick(w.field->lineEdit(), Qt::Key_Return);
+    EXPECT_TRUE(w.field->isFocused());
+    w.field->lineEdit()->selectAll();
+    QTest::keyClicks(w.field->lineEdit(), QStringLiteral("77"));
+    QTest::keyClick(w.field->lineEdit(), Qt::Key_Escape);
+    EXPECT_EQ(w.field->text(), "100");
+    EXPECT_EQ(edits.last(), "100");
 }
 
 } // namespace

@@ -23,6 +23,9 @@ constexpr int kPrerollDivisor = 10; // 0.1 s before a seek target
 // The longest silence put where refused packets were: a damaged time stamp
 // may claim hours, a damaged stretch of a real file is far shorter.
 constexpr int kMostGapSeconds = 10;
+// Time stamps further apart than the frames between them by this much
+// (1/50 s) mean that data was skipped; encoders' rounding stays far below.
+constexpr int kJumpDivisor = 50;
 
 // Loaded before any decoder state exists (see FfmpegDecoder::open).
 const FfmpegLibrary& av() { return *ffmpeg(); }
@@ -112,12 +115,16 @@ private:
     long long seekTarget = -1; // after a seek: frames before it are dropped
     long long nextFrame = -1;  // where the next decoded frame should start; -1 unknown
     bool refusedSinceFrame = false;
+    // The container states the stream's length (rather than FFmpeg guessing
+    // it from the bit rate), so a decode that ends well short of it lost data.
+    bool lengthStated = false;
 
     void open();
     bool decodeMore();
     void takeFrame();
     void fillGap(const AVFrame& f);
     void noteError();
+    void noteEnd();
 };
 
 void FfmpegDecoder::open() {
@@ -183,6 +190,8 @@ void FfmpegDecoder::open() {
     // (6 kbit/s Opus at 48 kHz is 64), so a lie cannot reserve gigabytes.
     if (const std::int64_t size = bytes->size(); size > 0)
         announcedFrames = std::min<long long>(announcedFrames, size * kMostFramesPerByte);
+    lengthStated =
+        announcedFrames > 0 && format->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE;
     setFormat(rateHz, codec->ch_layout.nb_channels, announcedFrames);
     originPts = stream->start_time == AV_NOPTS_VALUE ? 0 : stream->start_time;
 }
@@ -195,6 +204,18 @@ void FfmpegDecoder::noteError() {
         finished = true;
 }
 
+// A demuxer that loses its way in damaged data may skip to the end without
+// one refused packet (Ogg looks for its next page and finds none, MP4 and
+// FLAC stop at garbage): the decoded stream then ends short of the length
+// the container states. Encoder padding and rounding of the stated length
+// stay far below the allowance.
+void FfmpegDecoder::noteEnd() {
+    constexpr int kAllowanceDivisor = 2; // 0.5 s
+    if (lengthStated && nextFrame >= 0 &&
+        nextFrame + rateHz() / kAllowanceDivisor < announcedFrames())
+        m_damaged = true;
+}
+
 // Where packets were refused since the last frame, puts silence of their
 // length before `f`, as its time stamp tells, so that everything after
 // the damage keeps its time: the beat grid of a whole file depends on it.
@@ -203,9 +224,13 @@ void FfmpegDecoder::fillGap(const AVFrame& f) {
     if (f.best_effort_timestamp != AV_NOPTS_VALUE)
         first = av().av_rescale_q(f.best_effort_timestamp - originPts, stream->time_base,
                                   {1, rateHz()});
-    if (refusedSinceFrame && seekTarget < 0 && nextFrame >= 0 && first > nextFrame) {
+    // A demuxer that resynchronises past damaged bytes (Ogg, looking for its
+    // next page) refuses nothing: the jump of the time stamps is the only sign.
+    const bool skipped = first > nextFrame + rateHz() / kJumpDivisor;
+    if ((refusedSinceFrame || skipped) && seekTarget < 0 && nextFrame >= 0 && first > nextFrame) {
         const long long gap = std::min(first - nextFrame, 1LL * kMostGapSeconds * rateHz());
         pending.insert(pending.end(), static_cast<size_t>(gap * channels()), 0.0f);
+        m_damaged = true;
     }
     refusedSinceFrame = false;
     nextFrame = (first >= 0 ? first : nextFrame) + f.nb_samples;
@@ -256,6 +281,7 @@ bool FfmpegDecoder::decodeMore() {
         }
         if (received == AVERROR_EOF) {
             finished = true;
+            noteEnd();
             break;
         }
         if (received != AVERROR(EAGAIN)) {
@@ -264,6 +290,7 @@ bool FfmpegDecoder::decodeMore() {
         }
         if (draining) {
             finished = true;
+            noteEnd();
             break;
         }
         const int read = av().av_read_frame(format.get(), packet.get());

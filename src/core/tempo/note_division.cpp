@@ -27,6 +27,35 @@ double beatMs(double bpm) { return bpm > 0 ? 60000.0 / bpm : 0.0; }
 
 } // namespace
 
+std::string NoteDivision::spokenName() const {
+    if (denominator == 1)
+        return numerator == 1 ? "whole note" : std::to_string(numerator) + " bars";
+    if (numerator != 1)
+        return id() + " note";
+    switch (denominator) {
+    case 2:
+        return "half note";
+    case 4:
+        return "quarter note";
+    case 8:
+        return "eighth note";
+    default:
+        break;
+    }
+    // 16th, 32nd, 64th, 128th: English ordinals by the last digits.
+    const int lastTwo = denominator % 100;
+    const char* suffix = "th";
+    if (lastTwo < 11 || lastTwo > 13) {
+        if (denominator % 10 == 1)
+            suffix = "st";
+        else if (denominator % 10 == 2)
+            suffix = "nd";
+        else if (denominator % 10 == 3)
+            suffix = "rd";
+    }
+    return std::to_string(denominator) + suffix + " note";
+}
+
 std::string NoteDivision::id() const {
     return std::to_string(numerator) + "/" + std::to_string(denominator);
 }

@@ -13,6 +13,9 @@ struct NoteDivision {
 
     // "1/4", "32/1": the name shown in the table and used as its key.
     std::string id() const;
+    // What a screen reader says for it: "quarter note", "16th note", "whole
+    // note", "8 bars"; a fraction as "3/8 note".
+    std::string spokenName() const;
     bool operator==(const NoteDivision&) const = default;
 };
 

@@ -8,8 +8,12 @@
 #include "ui/fonts.h"
 #include "ui/hairline.h"
 
+#include <QKeyEvent>
 #include <QPainter>
+#include <QScrollArea>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace quorlen {
 namespace {
@@ -67,6 +71,11 @@ MatrixRow::MatrixRow(tempo::NoteDivision division, int index, const QColor& acce
     m_hz = valueCell(CopyableText::Tone::Muted, accent, this);
 }
 
+CopyableText* MatrixRow::cell(int column) const {
+    CopyableText* const cells[] = {m_straight, m_dotted, m_triplet, m_hz};
+    return column >= 0 && column < kColumns ? cells[column] : nullptr;
+}
+
 void MatrixRow::resizeEvent(QResizeEvent*) {
     CopyableText* const cells[] = {m_straight, m_dotted, m_triplet, m_hz};
     for (int i = 0; i < 4; ++i)
@@ -74,16 +83,21 @@ void MatrixRow::resizeEvent(QResizeEvent*) {
 }
 
 void MatrixRow::setLengths(const tempo::NoteLengths& lengths) {
-    // Cells copy the bare number with the decimals shown.
-    auto showMs = [](CopyableText* cell, double ms) {
+    // Cells copy the bare number with the decimals shown; a reader hears
+    // the row and the column before the value, as a sighted user sees them.
+    const QString note = QString::fromStdString(m_division.spokenName());
+    auto showMs = [&note](CopyableText* cell, const char* column, double ms) {
         const QString number = QString::fromStdString(tempo::msText(ms));
         cell->setValue(number + QStringLiteral(" ms"), number);
+        cell->setAccessibleName(note + QStringLiteral(", ") + QLatin1String(column) +
+                                QStringLiteral(": ") + number + QStringLiteral(" ms"));
     };
-    showMs(m_straight, lengths.straightMs);
-    showMs(m_dotted, lengths.dottedMs);
-    showMs(m_triplet, lengths.tripletMs);
+    showMs(m_straight, "straight", lengths.straightMs);
+    showMs(m_dotted, "dotted", lengths.dottedMs);
+    showMs(m_triplet, "triplet", lengths.tripletMs);
     const QString hz = QString::fromStdString(tempo::hzText(lengths.hz));
     m_hz->setValue(hz, hz);
+    m_hz->setAccessibleName(note + QStringLiteral(", rate: ") + hz + QStringLiteral(" Hz"));
 }
 
 void MatrixRow::paintEvent(QPaintEvent*) {
@@ -133,8 +147,76 @@ SubdivisionMatrix::SubdivisionMatrix(CalculatorState& state,
         column->addWidget(row);
         m_rows.append(row);
     }
+    for (MatrixRow* row : m_rows) {
+        for (int c = 0; c < MatrixRow::kColumns; ++c) {
+            CopyableText* cell = row->cell(c);
+            cell->setFocusPolicy(Qt::NoFocus);
+            cell->setAccessibleDescription(
+                QStringLiteral("Arrow keys move through the table; Return copies"));
+            cell->installEventFilter(this);
+        }
+    }
+    if (!m_rows.isEmpty())
+        currentCell()->setFocusPolicy(Qt::TabFocus);
     connect(&state, &CalculatorState::bpmChanged, this, &SubdivisionMatrix::refresh);
     refresh();
+}
+
+CopyableText* SubdivisionMatrix::currentCell() const {
+    return m_rows.isEmpty() ? nullptr : m_rows[m_currentRow]->cell(m_currentColumn);
+}
+
+bool SubdivisionMatrix::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress || watched != currentCell())
+        return false;
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (key->modifiers() & ~Qt::KeypadModifier)
+        return false;
+    const int lastRow = static_cast<int>(m_rows.size()) - 1;
+    switch (key->key()) {
+    case Qt::Key_Up:
+        moveTo(m_currentRow - 1, m_currentColumn);
+        return true;
+    case Qt::Key_Down:
+        moveTo(m_currentRow + 1, m_currentColumn);
+        return true;
+    case Qt::Key_Left:
+        moveTo(m_currentRow, m_currentColumn - 1);
+        return true;
+    case Qt::Key_Right:
+        moveTo(m_currentRow, m_currentColumn + 1);
+        return true;
+    case Qt::Key_Home:
+        moveTo(0, 0);
+        return true;
+    case Qt::Key_End:
+        moveTo(lastRow, MatrixRow::kColumns - 1);
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Only the current cell takes Tab, so the table is one stop however many
+// cells it has; the arrows hand that stop on.
+void SubdivisionMatrix::moveTo(int row, int column) {
+    row = std::clamp(row, 0, static_cast<int>(m_rows.size()) - 1);
+    column = std::clamp(column, 0, MatrixRow::kColumns - 1);
+    if (row == m_currentRow && column == m_currentColumn)
+        return;
+    CopyableText* previous = currentCell();
+    m_currentRow = row;
+    m_currentColumn = column;
+    CopyableText* next = currentCell();
+    next->setFocusPolicy(Qt::TabFocus);
+    next->setFocus(Qt::TabFocusReason);
+    previous->setFocusPolicy(Qt::NoFocus);
+    for (QWidget* w = parentWidget(); w; w = w->parentWidget()) {
+        if (auto* area = qobject_cast<QScrollArea*>(w)) {
+            area->ensureWidgetVisible(next);
+            break;
+        }
+    }
 }
 
 MatrixRow* SubdivisionMatrix::row(const QString& id) const {

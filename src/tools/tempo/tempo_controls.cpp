@@ -10,10 +10,16 @@
 #include "ui/scheme_label.h"
 #include "ui/stepper.h"
 
+#include <QAbstractSpinBox>
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QShortcut>
 #include <QSignalBlocker>
+#include <QTextEdit>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -22,6 +28,40 @@
 
 namespace quorlen {
 namespace {
+
+// Typing a space is the one thing Space does besides tapping here.
+bool typesText(const QWidget* widget) {
+    return qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QTextEdit*>(widget) ||
+           qobject_cast<const QPlainTextEdit*>(widget) ||
+           qobject_cast<const QAbstractSpinBox*>(widget);
+}
+
+// While the tempo tool is shown Space taps, whatever button or row has the
+// keyboard focus: a focused control would otherwise claim Space through
+// ShortcutOverride (a sidebar row would switch tools). Text fields keep it,
+// and so does a control that says Space is its own ("ownsSpaceKey").
+class SpaceTaps final : public QObject {
+public:
+    explicit SpaceTaps(QWidget* tool) : QObject(tool), m_tool(tool) {}
+
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::ShortcutOverride)
+            return false;
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() != Qt::Key_Space || key->modifiers() != Qt::NoModifier)
+            return false;
+        const auto* widget = qobject_cast<const QWidget*>(watched);
+        const QWidget* focus = QApplication::focusWidget();
+        if (!widget || !focus || widget->window() != m_tool->window() || !m_tool->isVisible() ||
+            typesText(focus) || focus->property("ownsSpaceKey").toBool())
+            return false;
+        // Unclaimed, the key goes to the window's Space shortcut.
+        return true;
+    }
+
+private:
+    QWidget* m_tool;
+};
 
 TempoControls::Clock steadyClock() {
     auto timer = std::make_shared<QElapsedTimer>();
@@ -82,6 +122,7 @@ TempoControls::TempoControls(CalculatorState& state, const QColor& accent, QWidg
     auto* spaceShortcut = new QShortcut(QKeySequence(Qt::Key_Space), this);
     spaceShortcut->setContext(Qt::WindowShortcut);
     connect(spaceShortcut, &QShortcut::activated, context, [this] { tap(); });
+    qApp->installEventFilter(new SpaceTaps(this));
     connect(m_tapButton, &QAbstractButton::pressed, context, [this] { tap(); });
 
     bindTypedNumber(

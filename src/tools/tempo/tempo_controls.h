@@ -15,7 +15,7 @@ class TapButton;
 
 // The "Tempo Control" panel: the typed BPM field, a stepper and a slider
 // over 20 to 400, and tap tempo (the button, or Space while no text field
-// has keyboard focus). It owns the tempo field's text/value rules:
+// has keyboard focus, whichever other control has it). It owns the tempo field's text/value rules:
 // - while the field is focused each edit that parses sets `bpm` at once,
 //   leaving the text as typed;
 // - Return or the end of editing commits: the text clamped to 1...999 is

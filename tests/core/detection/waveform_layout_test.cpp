@@ -12,18 +12,41 @@ TEST(WaveformLayout, GridThinsOutWhenLinesCrowd) {
         double bpm, durationSeconds, widthPoints;
         GridDensity density;
     };
-    // Beat spacing s = 60 / bpm / duration × width; beats from s >= 5, bars from 4s >= 5.
+    // Beat spacing s = 60 / bpm / span × width; beats from s >= 5, bars from 4s >= 5.
     const std::vector<Case> cases = {
-        {120, 8, 500, GridDensity::everyBeat},  // s = 31.25
-        {120, 60, 500, GridDensity::barsOnly},  // s = 4.17, bars 16.7
-        {180, 600, 500, GridDensity::none},     // s = 0.28, bars 1.1
-        {120, 50, 500, GridDensity::everyBeat}, // s = 5 exactly
-        {120, 200, 500, GridDensity::barsOnly}, // s = 1.25, bars 5 exactly
-        {120, 8, 0, GridDensity::none},         // no canvas yet
+        {120, 8, 500, GridDensity::everyBeat},    // s = 31.25
+        {120, 60, 500, GridDensity::barsOnly},    // s = 4.17, bars 16.7
+        {180, 600, 500, GridDensity::sparseBars}, // s = 0.28, bars 1.1
+        {120, 50, 500, GridDensity::everyBeat},   // s = 5 exactly
+        {120, 200, 500, GridDensity::barsOnly},   // s = 1.25, bars 5 exactly
+        {120, 8, 0, GridDensity::sparseBars},     // no canvas yet
     };
     for (const Case& c : cases)
         EXPECT_EQ(gridDensity(c.bpm, c.durationSeconds, c.widthPoints), c.density)
             << c.bpm << " BPM, " << c.durationSeconds << " s, " << c.widthPoints << " pt";
+}
+
+TEST(WaveformLayout, StepsGoFromBeatLineToBeatLine) {
+    // 120 BPM (0.5 s), first beat 0.1 s, 10 s long.
+    const GridInput grid{120, 0.1, 0, 10.0};
+    const struct {
+        double from;
+        int beats;
+        double to;
+    } cases[] = {
+        {0.0, 1, 0.1},          // before the first beat: onto it
+        {0.1, 1, 0.6},          // on a beat: the next
+        {0.35, 1, 0.6},         // between beats: the next line, not 0.85
+        {0.35, -1, 0.1},        // and back: the previous line
+        {0.6, -1, 0.1},         // on a beat: the previous
+        {0.6, 4, 2.6},          // a bar on
+        {0.1, -1, 0.0},         // no earlier beat than the start
+        {9.9, 1, 10.0},         // nor later than the end
+        {2.6000000001, 1, 3.1}, // within a hair of a beat counts as on it
+    };
+    for (const auto& c : cases)
+        EXPECT_NEAR(steppedSeconds(grid, c.from, c.beats), c.to, 1e-9) << c.from << " " << c.beats;
+    EXPECT_DOUBLE_EQ(steppedSeconds({0, 0, 0, 10}, 2.5, 1), 3.0) << "no tempo: whole seconds";
 }
 
 TEST(WaveformLayout, BeatsStartAtTheFirstNonNegativeTimeAndBarsFollowTheDownbeat) {
@@ -46,6 +69,57 @@ TEST(WaveformLayout, BeatsStartAtTheFirstNonNegativeTimeAndBarsFollowTheDownbeat
         EXPECT_TRUE(line.bar);
     EXPECT_DOUBLE_EQ(bars.front().x, 1.75 / 60 * 400);
     EXPECT_DOUBLE_EQ(bars.back().x, 59.75 / 60 * 400);
+}
+
+TEST(WaveformLayout, SomeGridShowsAtEveryZoom) {
+    // 10 minutes at 180 BPM on 500 points: bars 1.1 points apart, so every
+    // 8th bar (8.9 points); zoomed to 4 s the same file shows every beat.
+    const GridInput input{180, 0, 0, 600};
+    EXPECT_EQ(barsPerLine(180, 600, 500), 8);
+    const std::vector<GridLine> whole = gridLines(input, 500);
+    ASSERT_FALSE(whole.empty());
+    for (const GridLine& line : whole)
+        EXPECT_TRUE(line.bar);
+    EXPECT_NEAR(whole[1].x - whole[0].x, 8 * 4 * (60.0 / 180) / 600 * 500, 1e-9);
+
+    const TimeView close{299.9, 4.2};
+    const std::vector<GridLine> beats = gridLines(input, 500, close);
+    ASSERT_EQ(beats.size(), 13u); // 300, 300.33, ... 304 s
+    EXPECT_NEAR(beats.front().x, 0.1 / 4.2 * 500, 1e-6);
+    EXPECT_TRUE(beats.front().bar); // beat 900 is a bar
+    EXPECT_NEAR(xForSeconds(302, close, 500), 250, 1e-9);
+    EXPECT_NEAR(secondsForX(250, 500, close), 302, 1e-9);
+
+    // A 3-hour file still reaches single beats.
+    TimeView view;
+    for (int i = 0; i < 40; ++i)
+        view = zoomedView(view, 2, 5400, 10800);
+    EXPECT_DOUBLE_EQ(view.spanSeconds, kNarrowestViewSeconds);
+    EXPECT_EQ(gridDensity(120, view.spanSeconds, 870), GridDensity::everyBeat);
+}
+
+TEST(WaveformLayout, ZoomKeepsItsAnchorAndViewsStayInTheFile) {
+    const double duration = 100;
+    // Zooming in twice about 25 s of the whole file: 25 s stays a quarter in.
+    const TimeView zoomed = zoomedView({}, 2, 25, duration);
+    EXPECT_EQ(zoomed, (TimeView{12.5, 50}));
+    // Out beyond the file gives the file; about the end keeps the end.
+    EXPECT_EQ(zoomedView(zoomed, 0.1, 25, duration), (TimeView{0, 100}));
+    EXPECT_EQ(zoomedView({}, 4, 100, duration), (TimeView{75, 25}));
+    // Scrolling stops at both ends.
+    EXPECT_EQ(scrolledView({70, 25}, 10, duration), (TimeView{75, 25}));
+    EXPECT_EQ(scrolledView({5, 25}, -10, duration), (TimeView{0, 25}));
+    // A position off screen brings the view along, with a tenth to spare.
+    EXPECT_EQ(viewShowing({10, 20}, 35, duration), (TimeView{17, 20}));
+    EXPECT_EQ(viewShowing({10, 20}, 5, duration), (TimeView{3, 20}));
+    EXPECT_EQ(viewShowing({10, 20}, 15, duration), (TimeView{10, 20}));
+    // A file shorter than the narrowest view is shown whole.
+    EXPECT_EQ(zoomedView({}, 8, 0.2, 0.5), (TimeView{0, 0.5}));
+    // The waveform of a view reads the columns under it: the second half of
+    // 4 peaks over 8 s, on 4 points, is peaks 2, 2, 3, 3.
+    const std::vector<float> peaks = {1.0f, 0.5f, 0.0f, 0.25f};
+    const std::vector<double> expected = {0.7, 0.7, 2, 2};
+    EXPECT_EQ(waveformHalfHeights(peaks, 4, 20, 8, {4, 4}), expected);
 }
 
 TEST(WaveformLayout, DoublingAddsALineBetweenEveryTwoAndKeepsTheBars) {

@@ -16,6 +16,21 @@ struct RowCase {
     const char* hz;
 };
 
+TEST(NoteDivision, SpokenNamesReadAsMusiciansSayThem) {
+    const struct {
+        NoteDivision division;
+        const char* name;
+    } cases[] = {
+        {{32, 1}, "32 bars"},     {{2, 1}, "2 bars"},       {{1, 1}, "whole note"},
+        {{1, 2}, "half note"},    {{1, 4}, "quarter note"}, {{1, 8}, "eighth note"},
+        {{1, 16}, "16th note"},   {{1, 32}, "32nd note"},   {{1, 64}, "64th note"},
+        {{1, 128}, "128th note"}, {{1, 3}, "3rd note"},     {{1, 112}, "112th note"},
+        {{3, 8}, "3/8 note"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.division.spokenName(), c.name) << c.division.id();
+}
+
 TEST(NoteLengths, TableAt120BpmAsShown) {
     // At 120 BPM a beat is 500 ms and A/B lasts 500 x 4A/B ms; dotted x 1.5,
     // triplet x 2/3, Hz = 1000 / straight. Worked by hand; ties such as

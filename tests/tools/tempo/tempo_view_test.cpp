@@ -1,5 +1,6 @@
 #include "app/content_view.h"
 #include "app/sidebar.h"
+#include "app/sidebar_tool_row.h"
 #include "support/print_qstring.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_controls.h"
@@ -108,6 +109,62 @@ TEST_F(TempoViewTest, TapsAndSpaceSetTheTempoUnlessTheFieldIsTyping) {
     QTest::keyClick(field->lineEdit(), Qt::Key_Space);
     EXPECT_EQ(field->text(), "240 ");
     EXPECT_EQ(content.state().bpm(), 240);
+}
+
+TEST_F(TempoViewTest, SpaceTapsWhicheverControlHasFocusButAField) {
+    // A focused sidebar row would switch tools on Space, a focused cell copy.
+    QWidget* const focused[] = {content.sidebar()->row(CalculatorTool::rhythm),
+                                view->matrix()->currentCell()};
+    QGuiApplication::clipboard()->setText(QStringLiteral("untouched"));
+    double at = 30;
+    for (QWidget* widget : focused) {
+        widget->setFocus(Qt::TabFocusReason);
+        for (const double step : {0.0, 0.5}) { // 60 / 0.5 = 120, after a pause
+            nowSeconds = at + step;
+            QTest::keyClick(widget, Qt::Key_Space);
+        }
+        EXPECT_EQ(content.state().bpm(), 120) << widget->objectName().toStdString();
+        content.state().setBpm(90);
+        at += 10;
+    }
+    EXPECT_EQ(content.shownTool(), CalculatorTool::bpm);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "untouched") << "Space taps, never copies";
+
+    // Opening a tool by its shortcut puts the focus in it, off the sidebar.
+    content.sidebar()->row(CalculatorTool::rhythm)->setFocus(Qt::TabFocusReason);
+    content.showTool(CalculatorTool::rhythm);
+    content.showTool(CalculatorTool::bpm);
+    content.focusTool();
+    EXPECT_TRUE(content.toolView()->isAncestorOf(QApplication::focusWidget()) ||
+                content.toolView() == QApplication::focusWidget());
+}
+
+TEST_F(TempoViewTest, TheTableIsOneTabStopWalkedWithTheArrows) {
+    SubdivisionMatrix* matrix = view->matrix();
+    int stops = 0;
+    for (QWidget* cell : matrix->findChildren<CopyableText*>())
+        stops += cell->focusPolicy() & Qt::TabFocus ? 1 : 0;
+    EXPECT_EQ(stops, 1);
+
+    CopyableText* cell = matrix->currentCell();
+    EXPECT_EQ(cell, matrix->row(QStringLiteral("32/1"))->straightCell());
+    EXPECT_EQ(cell->accessibleName(), "32 bars, straight: 64000.00 ms");
+    cell->setFocus(Qt::TabFocusReason);
+    // Down to 1/4 (the eighth row), right to its dotted.
+    for (int i = 0; i < 7; ++i)
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+    EXPECT_EQ(QApplication::focusWidget()->accessibleName(), "quarter note, dotted: 750.00 ms");
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "750.00");
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_End);
+    EXPECT_EQ(QApplication::focusWidget()->accessibleName(), "128th note, rate: 64.00 Hz");
+    // Tab leaves the table and comes back where it left.
+    EXPECT_EQ(matrix->currentCell(), QApplication::focusWidget());
+    stops = 0;
+    for (QWidget* c : matrix->findChildren<CopyableText*>())
+        stops += c->focusPolicy() & Qt::TabFocus ? 1 : 0;
+    EXPECT_EQ(stops, 1);
 }
 
 TEST_F(TempoViewTest, StepperAndSliderKeepTo20Through400) {
