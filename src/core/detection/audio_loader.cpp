@@ -88,7 +88,9 @@ AnalysisSignal streamOpened(decoding::AudioFileReader& reader, const AnalysisReq
     const double rateHz = reader.rateHz();
     PeakColumns peaks(request.waveformColumns, reader.announcedFrames());
     StreamingResampler resampler(rateHz, kAnalysisRateHz);
-    LoudestWindow window(request.windowSeconds);
+    const double announced = static_cast<double>(std::max(0LL, reader.announcedFrames()));
+    LoudestWindow window(request.windowSeconds,
+                         static_cast<size_t>(announced * kAnalysisRateHz / rateHz));
     std::vector<float> mono;
     std::vector<float> resampled;
     long long frames = 0;

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
-#include <memory>
 #include <span>
 #include <vector>
 
@@ -10,12 +8,16 @@ namespace quorlen::detection {
 
 // The crop that `loudestWindowStart` chooses, kept while a 22050 Hz signal
 // arrives in pieces: the same start and the same samples, without holding
-// the whole signal. It holds the best window so far and the latest one
-// (twice the window at most), one-second blocks shared between the two.
+// the whole signal. Holds the latest window's whole seconds in a ring and
+// the best window so far beside it (twice the window at most, once the
+// signal is longer than the window): a block of the best window is copied
+// out of the ring only when the ring is about to overwrite it.
 class LoudestWindow {
 public:
-    // `windowSeconds` whole one-second blocks of 22050 samples.
-    explicit LoudestWindow(size_t windowSeconds);
+    // `windowSeconds` (at least 1) whole one-second blocks of 22050 samples;
+    // `expectedSamples` is a hint of the signal's length (0 for none): with
+    // it the ring is allocated once rather than grown.
+    explicit LoudestWindow(size_t windowSeconds, size_t expectedSamples = 0);
 
     void push(std::span<const float> samples);
 
@@ -28,13 +30,16 @@ public:
     Crop finish();
 
 private:
-    using Block = std::shared_ptr<const std::vector<float>>;
+    void openBlock();
     void closeBlock();
+    void saveSlot(size_t slot);
 
     size_t m_windowBlocks;
-    std::vector<float> m_open;   // the block being filled
-    std::vector<Block> m_best;   // blocks of the loudest window so far, in order
-    std::deque<Block> m_latest;  // the last m_windowBlocks whole blocks
+    std::vector<float> m_ring; // block j in slot j % m_windowBlocks
+    std::vector<float> m_best; // best window's blocks by ring slot, those that m_saved marks
+    std::vector<bool> m_saved;
+    size_t m_inBlock = 0;         // samples of the open block so far
+    size_t m_blocks = 0;          // whole blocks so far
     std::vector<double> m_energy; // of every whole block, single-precision sums
     double m_running = 0.0;
     double m_bestSum = 0.0;
