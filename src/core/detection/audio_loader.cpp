@@ -94,14 +94,19 @@ AnalysisSignal streamOpened(decoding::AudioFileReader& reader, const AnalysisReq
     std::vector<float> mono;
     std::vector<float> resampled;
     long long frames = 0;
+    // Each read goes down the chain in slices small enough to stay in cache.
+    constexpr long long kSliceFrames = 16384;
+    const int channels = reader.channels();
     readAll(reader, isCancelled, [&](const float* chunk, long long read) {
-        mono.clear();
-        appendMonoMix(chunk, read, reader.channels(), mono);
-        peaks.push(mono);
-        resampled.clear();
-        if (!resampler.push(mono, resampled, isCancelled))
-            throw Failure::cancelled();
-        window.push(resampled);
+        for (long long at = 0; at < read; at += kSliceFrames) {
+            mono.clear();
+            appendMonoMix(chunk + at * channels, std::min(kSliceFrames, read - at), channels, mono);
+            peaks.push(mono);
+            resampled.clear();
+            if (!resampler.push(mono, resampled, isCancelled))
+                throw Failure::cancelled();
+            window.push(resampled);
+        }
         frames += read;
     });
     resampled.clear();

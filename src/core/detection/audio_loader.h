@@ -53,9 +53,9 @@ struct AnalysisSignal {
     // At 22050 Hz: the whole signal when it fits the window, else the
     // window's loudest whole seconds (loudestWindowStart's choice).
     std::vector<float> window;
-    size_t cropStartSamples = 0; // at 22050 Hz
-    size_t analysisSamples = 0;  // the whole signal's length at 22050 Hz
-    std::vector<float> waveform; // PeakColumns of the mono signal at the file's rate
+    size_t cropStartSamples = 0;  // at 22050 Hz
+    size_t analysisSamples = 0;   // the whole signal's length at 22050 Hz
+    std::vector<float> waveform;  // PeakColumns of the mono signal at the file's rate
     double durationSeconds = 0.0; // decoded, before resampling or cropping
     bool damaged = false;
 };

@@ -50,7 +50,8 @@ void LoudestWindow::saveSlot(size_t slot) {
     if (m_best.empty())
         m_best.resize(m_windowBlocks * kBlockSamples);
     const auto from = m_ring.begin() + static_cast<std::ptrdiff_t>(slot * kBlockSamples);
-    std::copy_n(from, kBlockSamples, m_best.begin() + static_cast<std::ptrdiff_t>(slot * kBlockSamples));
+    std::copy_n(from, kBlockSamples,
+                m_best.begin() + static_cast<std::ptrdiff_t>(slot * kBlockSamples));
     m_saved[slot] = true;
 }
 
@@ -58,7 +59,8 @@ void LoudestWindow::saveSlot(size_t slot) {
 // of loudestWindowStart, so ties and near-ties fall the same way.
 void LoudestWindow::closeBlock() {
     const size_t j = m_blocks;
-    const auto first = m_ring.begin() + static_cast<std::ptrdiff_t>((j % m_windowBlocks) * kBlockSamples);
+    const auto first =
+        m_ring.begin() + static_cast<std::ptrdiff_t>((j % m_windowBlocks) * kBlockSamples);
     float sum = 0.0f;
     for (auto x = first; x != first + kBlockSamples; ++x)
         sum += *x * *x;
@@ -94,7 +96,8 @@ LoudestWindow::Crop LoudestWindow::finish() {
         for (size_t slot = 0; slot < m_windowBlocks; ++slot)
             saveSlot(slot);
         const size_t startSlot = m_bestStartBlock % m_windowBlocks;
-        std::rotate(m_best.begin(), m_best.begin() + static_cast<std::ptrdiff_t>(startSlot * kBlockSamples),
+        std::rotate(m_best.begin(),
+                    m_best.begin() + static_cast<std::ptrdiff_t>(startSlot * kBlockSamples),
                     m_best.end());
         crop.startSamples = m_bestStartBlock * kBlockSamples;
         crop.samples = std::move(m_best);

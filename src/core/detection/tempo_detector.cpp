@@ -206,11 +206,10 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
     analysis.waveform = std::move(signal.waveform);
     if (options.key)
         analysis.key = key::estimateKey(signal.window, isCancelled);
-    analysis.estimate = estimateTempo(measureCroppedTempo(std::move(signal.window),
-                                                          signal.cropStartSamples,
-                                                          signal.durationSeconds, isCancelled,
-                                                          options),
-                                      octave);
+    analysis.estimate =
+        estimateTempo(measureCroppedTempo(std::move(signal.window), signal.cropStartSamples,
+                                          signal.durationSeconds, isCancelled, options),
+                      octave);
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.

@@ -42,10 +42,10 @@ std::vector<float> streamResample(std::span<const float> x, double fromHz, size_
 TEST(StreamingResampler, MatchesTheWholeSignalVersionAtEveryRateAndChunking) {
     // Rates that decimate with a box (44.1 kHz and up), interpolate (24 and
     // 32 kHz), upsample (8 kHz) and pass through (22050.9 Hz).
-    for (const double rate : {8000.0, 22050.9, 24000.0, 32000.0, 44100.0, 48000.0, 96000.0,
-                              192000.0, 384000.0}) {
-        const std::vector<float> x = shapedNoise(size_t(0.7 * rate) + 3, rate,
-                                                 [](size_t) { return 0.5f; });
+    for (const double rate :
+         {8000.0, 22050.9, 24000.0, 32000.0, 44100.0, 48000.0, 96000.0, 192000.0, 384000.0}) {
+        const std::vector<float> x =
+            shapedNoise(size_t(0.7 * rate) + 3, rate, [](size_t) { return 0.5f; });
         const std::vector<float> whole = resample(x, rate, kAnalysisRateHz, {});
         for (const size_t chunk : {size_t{1}, size_t{7}, size_t{4096}, x.size()})
             EXPECT_EQ(streamResample(x, rate, chunk), whole) << rate << " Hz in " << chunk;
@@ -71,11 +71,14 @@ TEST(LoudestWindow, CropsAsLoudestWindowStartDoesWhateverTheChunking) {
     const WindowCase cases[] = {
         {"shorter than the window", 3 * kSecond + 5, [](size_t) { return 0.3f; }},
         {"exactly the window", 4 * kSecond, [](size_t) { return 0.3f; }},
-        {"window and a partial block", 4 * kSecond + 100, [](size_t s) { return s == 4 ? 1.0f : 0.1f; }},
-        {"loud in the middle", 13 * kSecond + 7, [](size_t s) { return s == 6 || s == 8 ? 0.9f : 0.1f; }},
+        {"window and a partial block", 4 * kSecond + 100,
+         [](size_t s) { return s == 4 ? 1.0f : 0.1f; }},
+        {"loud in the middle", 13 * kSecond + 7,
+         [](size_t s) { return s == 6 || s == 8 ? 0.9f : 0.1f; }},
         {"louder every second", 12 * kSecond, [](size_t s) { return 0.05f * float(s + 1); }},
         {"loud at the start", 12 * kSecond + 1, [](size_t s) { return s < 2 ? 0.9f : 0.1f; }},
-        {"two loud parts far apart", 20 * kSecond, [](size_t s) { return s == 3 || s == 15 ? 0.8f : 0.2f; }},
+        {"two loud parts far apart", 20 * kSecond,
+         [](size_t s) { return s == 3 || s == 15 ? 0.8f : 0.2f; }},
         {"silence", 9 * kSecond, [](size_t) { return 0.0f; }},
     };
     for (const WindowCase& c : cases) {
@@ -99,7 +102,8 @@ TEST(LoudestWindow, CropsAsLoudestWindowStartDoesWhateverTheChunking) {
 TEST(PeakColumns, ExactAtTheExpectedLengthAndWithinABucketOtherwise) {
     constexpr int kColumns = 16;
     for (const size_t n : {size_t{5}, size_t{16}, size_t{1000}, size_t{64 * 16 * 5 + 3}}) {
-        const std::vector<float> x = shapedNoise(n, 7.0, [](size_t s) { return 0.1f * float(s % 5); });
+        const std::vector<float> x =
+            shapedNoise(n, 7.0, [](size_t s) { return 0.1f * float(s % 5); });
         const std::vector<float> exact = peakEnvelope(x, kColumns);
         for (const size_t chunk : {size_t{1}, size_t{333}}) {
             PeakColumns known(kColumns, static_cast<long long>(n));
