@@ -36,6 +36,7 @@ set(quorlen_core_sources
   detection/downbeat.cpp
   detection/failure.cpp
   detection/filterbank.cpp
+  detection/loudest_window.cpp
   detection/final_tempo.cpp
   detection/beat_phase.cpp
   detection/grid_score.cpp
@@ -49,6 +50,7 @@ set(quorlen_core_sources
   detection/tempo_search.cpp
   rhythm/wheel_layout.cpp
   detection/waveform_layout.cpp
+  detection/waveform_peaks.cpp
   key/chroma.cpp
   key/key_detector.cpp
   key/key_names.cpp

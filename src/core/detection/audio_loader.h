@@ -43,6 +43,28 @@ DecodedAudio loadMono(const std::string& path, const CancelCheck& isCancelled);
 // The same for a file held in memory.
 DecodedAudio loadMonoFromMemory(std::span<const std::byte> bytes, const CancelCheck& isCancelled);
 
+// What the analysis keeps of a file read in one pass, mixed, resampled and
+// cropped chunk by chunk: memory stays that of the window however long the file.
+struct AnalysisRequest {
+    size_t windowSeconds = 300; // the crop, in whole seconds of the 22050 Hz signal
+    int waveformColumns = 1600;
+};
+struct AnalysisSignal {
+    // At 22050 Hz: the whole signal when it fits the window, else the
+    // window's loudest whole seconds (loudestWindowStart's choice).
+    std::vector<float> window;
+    size_t cropStartSamples = 0;  // at 22050 Hz
+    size_t analysisSamples = 0;   // the whole signal's length at 22050 Hz
+    std::vector<float> waveform;  // PeakColumns of the mono signal at the file's rate
+    double durationSeconds = 0.0; // decoded, before resampling or cropping
+    bool damaged = false;
+};
+
+// loadMono, resample to 22050 Hz and the loudest-window crop, without ever
+// holding the whole file. Throws as loadMono does.
+AnalysisSignal loadAnalysisSignal(const std::string& path, const AnalysisRequest& request,
+                                  const CancelCheck& isCancelled);
+
 // Adds one interleaved chunk of `channels` channels to `mono` as the mean of
 // the channels (sum in channel order, then scaled by 1/channels in single
 // precision). Exposed for tests of the mixing rule.

@@ -28,30 +28,52 @@ Plan makePlan(size_t inputLength, double fromHz, double toHz) {
     return plan;
 }
 
-// Output sample i; reads x only at indices >= i when ratio > 1 (see header).
-float outputSample(const float* x, size_t n, size_t i, const Plan& plan) {
-    const double position = plan.ratio * static_cast<double>(i);
+// Where output i is taken: the box's centre or the interpolation's left
+// neighbour, and the input range it reads before clamping to the input.
+struct Taps {
+    double position = 0.0;
+    long long first = 0;
+    long long last = 0;
+};
+
+Taps tapsOf(size_t i, const Plan& plan) {
+    Taps taps;
+    taps.position = plan.ratio * static_cast<double>(i);
     if (plan.half > 0) {
         // Half away from zero, as llround, without the library call: the
         // position is >= 0 and position - trunc(position) is exact.
-        auto centre = static_cast<long long>(position);
-        if (position - static_cast<double>(centre) >= 0.5)
+        auto centre = static_cast<long long>(taps.position);
+        if (taps.position - static_cast<double>(centre) >= 0.5)
             ++centre;
-        const long long last = static_cast<long long>(n) - 1;
+        taps.first = centre - plan.half;
+        taps.last = centre + plan.half;
+    } else {
+        taps.first = static_cast<long long>(taps.position);
+        taps.last = taps.first + 1;
+    }
+    return taps;
+}
+
+// Output sample i of an input of n samples of which `x` holds those from
+// index `base` on; reads x only at indices >= i when ratio > 1 (see header).
+float outputSample(const float* x, long long base, long long n, size_t i, const Plan& plan) {
+    const Taps taps = tapsOf(i, plan);
+    if (plan.half > 0) {
+        const long long last = n - 1;
         float sum = 0.0f;
         int count = 0;
-        for (long long k = centre - plan.half; k <= centre + plan.half; ++k) {
+        for (long long k = taps.first; k <= taps.last; ++k) {
             if (k < 0 || k > last)
                 continue;
-            sum += x[k];
+            sum += x[k - base];
             ++count;
         }
         return count > 0 ? sum / static_cast<float>(count) : 0.0f;
     }
-    const auto k = static_cast<size_t>(position);
-    const float a = x[k];
-    const float b = k + 1 < n ? x[k + 1] : a;
-    return a + (b - a) * static_cast<float>(position - static_cast<double>(k));
+    const long long k = taps.first;
+    const float a = x[k - base];
+    const float b = k + 1 < n ? x[k + 1 - base] : a;
+    return a + (b - a) * static_cast<float>(taps.position - static_cast<double>(k));
 }
 
 bool cancelledAt(size_t i, const CancelCheck& isCancelled) {
@@ -69,7 +91,7 @@ std::vector<float> resample(std::span<const float> samples, double fromHz, doubl
     for (size_t i = 0; i < plan.outputLength; ++i) {
         if (cancelledAt(i, isCancelled))
             return {};
-        out[i] = outputSample(samples.data(), samples.size(), i, plan);
+        out[i] = outputSample(samples.data(), 0, static_cast<long long>(samples.size()), i, plan);
     }
     return out;
 }
@@ -91,9 +113,56 @@ bool resampleInPlace(std::vector<float>& samples, double fromHz, double toHz,
     for (size_t i = 0; i < plan.outputLength; ++i) {
         if (cancelledAt(i, isCancelled))
             return false;
-        samples[i] = outputSample(samples.data(), n, i, plan);
+        samples[i] = outputSample(samples.data(), 0, static_cast<long long>(n), i, plan);
     }
     samples.resize(plan.outputLength);
+    return true;
+}
+
+StreamingResampler::StreamingResampler(double fromHz, double toHz)
+    : m_passThrough(passesThrough(1, fromHz, toHz)), m_ratio(fromHz / toHz),
+      m_half(m_ratio > 1.5 ? static_cast<long long>(m_ratio * 0.5) : 0) {}
+
+bool StreamingResampler::push(std::span<const float> input, std::vector<float>& out,
+                              const CancelCheck& isCancelled) {
+    if (m_passThrough) {
+        out.insert(out.end(), input.begin(), input.end());
+        return true;
+    }
+    m_pending.insert(m_pending.end(), input.begin(), input.end());
+    m_received += static_cast<long long>(input.size());
+    // Only outputs whose every tap has arrived, and that an input of this
+    // length would already have (the length is a truncated quotient, so it
+    // only grows with the input), are final.
+    return emit(outputsFor(m_received), false, out, isCancelled);
+}
+
+bool StreamingResampler::finish(std::vector<float>& out, const CancelCheck& isCancelled) {
+    if (m_passThrough || m_received == 0)
+        return true;
+    return emit(outputsFor(m_received), true, out, isCancelled);
+}
+
+size_t StreamingResampler::outputsFor(long long inputLength) const {
+    return static_cast<size_t>(static_cast<double>(inputLength) / m_ratio);
+}
+
+bool StreamingResampler::emit(size_t until, bool atEnd, std::vector<float>& out,
+                              const CancelCheck& isCancelled) {
+    Plan plan;
+    plan.ratio = m_ratio;
+    plan.half = m_half;
+    for (; m_next < until; ++m_next) {
+        if (!atEnd && tapsOf(m_next, plan).last >= m_received)
+            break;
+        if (cancelledAt(m_next, isCancelled))
+            return false;
+        out.push_back(outputSample(m_pending.data(), m_base, m_received, m_next, plan));
+    }
+    // Inputs before the next output's first tap are never read again.
+    const long long keepFrom = std::clamp(tapsOf(m_next, plan).first, m_base, m_received);
+    m_pending.erase(m_pending.begin(), m_pending.begin() + (keepFrom - m_base));
+    m_base = keepFrom;
     return true;
 }
 

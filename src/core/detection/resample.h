@@ -27,6 +27,35 @@ std::vector<float> resample(std::span<const float> samples, double fromHz, doubl
 bool resampleInPlace(std::vector<float>& samples, double fromHz, double toHz,
                      const CancelCheck& isCancelled);
 
+// `resample` over an input that arrives in pieces: the concatenated
+// outputs of every push and of finish are exactly `resample` of the
+// concatenated inputs (the output length and the last taps depend on the
+// input's length, so the tail waits for finish). Holds only the few inputs
+// that outputs still to come will read. Returns false when cancelled
+// (polled at the same outputs as `resample`).
+class StreamingResampler {
+public:
+    StreamingResampler(double fromHz, double toHz);
+
+    // Appends what the input so far fixes to `out`.
+    bool push(std::span<const float> input, std::vector<float>& out,
+              const CancelCheck& isCancelled);
+    // Appends the rest, once the input has ended.
+    bool finish(std::vector<float>& out, const CancelCheck& isCancelled);
+
+private:
+    size_t outputsFor(long long inputLength) const;
+    bool emit(size_t until, bool atEnd, std::vector<float>& out, const CancelCheck& isCancelled);
+
+    bool m_passThrough = false;
+    double m_ratio = 1.0;
+    long long m_half = 0;
+    std::vector<float> m_pending; // inputs from m_base on
+    long long m_base = 0;
+    long long m_received = 0;
+    size_t m_next = 0; // the next output's index
+};
+
 // Start (in samples, a multiple of 22050) of the window of `windowLength`
 // samples with the most energy, searched on whole one-second blocks of the
 // 22050 Hz signal; ties keep the earlier window.

@@ -52,14 +52,6 @@ size_t condition(std::vector<float>& samples, double sampleRateHz, const CancelC
     return start;
 }
 
-// The part of a 22050 Hz signal that the tempo is measured on.
-std::span<const float> analysisWindow(std::span<const float> samples) {
-    if (samples.size() <= kAnalysisWindow)
-        return samples;
-    const size_t start = loudestWindowStart(samples, kAnalysisWindow);
-    return samples.subspan(start, std::min(kAnalysisWindow, samples.size() - start));
-}
-
 // Up to three refined tempos other than the final one, best first. With
 // `distinct`, a tempo as near one already listed as the final one would be
 // is not listed again (the classic ranking keeps its own, older answer).
@@ -108,9 +100,17 @@ void prepareAnalysis() {
 
 TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                            const CancelCheck& isCancelled, const AnalysisOptions& options) {
+    const size_t cropStart = condition(samples, sampleRateHz, isCancelled);
+    return measureCroppedTempo(std::move(samples), cropStart, durationSeconds, isCancelled,
+                               options);
+}
+
+TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSamples,
+                                  double durationSeconds, const CancelCheck& isCancelled,
+                                  const AnalysisOptions& options) {
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
-    evidence.cropStartSamples = condition(samples, sampleRateHz, isCancelled);
+    evidence.cropStartSamples = cropStartSamples;
     evidence.analysedSamples = samples.size();
     // Below the classic minimum, a loop without rhythm is still "too short":
     // that is what the classic mode has always said of it.
@@ -195,21 +195,21 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options, const OctaveMode& octave) try {
     prepareAnalysis();
-    DecodedAudio audio = loadMono(path, isCancelled);
+    AnalysisSignal signal = loadAnalysisSignal(
+        path, {kAnalysisWindow / static_cast<size_t>(kAnalysisRateHz), kWaveformColumns},
+        isCancelled);
+    throwIfCancelled(isCancelled);
+    if (signal.analysisSamples < kMinimumLoopSamples)
+        throw Failure::tooShort();
     Analysis analysis;
-    analysis.damaged = audio.damaged;
-    analysis.waveform = peakEnvelope(audio.samples, kWaveformColumns);
-    const double duration = audio.durationSeconds();
-    double rateHz = audio.sampleRate;
-    if (options.key) {
-        // Resampled once here; the tempo's own resampling then has nothing to do.
-        if (!resampleInPlace(audio.samples, rateHz, kAnalysisRateHz, isCancelled))
-            throw Failure::cancelled();
-        rateHz = kAnalysisRateHz;
-        analysis.key = key::estimateKey(analysisWindow(audio.samples), isCancelled);
-    }
+    analysis.damaged = signal.damaged;
+    analysis.waveform = std::move(signal.waveform);
+    if (options.key)
+        analysis.key = key::estimateKey(signal.window, isCancelled);
     analysis.estimate =
-        analyze(std::move(audio.samples), rateHz, duration, isCancelled, options, octave);
+        estimateTempo(measureCroppedTempo(std::move(signal.window), signal.cropStartSamples,
+                                          signal.durationSeconds, isCancelled, options),
+                      octave);
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.

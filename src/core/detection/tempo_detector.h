@@ -73,6 +73,12 @@ struct TempoEvidence {
 TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                            const CancelCheck& isCancelled, const AnalysisOptions& options = {});
 
+// measureTempo of a signal already at 22050 Hz and cropped, whose crop
+// started `cropStartSamples` into the file (at 22050 Hz).
+TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSamples,
+                                  double durationSeconds, const CancelCheck& isCancelled,
+                                  const AnalysisOptions& options = {});
+
 // The estimate of `evidence` in an octave mode. The classic mode needs
 // 1.2 s (tooShort otherwise) and a refined candidate (noRhythm), and snaps
 // loops of up to 90 s to whole bars or prefers a round tempo; the others
@@ -95,9 +101,10 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 // (it costs nothing once done).
 void prepareAnalysis();
 
-// Decodes the file at `path` and analyses it; the waveform has 1600 columns
-// of the decoded signal. With options.key the key is estimated from the
-// same decoded and resampled signal. Throws Failure (unreadable with the reader's
+// Decodes the file at `path` and analyses it as it is read (loadAnalysisSignal:
+// memory does not grow with the file); the waveform has 1600 columns of the
+// decoded signal. With options.key the key is estimated from the same
+// resampled, cropped signal. Throws Failure (unreadable with the reader's
 // message, and everything `analyze` throws).
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options = {},
