@@ -4,6 +4,7 @@
 #include "app/main_window.h"
 #include "app/preferences.h"
 #include "app/startup_probe.h"
+#include "config/settings_store.h"
 #include "quorlen/version.h"
 #include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_panel.h"
@@ -112,8 +113,8 @@ int main(int argc, char** argv) {
     // QApplication adopts the user's locale for every C library call; numbers
     // printed or read through it would then use the locale's decimal comma.
     std::setlocale(LC_NUMERIC, "C");
-    QApplication::setOrganizationName(QStringLiteral("quorlen"));
-    QApplication::setApplicationName(QStringLiteral("calculator"));
+    QApplication::setOrganizationName(QString::fromLatin1(config::kSettingsOrganization));
+    QApplication::setApplicationName(QString::fromLatin1(config::kSettingsApplication));
     QApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     // Ties the windows to the installed desktop entry and its icon.
     QGuiApplication::setDesktopFileName(QStringLiteral("app.quorlen.Calculator"));

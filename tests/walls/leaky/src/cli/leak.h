@@ -1,0 +1,3 @@
+#include <RtAudio.h>
+#include "./json_writer.h"
+#include "/usr/include/fftw3.h"

@@ -1,0 +1,2 @@
+#include <fftw3.h>
+#include <taglib/tag.h>
