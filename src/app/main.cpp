@@ -22,6 +22,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <optional>
 
 namespace {
@@ -95,9 +96,7 @@ std::optional<int> answerWithoutGui(int argc, char** argv) {
     return std::nullopt;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     const long long mainStartNs = monotonicNowNs();
     if (const auto status = answerWithoutGui(argc, argv))
         return *status;
@@ -153,4 +152,20 @@ int main(int argc, char** argv) {
             tempo->analyse(*options.openPath);
     }
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Nothing is meant to reach here (a file the app cannot read is shown in
+    // its panel); what does, memory running out above all, ends the app with
+    // a line that says so rather than with std::terminate's abort.
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "quorlen-calculator: %s\n", error.what());
+    } catch (...) {
+        std::fprintf(stderr, "quorlen-calculator: an unexpected error ended the app\n");
+    }
+    return 1;
 }

@@ -22,7 +22,6 @@ constexpr std::array<NoteDivision, 13> kAll{{
 }};
 constexpr size_t kMultipleCount = 5;
 
-
 } // namespace
 
 std::string NoteDivision::id() const {

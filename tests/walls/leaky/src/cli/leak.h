@@ -1,3 +1,4 @@
-#include <RtAudio.h>
 #include "./json_writer.h"
 #include "/usr/include/fftw3.h"
+
+#include <RtAudio.h>
