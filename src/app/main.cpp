@@ -4,6 +4,7 @@
 #include "app/main_window.h"
 #include "app/preferences.h"
 #include "app/startup_probe.h"
+#include "config/settings_store.h"
 #include "quorlen/version.h"
 #include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_panel.h"
@@ -21,6 +22,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <optional>
 
 namespace {
@@ -94,9 +96,7 @@ std::optional<int> answerWithoutGui(int argc, char** argv) {
     return std::nullopt;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     const long long mainStartNs = monotonicNowNs();
     if (const auto status = answerWithoutGui(argc, argv))
         return *status;
@@ -112,8 +112,8 @@ int main(int argc, char** argv) {
     // QApplication adopts the user's locale for every C library call; numbers
     // printed or read through it would then use the locale's decimal comma.
     std::setlocale(LC_NUMERIC, "C");
-    QApplication::setOrganizationName(QStringLiteral("quorlen"));
-    QApplication::setApplicationName(QStringLiteral("calculator"));
+    QApplication::setOrganizationName(QString::fromLatin1(config::kSettingsOrganization));
+    QApplication::setApplicationName(QString::fromLatin1(config::kSettingsApplication));
     QApplication::setApplicationVersion(QString::fromLatin1(kVersion));
     // Ties the windows to the installed desktop entry and its icon.
     QGuiApplication::setDesktopFileName(QStringLiteral("app.quorlen.Calculator"));
@@ -152,4 +152,20 @@ int main(int argc, char** argv) {
             tempo->analyse(*options.openPath);
     }
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Nothing is meant to reach here (a file the app cannot read is shown in
+    // its panel); what does, memory running out above all, ends the app with
+    // a line that says so rather than with std::terminate's abort.
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "quorlen-calculator: %s\n", error.what());
+    } catch (...) {
+        std::fprintf(stderr, "quorlen-calculator: an unexpected error ended the app\n");
+    }
+    return 1;
 }

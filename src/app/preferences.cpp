@@ -23,8 +23,11 @@ const QString kTempoOctave = QStringLiteral("tempoDetectionOctave");
 } // namespace
 
 void Preferences::avoidUnusableStore() {
+    // Where QSettings keeps the native format on Linux.
     const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-                         QStringLiteral("/quorlen/calculator.conf");
+                         QLatin1Char('/') + QLatin1String(config::kSettingsOrganization) +
+                         QLatin1Char('/') + QLatin1String(config::kSettingsApplication) +
+                         QStringLiteral(".conf");
     const QFileInfo info(path);
     if (info.isFile())
         return;

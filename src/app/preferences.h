@@ -9,9 +9,8 @@ namespace quorlen {
 
 enum class AppearanceChoice { system, light, dark };
 
-// Everything the app keeps between launches, in one QSettings store
-// (organisation "quorlen", application "calculator": on Linux
-// ~/.config/quorlen/calculator.conf). The main window's restored state sits
+// Everything the app keeps between launches, in the one QSettings store
+// that config/settings_store.h names. The main window's restored state sits
 // in the "MainWindow" group, since Linux desktops restore no window state.
 class Preferences {
 public:

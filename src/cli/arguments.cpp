@@ -147,6 +147,10 @@ std::variant<double, UsageError> bpmArgument(std::string_view text, text::Number
     return numberArgument(text, range, "a tempo in BPM");
 }
 
+UsageError tooManyTempos(size_t count) {
+    return UsageError{"expected one tempo, got " + std::to_string(count)};
+}
+
 std::variant<int, UsageError> wholeNumberArgument(std::string_view text, int min, int max,
                                                   std::string_view what) {
     const auto parsed = text::parseTypedNumber(text);

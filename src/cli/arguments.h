@@ -80,6 +80,9 @@ std::variant<double, UsageError> numberArgument(std::string_view text, text::Num
 // A tempo argument by the same rule.
 std::variant<double, UsageError> bpmArgument(std::string_view text, text::NumberRange range);
 
+// The refusal of `count` tempos where a command takes at most one.
+UsageError tooManyTempos(size_t count);
+
 // A whole number read the same way, clamped to [min, max]; fractions are
 // refused rather than rounded.
 std::variant<int, UsageError> wholeNumberArgument(std::string_view text, int min, int max,

@@ -4,6 +4,7 @@
 #include "cli/click_track.h"
 #include "cli/command_line.h"
 #include "cli/interrupt.h"
+#include "cli/json_writer.h"
 #include "rhythm/euclid.h"
 #include "rhythm/step_length.h"
 #include "tempo/tempo_field.h"
@@ -135,8 +136,8 @@ int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::os
     if (arguments.has("--json")) {
         // Full precision, so scripts get the same doubles the app computes.
         out << "{\"pattern\":\"" << notation << "\",\"hits\":[" << joined(hits, ",")
-            << "],\"stepMs\":" << text::format("%.17g", stepMs)
-            << ",\"cycleMs\":" << text::format("%.17g", cycleMs) << "}\n";
+            << "],\"stepMs\":" << shortestJsonNumber(stepMs)
+            << ",\"cycleMs\":" << shortestJsonNumber(cycleMs) << "}\n";
     } else {
         out << "E(" << request.pulses << ',' << request.steps << ")  " << notation << '\n'
             << "hits:  " << (hits.empty() ? std::string("none") : joined(hits, " ")) << '\n'

@@ -1,7 +1,6 @@
 #include "cli/json_writer.h"
 
 #include "cli/utf8.h"
-#include "text/number_format.h"
 
 #include <charconv>
 #include <cmath>
@@ -60,12 +59,6 @@ std::string jsonString(std::string_view text) {
     return quoted + "\"";
 }
 
-std::string jsonNumber(double number) {
-    if (!std::isfinite(number))
-        return "null";
-    return text::format("%.17g", number);
-}
-
 void JsonWriter::beforeValue() {
     if (m_afterKey) {
         m_afterKey = false;
@@ -113,7 +106,7 @@ JsonWriter& JsonWriter::key(std::string_view name) {
 
 JsonWriter& JsonWriter::value(double number) {
     beforeValue();
-    m_out << jsonNumber(number);
+    m_out << shortestJsonNumber(number);
     return *this;
 }
 

@@ -8,8 +8,8 @@
 namespace quorlen::cli {
 
 // Writes one JSON value to a stream as it is built, on one line. Numbers go
-// out unrounded ("%.17g" round-trips a double); non-finite numbers, which
-// JSON cannot spell, become null. The caller keeps objects and arrays
+// out as shortestJsonNumber writes them, as in every JSON the command line
+// prints. The caller keeps objects and arrays
 // balanced and gives every member of an object a key first.
 class JsonWriter {
 public:
@@ -46,8 +46,5 @@ std::string jsonString(std::string_view text);
 // The shortest text that reads back as the same double (436.46, not
 // 436.45999999999998); null for a number JSON cannot spell.
 std::string shortestJsonNumber(double value);
-
-// A double as a JSON number that reads back as the same double, or "null".
-std::string jsonNumber(double number);
 
 } // namespace quorlen::cli

@@ -30,8 +30,7 @@ std::string msText(double ms) { return text::format("%.1f ms", ms); }
 std::variant<SpaceRequest, UsageError> readRequest(const ParsedArguments& arguments) {
     SpaceRequest request{120, 120, 1, 64};
     if (arguments.positionals.size() > 1)
-        return UsageError{"expected one tempo, got " +
-                          std::to_string(arguments.positionals.size())};
+        return tooManyTempos(arguments.positionals.size());
     if (!arguments.positionals.empty()) {
         const auto read = bpmArgument(arguments.positionals.front(), tempo::kTypedBpmRange);
         if (const auto* error = std::get_if<UsageError>(&read))

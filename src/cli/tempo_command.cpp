@@ -91,8 +91,7 @@ int runTempoCommand(std::span<const std::string_view> args, std::ostream& out, s
         return *status;
     const ParsedArguments& arguments = std::get<ParsedArguments>(read);
     if (arguments.positionals.size() > 1)
-        return refuse(err, "tempo",
-                      {"expected one tempo, got " + std::to_string(arguments.positionals.size())});
+        return refuse(err, "tempo", tooManyTempos(arguments.positionals.size()));
 
     double bpm = 120;
     if (!arguments.positionals.empty()) {

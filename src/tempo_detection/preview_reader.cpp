@@ -75,7 +75,7 @@ bool PreviewReader::pushAll(std::vector<float>& stereo, size_t& consumed, uint64
                             bool flush, uint64_t& receipt) {
     PreviewStream::Block block;
     block.generation = generation;
-    const size_t blockSamples = 2 * PreviewStream::kBlockFrames;
+    const size_t blockSamples = size_t{2} * PreviewStream::kBlockFrames;
     while (stereo.size() - consumed >= blockSamples || (flush && stereo.size() > consumed)) {
         const size_t count = std::min(blockSamples, stereo.size() - consumed);
         std::copy_n(stereo.begin() + static_cast<std::ptrdiff_t>(consumed), count,

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace quorlen {
 namespace {
@@ -64,13 +65,13 @@ void PreviewStream::render(float* out, int frameCount) noexcept {
         if (m_delayLeft > 0) {
             --m_delayLeft;
         } else if (m_playing != 0 && (m_position < m_current.frameCount || nextBlock(m_playing))) {
-            left = m_current.frames[static_cast<size_t>(2 * m_position)] * m_volume;
-            right = m_current.frames[static_cast<size_t>(2 * m_position + 1)] * m_volume;
+            left = m_current.frames[2 * static_cast<size_t>(m_position)] * m_volume;
+            right = m_current.frames[2 * static_cast<size_t>(m_position) + 1] * m_volume;
             ++m_position;
             ++played;
         }
-        out[2 * i] = left;
-        out[2 * i + 1] = right;
+        out[2 * static_cast<ptrdiff_t>(i)] = left;
+        out[2 * static_cast<ptrdiff_t>(i) + 1] = right;
         if (m_fadeStep > 0 && m_fadeStep < preview::kFadeOutSteps && --m_framesToStep == 0)
             stepFade();
     }

@@ -21,7 +21,7 @@ public:
     static constexpr size_t kRingBlocks = 48; // 0.56 s of buffered audio
 
     struct Block {
-        std::array<float, 2 * kBlockFrames> frames{};
+        std::array<float, size_t{2} * kBlockFrames> frames{};
         int frameCount = 0;
         uint64_t generation = 0;
     };

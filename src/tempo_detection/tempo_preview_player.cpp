@@ -14,6 +14,7 @@
 #include <climits>
 #include <cmath>
 #include <stdexcept>
+#include <utility>
 
 namespace quorlen {
 namespace {
@@ -34,7 +35,8 @@ constexpr int kOutputWatchMs = 250;
 
 TempoPreviewPlayer::TempoPreviewPlayer(std::unique_ptr<AudioBackend> backend, Clock clock,
                                        QObject* parent)
-    : QObject(parent), m_backend(std::move(backend)), m_clock(clock ? clock : steadyClock()),
+    : QObject(parent), m_backend(std::move(backend)),
+      m_clock(clock ? std::move(clock) : steadyClock()),
       m_stream(std::make_unique<PreviewStream>()) {
     m_reader = std::make_unique<PreviewReader>(*m_stream, [this](uint64_t generation) {
         // The reader thread ends before this player does (its destructor

@@ -18,13 +18,13 @@ TEST(EuclidCommand, PrintsPatternHitsStepAndCycle) {
 
 TEST(EuclidCommand, JsonKeepsFullPrecision) {
     // 90 BPM in eighths: 60000 / 90 × 4 / 8 = 333.333… ms, 5 steps 1666.66… ms
-    // (the doubles printed to 17 digits). E(2,5) = x..x. (i × 2 mod 5 < 2
+    // (the shortest text that reads back as each double). E(2,5) = x..x. (i × 2 mod 5 < 2
     // at i = 0 and 3); rotation −1 moves each hit one step earlier, 0 → 4, 3 → 2.
     const Outcome result =
         run({"euclid", "2", "5", "--rotate", "-1", "--note", "8", "--bpm", "90", "--json"});
     EXPECT_EQ(result.status, kExitOk);
     EXPECT_EQ(result.out, "{\"pattern\":\"..x.x\",\"hits\":[2,4],"
-                          "\"stepMs\":333.33333333333331,\"cycleMs\":1666.6666666666665}\n");
+                          "\"stepMs\":333.3333333333333,\"cycleMs\":1666.6666666666665}\n");
 }
 
 TEST(EuclidCommand, NoHitsIsValidOutput) {

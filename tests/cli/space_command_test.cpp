@@ -89,17 +89,18 @@ TEST(SpaceCommand, TextUsesOneDecimalLikeTheApp) {
 
 TEST(JsonWriter, EscapesAndNumbersStayValidJson) {
     EXPECT_EQ(jsonString("a\"b\\c\nd\x01\u00bc"), "\"a\\\"b\\\\c\\nd\\u0001\u00bc\"");
-    EXPECT_EQ(jsonNumber(std::numeric_limits<double>::infinity()), "null");
-    EXPECT_EQ(jsonNumber(std::nan("")), "null");
-    // "%.17g" reads back as the very same double.
+    EXPECT_EQ(shortestJsonNumber(std::numeric_limits<double>::infinity()), "null");
+    EXPECT_EQ(shortestJsonNumber(std::nan("")), "null");
+    // The shortest text still reads back as the very same double.
     const double third = 1.0 / 3.0;
-    EXPECT_EQ(std::strtod(jsonNumber(third).c_str(), nullptr), third);
+    EXPECT_EQ(std::strtod(shortestJsonNumber(third).c_str(), nullptr), third);
 
     std::ostringstream out;
     JsonWriter json(out);
     json.beginObject().key("a").beginArray().value(1).value("x").beginObject().endObject();
-    json.endArray().member("b", std::nan("")).endObject();
-    EXPECT_EQ(out.str(), "{\"a\":[1,\"x\",{}],\"b\":null}");
+    json.endArray().member("b", std::nan("")).member("c", 98.1).endObject();
+    // 98.1, not 98.099999999999994: the writer's numbers are the reports'.
+    EXPECT_EQ(out.str(), "{\"a\":[1,\"x\",{}],\"b\":null,\"c\":98.1}");
 }
 
 } // namespace

@@ -55,5 +55,20 @@ TEST(TempoCommand, TempoIsReadAndClampedLikeTheAppsField) {
     EXPECT_EQ(run({"tempo", "98,5"}).out.rfind("Tempo 98.50 BPM\n", 0), 0u);
 }
 
+TEST(TempoCommand, JsonNumbersAreTheShortestThatReadBack) {
+    // The same numbers as detect's reports: 98.1, not 98.099999999999994.
+    const Outcome result = run({"tempo", "98.1", "--json"});
+    EXPECT_EQ(result.out.rfind("{\"bpm\":98.1,", 0), 0u);
+}
+
+TEST(TempoCommand, CommandsTakingOneTempoRefuseTwoAlike) {
+    for (const char* command : {"tempo", "space"}) {
+        SCOPED_TRACE(command);
+        const Outcome result = run({command, "90", "100"});
+        EXPECT_EQ(result.status, kExitUsage);
+        EXPECT_NE(result.err.find("expected one tempo, got 2"), std::string::npos);
+    }
+}
+
 } // namespace
 } // namespace quorlen::cli

@@ -18,7 +18,8 @@ void RateAdapter::advance(RenderSource& source) noexcept {
         m_nextInBlock = 0;
     }
     m_before = m_after;
-    m_after = {m_block[2 * m_nextInBlock], m_block[2 * m_nextInBlock + 1]};
+    const size_t at = 2 * static_cast<size_t>(m_nextInBlock);
+    m_after = {m_block[at], m_block[at + 1]};
     ++m_nextInBlock;
 }
 

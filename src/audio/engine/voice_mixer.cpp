@@ -1,6 +1,7 @@
 #include "audio/engine/voice_mixer.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace quorlen {
 
@@ -47,8 +48,9 @@ void VoiceMixer::mix(Voice& voice, float* out, int from, int to) noexcept {
     const float* samples = voice.playing.samples + voice.position;
     for (int i = 0; i < count; ++i) {
         const float sample = samples[i] * m_volume;
-        out[2 * (from + i)] += sample;
-        out[2 * (from + i) + 1] += sample;
+        const ptrdiff_t at = 2 * static_cast<ptrdiff_t>(from + i);
+        out[at] += sample;
+        out[at + 1] += sample;
     }
     voice.position += count;
     if (voice.position >= voice.playing.frameCount)
@@ -63,7 +65,7 @@ void VoiceMixer::render(float* interleavedStereo, int frameCount) noexcept {
         voice.waiting = command.sound;
     }
 
-    std::fill(interleavedStereo, interleavedStereo + 2 * frameCount, 0.0f);
+    std::fill(interleavedStereo, interleavedStereo + 2 * static_cast<ptrdiff_t>(frameCount), 0.0f);
     const std::int64_t blockStart = m_frame;
     for (Voice& voice : m_voices) {
         int from = 0;
@@ -85,7 +87,8 @@ void VoiceMixer::render(float* interleavedStereo, int frameCount) noexcept {
     }
     m_limiter.process(interleavedStereo, frameCount);
     if (m_muted.load(std::memory_order_relaxed))
-        std::fill(interleavedStereo, interleavedStereo + 2 * frameCount, 0.0f);
+        std::fill(interleavedStereo, interleavedStereo + 2 * static_cast<ptrdiff_t>(frameCount),
+                  0.0f);
 
     m_frame += frameCount;
     m_lastBlockFrames.store(frameCount, std::memory_order_relaxed);

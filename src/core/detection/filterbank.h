@@ -1,5 +1,7 @@
 #pragma once
 
+#include "detection/analysis_rate.h"
+
 #include <cstddef>
 #include <vector>
 
@@ -7,8 +9,8 @@ namespace quorlen::detection {
 
 // The envelope's spectrum: 1024-point frames of 22050 Hz audio.
 inline constexpr size_t kFrameLength = 1024;
-inline constexpr size_t kMagnitudeBins = kFrameLength / 2 + 1; // 513
-inline constexpr double kBinWidthHz = 22050.0 / 1024.0;        // 21.533203125
+inline constexpr size_t kMagnitudeBins = kFrameLength / 2 + 1;  // 513
+inline constexpr double kBinWidthHz = kAnalysisRateHz / 1024.0; // 21.533203125
 
 // One triangular filter over FFT magnitude bins: weight 0 at `start`, 1 at
 // the centre bin, 0 again at the last bin it covers.

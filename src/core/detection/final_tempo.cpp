@@ -1,5 +1,6 @@
 #include "detection/final_tempo.h"
 
+#include "detection/analysis_rate.h"
 #include "detection/autocorrelation.h"
 #include "detection/grid_score.h"
 
@@ -14,7 +15,7 @@ constexpr double kMaxLoopSeconds = 90.0;
 constexpr double kShortFileSeconds = 8.0;
 constexpr int kBeatsPerBar = 4;
 constexpr int kMaxLoopBeats = 4096;
-constexpr double kHopSeconds = 256.0 / 22050.0; // 0.011609977324263039
+constexpr double kHopSeconds = 256.0 / kAnalysisRateHz; // 0.011609977324263039
 constexpr double kMinSnapTolerance = 0.002;
 constexpr double kCloseLoop = 0.025;
 constexpr double kRoundingAcceptance = 0.9;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "detection/analysis_rate.h"
 #include "detection/failure.h"
 
 #include <span>
@@ -9,7 +10,7 @@ namespace quorlen::detection {
 
 inline constexpr size_t kHopSamples = 256;
 // Envelope frames per second at 22050 Hz: 22050 / 256.
-inline constexpr double kEnvelopeFps = 22050.0 / 256.0; // 86.1328125
+inline constexpr double kEnvelopeFps = kAnalysisRateHz / 256.0; // 86.1328125
 // Bands centred below this feed the low envelope (kick and bass).
 inline constexpr double kLowBandLimitHz = 220.0;
 // Bands centred from the low limit up to this feed the mid envelope: the

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "detection/analysis_rate.h"
 #include "detection/failure.h"
 
 #include <cstddef>
@@ -8,7 +9,6 @@
 
 namespace quorlen::detection {
 
-inline constexpr double kAnalysisRateHz = 22050.0;
 // How often (in output samples) the resampler polls for cancellation.
 inline constexpr size_t kResampleCancelStride = 65536;
 

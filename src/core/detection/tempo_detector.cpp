@@ -23,11 +23,11 @@
 namespace quorlen::detection {
 namespace {
 
-constexpr size_t kMinimumSamples = 26460;     // 1.2 s at 22050 Hz
-constexpr size_t kMinimumLoopSamples = 11025; // 0.5 s at 22050 Hz
-constexpr size_t kAnalysisWindow = 6615000;   // 300 s at 22050 Hz
+constexpr size_t kMinimumSamples = kAnalysisSamplesPerSecond * 12 / 10; // 1.2 s
+constexpr size_t kMinimumLoopSamples = kAnalysisSamplesPerSecond / 2;   // 0.5 s
+constexpr size_t kAnalysisWindow = kAnalysisSamplesPerSecond * 300;     // 300 s
 // The flux peaks about three hops after the onset that causes it.
-constexpr double kGridLatencySeconds = 768.0 / 22050.0; // 0.034829931972789115
+constexpr double kGridLatencySeconds = 768.0 / kAnalysisRateHz; // 0.034829931972789115
 constexpr double kAlternativeDistance = 0.02;
 constexpr size_t kMaxAlternatives = 3;
 // -80 dBFS: a signal whose loudest moment is quieter than this is

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "detection/analysis_rate.h"
 #include "detection/failure.h"
 
 #include <cstddef>
@@ -12,7 +13,7 @@ namespace quorlen::key {
 // longer than the onset envelope's: 8192 points resolve 2.7 Hz, less than a
 // semitone down to about 50 Hz, which the 1024-point onset frames (21.5 Hz
 // bins) cannot do below 400 Hz.
-inline constexpr double kKeyRateHz = 22050.0;
+inline constexpr double kKeyRateHz = detection::kAnalysisRateHz;
 inline constexpr size_t kKeyFrameLength = 8192;
 // Frames do not overlap: half the work of overlapping ones for the same key.
 inline constexpr size_t kKeyHopSamples = 8192; // 0.372 s

@@ -1,5 +1,6 @@
 #include "rhythm/step_length.h"
 
+#include "tempo/note_division.h"
 #include "tempo/tempo_field.h"
 
 #include <algorithm>
@@ -8,8 +9,7 @@ namespace quorlen::Euclid {
 
 double stepMilliseconds(double bpm, int note) {
     using tempo::kControlBpmRange;
-    const double beatMs = 60000.0 / std::clamp(bpm, kControlBpmRange.min, kControlBpmRange.max);
-    return beatMs * 4 / note;
+    return tempo::beatMs(std::clamp(bpm, kControlBpmRange.min, kControlBpmRange.max)) * 4 / note;
 }
 
 double cycleMilliseconds(double bpm, int note, int steps) {

@@ -52,7 +52,7 @@ void copyContents(int from, int to) {
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            throw systemWriteError("cannot read the file", errno);
+            throw systemWriteError(message::kCannotRead, errno);
         if (got == 0)
             return;
         writeAll(to, chunk.data(), static_cast<size_t>(got));
@@ -86,7 +86,7 @@ ReplacementFile::ReplacementFile(const std::string& target)
     const Descriptor source(::open(target.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat status {};
     if (source.get() < 0 || ::fstat(source.get(), &status) != 0)
-        throw systemWriteError("cannot read the file", errno);
+        throw systemWriteError(message::kCannotRead, errno);
     if (!S_ISREG(status.st_mode))
         throw WriteError("not a regular file");
     m_copiedFrom = stampFrom(status);
@@ -146,9 +146,9 @@ void ReplacementFile::nameCopy() {
             return;
         }
         if (errno != EEXIST)
-            throw systemWriteError("cannot name the new file", errno);
+            throw systemWriteError(message::kCannotName, errno);
     }
-    throw systemWriteError("cannot name the new file", EEXIST);
+    throw systemWriteError(message::kCannotName, EEXIST);
 }
 
 FileStamp ReplacementFile::replaceTarget() {

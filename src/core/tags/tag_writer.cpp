@@ -37,7 +37,7 @@ std::string resolved(const std::string& path) {
 TempoTags readFrom(const std::string& path, Container container) {
     TagLib::FileStream stream(path.c_str(), true);
     if (!stream.isOpen())
-        throw systemWriteError("cannot read the file", errno ? errno : EACCES);
+        throw systemWriteError(message::kCannotRead, errno ? errno : EACCES);
     return TaggedFile(stream, container).read();
 }
 
@@ -55,7 +55,7 @@ void writeOrThrow(const std::string& path, const TagRequest& request, TagOutcome
     const Container container = containerOf(path);
     const std::string target = resolved(path);
     if (request.analysed && stampOf(target) != request.analysed)
-        throw WriteError("the file changed while it was analysed");
+        throw WriteError(message::kChangedSinceAnalysis);
     if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
         throw systemWriteError("cannot write the file", errno);
 
@@ -67,7 +67,7 @@ void writeOrThrow(const std::string& path, const TagRequest& request, TagOutcome
 
     ReplacementFile copy(target);
     if (request.analysed && copy.copiedFrom() != *request.analysed)
-        throw WriteError("the file changed while it was analysed");
+        throw WriteError(message::kChangedSinceAnalysis);
     {
         DescriptorStream stream(copy.descriptor(), target);
         TaggedFile tagged(stream, container);

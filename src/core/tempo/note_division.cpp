@@ -22,9 +22,6 @@ constexpr std::array<NoteDivision, 13> kAll{{
 }};
 constexpr size_t kMultipleCount = 5;
 
-// One beat is a quarter note, so a beat in ms is 60000 / bpm.
-double beatMs(double bpm) { return bpm > 0 ? 60000.0 / bpm : 0.0; }
-
 } // namespace
 
 std::string NoteDivision::spokenName() const {

@@ -5,6 +5,9 @@
 
 namespace quorlen::tempo {
 
+// One beat is a quarter note: its length in ms at `bpm`, 0 for no tempo.
+constexpr double beatMs(double bpm) { return bpm > 0 ? 60000.0 / bpm : 0.0; }
+
 // A note value as a fraction of a whole note (one 4/4 bar): 1/4 is a
 // quarter, 8/1 is eight bars.
 struct NoteDivision {

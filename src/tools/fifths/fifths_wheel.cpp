@@ -109,7 +109,8 @@ QColor FifthsWheel::fillFor(SegmentFill fill) const {
 }
 
 size_t FifthsWheel::slotOf(SegmentID segment) {
-    return static_cast<size_t>((segment.ring == Ring::minor ? 12 : 0) + segment.index);
+    const size_t ringStart = segment.ring == Ring::minor ? 12 : 0;
+    return ringStart + static_cast<size_t>(segment.index);
 }
 
 // Starts every segment whose fill changes on its way from where it shows

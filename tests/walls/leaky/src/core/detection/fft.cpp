@@ -1,0 +1,3 @@
+#include <fftw3.h>
+
+#include <taglib/tag.h>
