@@ -1,12 +1,15 @@
 #include "detection/loudest_window.h"
 
+#include "detection/analysis_rate.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace quorlen::detection {
 namespace {
 
-constexpr size_t kBlockSamples = 22050;
+// The loudest window is chosen in whole seconds of the analysis signal.
+constexpr size_t kBlockSamples = kAnalysisSamplesPerSecond;
 
 } // namespace
 

@@ -1,5 +1,7 @@
 #include "detection/resample.h"
 
+#include "detection/analysis_rate.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -7,7 +9,8 @@
 namespace quorlen::detection {
 namespace {
 
-constexpr size_t kBlockSamples = 22050;
+// The loudest window is chosen in whole seconds of the analysis signal.
+constexpr size_t kBlockSamples = kAnalysisSamplesPerSecond;
 
 struct Plan {
     double ratio = 1.0;
