@@ -4,6 +4,7 @@
 // names. Each case must end in bounded time with the right status and a
 // clear line, never a crash.
 #include "child_process.h"
+#include "support/folder_names.h"
 #include "support/json.h"
 #include "support/lines.h"
 #include "test_signals.h"
@@ -237,14 +238,6 @@ TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
     ASSERT_EQ(printed.size(), 4u) << result.out << result.err;
     for (const std::string& line : printed)
         EXPECT_FALSE(saysOutOfMemory(line)) << line;
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 // Whatever step of a tag write fails, the file stays byte for byte as it

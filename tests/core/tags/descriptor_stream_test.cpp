@@ -1,3 +1,4 @@
+#include "support/folder_names.h"
 #include "tags/descriptor_stream.h"
 #include "tags/replacement_file.h"
 #include "tags/write_error.h"
@@ -12,6 +13,8 @@
 
 namespace quorlen::tags {
 namespace {
+
+using quorlen::testing::namesIn;
 
 using detection::testing::readBytes;
 using detection::testing::TempDir;
@@ -99,14 +102,6 @@ TEST(DescriptorStream, RemembersTheFirstFailedWrite) {
     ::close(fd);
     EXPECT_EQ(stream.failure(), EBADF);
     EXPECT_EQ(readBytes(dir.file("f")), "0123456789");
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 TEST(ReplacementFile, ReplacesWithTheCopyKeepingPermissions) {

@@ -1,6 +1,7 @@
 // Tags written by the writer and read back by another program (ffprobe),
 // with the decoded audio compared sample for sample.
 #include "detection/audio_loader.h"
+#include "support/folder_names.h"
 #include "tags/tag_writer.h"
 #include "test_encoder.h"
 #include "test_signals.h"
@@ -23,6 +24,8 @@
 
 namespace quorlen::tags {
 namespace {
+
+using quorlen::testing::namesIn;
 
 namespace fs = std::filesystem;
 namespace t = detection::testing;
@@ -57,14 +60,6 @@ std::map<std::string, std::string> probeTags(const fs::path& path) {
 
 std::vector<float> decoded(const fs::path& path) {
     return detection::loadMono(path.string(), [] { return false; }).samples;
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 // The box at the end of `path` (each name inside the one before) in an MP4
