@@ -35,6 +35,8 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
+    // The paint device's own metric(), which the accessor above would hide.
+    using CopyableValue::metric;
     void paintLabel(QPainter& painter, bool copied) override;
 
 private:
