@@ -87,11 +87,16 @@ bool readAsLoop(double bpm, const TempoEvidence& evidence) {
     return std::abs(whole - bpm) <= kLoopSnap * bpm || bpm * seconds / 60.0 < kSureLoopBeats;
 }
 
+// Within 4 % of `reference`: the same tempo, as far as being right goes.
+bool nearTempo(double bpm, double reference) {
+    return std::abs(bpm - reference) <= kRightTempo * reference;
+}
+
 double probabilityNear(double bpm, const std::vector<OctaveFeatures>& candidates,
                        const std::vector<double>& p) {
     double sum = 0.0;
     for (size_t i = 0; i < candidates.size(); ++i)
-        if (std::abs(candidates[i].bpm - bpm) <= kRightTempo * bpm)
+        if (nearTempo(candidates[i].bpm, bpm))
             sum += p[i];
     return std::min(sum, 1.0);
 }
@@ -111,11 +116,9 @@ std::vector<RankedTempo> rankedCandidates(double shown, double shownP, double co
         if (ranked.size() == kShownCandidates)
             break;
         const double bpm = std::round(candidates[i].bpm * 100.0) / 100.0;
-        const auto near = [&](double other) {
-            return std::abs(bpm - other) <= kRightTempo * other;
-        };
-        if (near(shown) ||
-            std::any_of(ranked.begin(), ranked.end(), [&](const auto& r) { return near(r.bpm); }))
+        if (nearTempo(bpm, shown) || std::any_of(ranked.begin(), ranked.end(), [&](const auto& r) {
+                return nearTempo(bpm, r.bpm);
+            }))
             continue;
         ranked.push_back({bpm, p[i] * scale});
     }
@@ -176,18 +179,15 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
     // The candidate the shown tempo stands for: the likeliest near it.
     size_t shownAs = best;
     for (size_t i = 0; i < candidates.size(); ++i) {
-        const bool near = std::abs(candidates[i].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
-        const bool nearBest =
-            std::abs(candidates[shownAs].bpm - chosen.bpm) <= kRightTempo * chosen.bpm;
-        if (near && (!nearBest || p[i] > p[shownAs]))
+        const bool nearBest = nearTempo(candidates[shownAs].bpm, chosen.bpm);
+        if (nearTempo(candidates[i].bpm, chosen.bpm) && (!nearBest || p[i] > p[shownAs]))
             shownAs = i;
     }
     OctaveChoice choice;
     choice.tempo = chosen;
     choice.confidence = choiceConfidence(
-        {probability, classic && std::abs(chosen.bpm - classic->bpm) <= kRightTempo * classic->bpm,
-         chosen.bpm, wholeBeatLoop, candidates[shownAs].fullStrength, candidates[shownAs].barRepeat,
-         classicConfidence});
+        {probability, classic && nearTempo(chosen.bpm, classic->bpm), chosen.bpm, wholeBeatLoop,
+         candidates[shownAs].fullStrength, candidates[shownAs].barRepeat, classicConfidence});
     choice.candidates = rankedCandidates(chosen.bpm, probability, choice.confidence, candidates, p);
     return choice;
 }
