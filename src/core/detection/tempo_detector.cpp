@@ -15,12 +15,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
-#include <future>
+#include <limits>
 #include <new>
 #include <numeric>
 #include <span>
-#include <system_error>
 #include <utility>
 
 namespace quorlen::detection {
@@ -211,47 +209,31 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options, const OctaveMode& octave) try {
     prepareAnalysis();
-    const bool spareCore = options.threads >= 2;
-    AnalysisSignal signal =
-        loadAnalysisSignal(path,
-                           {.windowSeconds = kAnalysisWindow / kAnalysisSamplesPerSecond,
-                            .waveformColumns = kWaveformColumns,
-                            .decodeAhead = spareCore,
-                            .onsetEnvelope = true},
-                           isCancelled);
+    AnalysisSignal signal = [&] {
+        // Reading ahead takes a second thread, and no more.
+        const ThreadLease lease(options.threads, options.spareThreads, 2 - options.threads);
+        return loadAnalysisSignal(path,
+                                  {.windowSeconds = kAnalysisWindow / kAnalysisSamplesPerSecond,
+                                   .waveformColumns = kWaveformColumns,
+                                   .decodeAhead = lease.threads() >= 2,
+                                   .onsetEnvelope = true},
+                                  isCancelled);
+    }();
     throwIfCancelled(isCancelled);
     if (signal.analysisSamples < kMinimumLoopSamples)
         throw Failure::tooShort();
     Analysis analysis;
     analysis.damaged = signal.damaged;
     analysis.waveform = std::move(signal.waveform);
-    // With a core to spare the key reads the window while the tempo is
-    // measured.
-    std::future<key::KeyEstimate> key;
-    if (options.key && spareCore) {
-        try {
-            key = std::async(std::launch::async,
-                             [&] { return key::estimateKey(signal.window, isCancelled); });
-        } catch (const std::system_error&) {
-            // No thread to be had: in turn below.
-        }
-    }
-    if (options.key && !key.valid())
-        analysis.key = key::estimateKey(signal.window, isCancelled);
-    std::exception_ptr tempoFailure;
-    try {
-        analysis.estimate = estimateTempo(measureWith(signal.window, std::move(signal.envelope),
-                                                      signal.cropStartSamples,
-                                                      signal.durationSeconds, isCancelled, options),
-                                          octave);
-    } catch (...) {
-        tempoFailure = std::current_exception();
-    }
-    // As in turn: the key's failure before the tempo's.
-    if (key.valid())
-        analysis.key = key.get();
-    if (tempoFailure)
-        std::rethrow_exception(tempoFailure);
+    const ThreadLease lease(options.threads, options.spareThreads, std::numeric_limits<int>::max());
+    AnalysisOptions measuring = options;
+    measuring.threads = lease.threads();
+    if (options.key)
+        analysis.key = key::estimateKey(signal.window, isCancelled, measuring.threads);
+    analysis.estimate = estimateTempo(measureWith(signal.window, std::move(signal.envelope),
+                                                  signal.cropStartSamples, signal.durationSeconds,
+                                                  isCancelled, measuring),
+                                      octave);
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.
