@@ -131,7 +131,8 @@ struct Job {
     bool json;
     bool key;
     detection::OctaveMode octave;
-    int innerThreads; // threads inside one analysis
+    int innerThreads;                      // threads inside one analysis
+    detection::ThreadBudget* spareThreads; // beyond those, shared; workers give theirs when done
     detection::CancelCheck cancelled;
     bool writeTags;
     bool force;
@@ -163,8 +164,8 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
     try {
         // Taken before the analysis: a file that changes meanwhile is not tagged.
         const auto stamp = job.writeTags ? tags::stampOf(file) : std::nullopt;
-        const detection::Analysis analysis =
-            detection::analyzeFile(file, job.cancelled, {job.innerThreads, job.key}, job.octave);
+        const detection::Analysis analysis = detection::analyzeFile(
+            file, job.cancelled, {job.innerThreads, job.key, job.spareThreads}, job.octave);
         std::string line = job.json
                                ? jsonLine(file, analysis.estimate, analysis.damaged, job.octave)
                                : textLine(file, analysis.estimate, analysis.damaged);
@@ -213,6 +214,8 @@ std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic
             pool.emplace_back([&] {
                 while (analyseNext(job, next, board)) {
                 }
+                // Out of files: the analyses still running may use its threads.
+                job.spareThreads->give(job.innerThreads);
             });
         } catch (const std::system_error&) {
             break;
@@ -241,12 +244,16 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     const int threads =
         std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores);
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
-    // Spare threads go inside the analyses when there are fewer files than threads.
+    // Spare threads go inside the analyses when there are fewer files than
+    // threads: each its share, and what is left over shared.
+    const int innerThreads = std::max(1, threads / std::max<int>(1, int(files.size())));
+    detection::ThreadBudget spareThreads(threads - int(workers) * innerThreads, threads - 1);
     const Job job{files,
                   options.json,
                   options.key,
                   options.octave,
-                  std::max(1, threads / std::max<int>(1, int(files.size()))),
+                  innerThreads,
+                  &spareThreads,
                   [&] { return interrupted.load() || outputFailed.load(); },
                   options.writeTags,
                   options.force};

@@ -8,8 +8,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <condition_variable>
+#include <deque>
+#include <exception>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 namespace quorlen::detection {
 
@@ -35,26 +42,161 @@ void appendMonoMix(const float* interleaved, long long frames, int channels,
 
 namespace {
 
-// Reads every frame of an open file, handing each chunk (interleaved, at
-// most kMaximumSeconds in all) to `take(chunk, frames)`.
-template <typename Take>
-void readAll(decoding::AudioFileReader& reader, const CancelCheck& isCancelled, Take&& take) {
-    const int channels = reader.channels();
-    const auto maximumFrames = static_cast<size_t>(kMaximumSeconds * reader.rateHz());
-    const size_t chunkFrames =
-        std::max<size_t>(1, kReadBufferBytes / sizeof(float) / static_cast<size_t>(channels));
-    std::vector<float> chunk;
+// Hands out the chunks of an open file, each at most `chunkFrames` long;
+// an empty chunk at the end.
+class ChunkSource {
+public:
+    virtual ~ChunkSource() = default;
+    virtual std::span<const float> next() = 0;
+};
+
+std::vector<float> chunkBuffer(size_t floats) {
     try {
-        chunk.resize(chunkFrames * static_cast<size_t>(channels));
+        return std::vector<float>(floats);
     } catch (const std::bad_alloc&) {
         throw Failure::unreadable("Could not allocate an audio buffer");
     }
+}
+
+// Reads when asked, on the calling thread.
+class ReadInPlace final : public ChunkSource {
+public:
+    ReadInPlace(decoding::AudioFileReader& reader, size_t chunkFrames)
+        : m_reader(reader), m_frames(chunkFrames),
+          m_chunk(chunkBuffer(chunkFrames * static_cast<size_t>(reader.channels()))) {}
+    std::span<const float> next() override {
+        const long long read = m_reader.read(m_chunk.data(), static_cast<long long>(m_frames));
+        return {m_chunk.data(), static_cast<size_t>(std::max(read, 0LL)) *
+                                    static_cast<size_t>(m_reader.channels())};
+    }
+
+private:
+    decoding::AudioFileReader& m_reader;
+    size_t m_frames;
+    std::vector<float> m_chunk;
+};
+
+// Reads on a thread of its own into a few buffers, so that decoding goes on
+// while the caller works on what came before. The reader belongs to that
+// thread until this object is gone.
+class ReadAhead final : public ChunkSource {
+public:
+    static constexpr size_t kBuffers = 4;
+
+    ReadAhead(decoding::AudioFileReader& reader, size_t chunkFrames) : m_reader(reader) {
+        for (size_t i = 0; i < kBuffers; ++i)
+            m_free.push_back(chunkBuffer(chunkFrames * static_cast<size_t>(reader.channels())));
+        m_thread = std::jthread([this, chunkFrames](const std::stop_token& stop) {
+            decodeAll(stop, static_cast<long long>(chunkFrames));
+        });
+    }
+    ~ReadAhead() override {
+        {
+            // Under the lock, so the thread cannot miss it between its test
+            // and its wait.
+            const std::lock_guard lock(m_mutex);
+            m_thread.request_stop();
+        }
+        m_changed.notify_all();
+    }
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    std::span<const float> next() override {
+        std::unique_lock lock(m_mutex);
+        if (!m_current.empty())
+            m_free.push_back(std::move(m_current));
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return !m_filled.empty() || m_ended; });
+        if (m_filled.empty()) {
+            if (m_failure)
+                std::rethrow_exception(m_failure);
+            return {};
+        }
+        auto [buffer, floats] = std::move(m_filled.front());
+        m_filled.pop_front();
+        m_current = std::move(buffer);
+        return {m_current.data(), floats};
+    }
+
+private:
+    void decodeAll(const std::stop_token& stop, long long chunkFrames) {
+        const auto channels = static_cast<size_t>(m_reader.channels());
+        std::exception_ptr failure;
+        for (;;) {
+            std::vector<float> buffer;
+            {
+                std::unique_lock lock(m_mutex);
+                m_changed.wait(lock, [&] { return !m_free.empty() || stop.stop_requested(); });
+                if (stop.stop_requested())
+                    return;
+                buffer = std::move(m_free.back());
+                m_free.pop_back();
+            }
+            long long read = 0;
+            try {
+                read = m_reader.read(buffer.data(), chunkFrames);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+            const std::lock_guard lock(m_mutex);
+            if (read > 0) {
+                try {
+                    m_filled.emplace_back(std::move(buffer), static_cast<size_t>(read) * channels);
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+            }
+            if (read <= 0 || failure) {
+                m_failure = failure;
+                m_ended = true;
+                m_changed.notify_all();
+                return;
+            }
+            m_changed.notify_all();
+        }
+    }
+
+    decoding::AudioFileReader& m_reader;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<std::vector<float>> m_free;
+    std::deque<std::pair<std::vector<float>, size_t>> m_filled; // buffer, floats in it
+    std::vector<float> m_current;                               // the caller's
+    bool m_ended = false;
+    std::exception_ptr m_failure;
+    std::jthread m_thread; // last: stopped and joined before the rest goes
+};
+
+// Reads every frame of an open file, handing each chunk (interleaved, at
+// most kMaximumSeconds in all) to `take(chunk, frames)`.
+template <typename Take>
+void readAll(decoding::AudioFileReader& reader, const CancelCheck& isCancelled, bool ahead,
+             Take&& take) {
+    const int channels = reader.channels();
+    const auto maximumFrames = static_cast<size_t>(kMaximumSeconds * reader.rateHz());
+    // Ahead of the caller the chunks are smaller, so that the work on the
+    // last one, which nothing overlaps, is short.
+    const size_t bytes = ahead ? kReadAheadBytes : kReadBufferBytes;
+    const size_t chunkFrames =
+        std::max<size_t>(1, bytes / sizeof(float) / static_cast<size_t>(channels));
+    std::unique_ptr<ChunkSource> source;
+    if (ahead) {
+        try {
+            source = std::make_unique<ReadAhead>(reader, chunkFrames);
+        } catch (const std::system_error&) {
+            // No thread to be had: read in turn.
+        }
+    }
+    if (!source)
+        source = std::make_unique<ReadInPlace>(reader, chunkFrames);
     size_t total = 0;
     for (;;) {
         throwIfCancelled(isCancelled);
-        const long long read = reader.read(chunk.data(), static_cast<long long>(chunkFrames));
-        if (read <= 0)
+        const std::span<const float> chunk = source->next();
+        if (chunk.empty())
             break;
+        const auto read = static_cast<long long>(chunk.size() / static_cast<size_t>(channels));
         total += static_cast<size_t>(read);
         if (total > maximumFrames)
             throw Failure::unreadable(kTooLongMessage);
@@ -76,7 +218,7 @@ DecodedAudio decodeOpened(decoding::AudioFileReader& reader, const CancelCheck& 
     } catch (const std::bad_alloc&) {
         throw Failure::unreadable("Could not allocate an audio buffer");
     }
-    readAll(reader, isCancelled, [&](const float* chunk, long long frames) {
+    readAll(reader, isCancelled, false, [&](const float* chunk, long long frames) {
         appendMonoMix(chunk, frames, reader.channels(), result.samples);
     });
     result.damaged = reader.damaged();
@@ -89,15 +231,27 @@ AnalysisSignal streamOpened(decoding::AudioFileReader& reader, const AnalysisReq
     PeakColumns peaks(request.waveformColumns, reader.announcedFrames());
     StreamingResampler resampler(rateHz, kAnalysisRateHz);
     const double announced = static_cast<double>(std::max(0LL, reader.announcedFrames()));
-    LoudestWindow window(request.windowSeconds,
-                         static_cast<size_t>(announced * kAnalysisRateHz / rateHz));
+    const auto expectedSamples = static_cast<size_t>(announced * kAnalysisRateHz / rateHz);
+    LoudestWindow window(request.windowSeconds, expectedSamples);
+    const size_t windowSamples = request.windowSeconds * kAnalysisSamplesPerSecond;
+    std::optional<OnsetEnvelopeStream> envelope;
+    if (request.onsetEnvelope && (request.decodeAhead || expectedSamples <= windowSamples))
+        envelope.emplace();
     std::vector<float> mono;
     std::vector<float> resampled;
+    const auto keep = [&] {
+        window.push(resampled);
+        // The first window's envelope, which is the crop's when the crop
+        // starts at the file's start.
+        if (envelope && envelope->received() < windowSamples)
+            envelope->push(std::span(resampled).first(
+                std::min(resampled.size(), windowSamples - envelope->received())));
+    };
     long long frames = 0;
     // Each read goes down the chain in slices small enough to stay in cache.
     constexpr long long kSliceFrames = 16384;
     const int channels = reader.channels();
-    readAll(reader, isCancelled, [&](const float* chunk, long long read) {
+    readAll(reader, isCancelled, request.decodeAhead, [&](const float* chunk, long long read) {
         for (long long at = 0; at < read; at += kSliceFrames) {
             mono.clear();
             appendMonoMix(chunk + at * channels, std::min(kSliceFrames, read - at), channels, mono);
@@ -105,20 +259,22 @@ AnalysisSignal streamOpened(decoding::AudioFileReader& reader, const AnalysisReq
             resampled.clear();
             if (!resampler.push(mono, resampled, isCancelled))
                 throw Failure::cancelled();
-            window.push(resampled);
+            keep();
         }
         frames += read;
     });
     resampled.clear();
     if (!resampler.finish(resampled, isCancelled))
         throw Failure::cancelled();
-    window.push(resampled);
+    keep();
 
     AnalysisSignal signal;
     LoudestWindow::Crop crop = window.finish();
     signal.window = std::move(crop.samples);
     signal.cropStartSamples = crop.startSamples;
     signal.analysisSamples = crop.totalSamples;
+    if (envelope && crop.startSamples == 0)
+        signal.envelope = envelope->finish();
     signal.waveform = peaks.finish();
     signal.durationSeconds = static_cast<double>(frames) / rateHz;
     signal.damaged = reader.damaged();

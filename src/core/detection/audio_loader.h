@@ -1,8 +1,10 @@
 #pragma once
 
 #include "detection/failure.h"
+#include "detection/onset_envelope.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -28,6 +30,9 @@ struct DecodedAudio {
 // The one read buffer's size, whatever the channel count: a header that
 // claims a thousand channels gets fewer frames per read, not more memory.
 inline constexpr size_t kReadBufferBytes = size_t{4} * 1024 * 1024;
+// Each of the few buffers of a read ahead of the analysis (about 3 s of
+// stereo at 44.1 kHz).
+inline constexpr size_t kReadAheadBytes = size_t{1024} * 1024;
 // Longest audio read: beyond it a file (or a stream that never ends) is
 // refused rather than filling memory. 3 hours at 48 kHz is 2 GB of samples.
 inline constexpr double kMaximumSeconds = 3 * 3600.0;
@@ -48,6 +53,14 @@ DecodedAudio loadMonoFromMemory(std::span<const std::byte> bytes, const CancelCh
 struct AnalysisRequest {
     size_t windowSeconds = 300; // the crop, in whole seconds of the 22050 Hz signal
     int waveformColumns = 1600;
+    // Decodes on a thread of its own, a few chunks ahead of the calling
+    // thread that mixes, resamples and crops: for when a core is free.
+    bool decodeAhead = false;
+    // Also measures the onset envelope on the way, for when the window
+    // turns out to start at the file's start (AnalysisSignal::envelope).
+    // Without decodeAhead only for a file announced to fit the window, as
+    // it is wasted work when the crop starts later.
+    bool onsetEnvelope = false;
 };
 struct AnalysisSignal {
     // At 22050 Hz: the whole signal when it fits the window, else the
@@ -58,6 +71,8 @@ struct AnalysisSignal {
     std::vector<float> waveform;  // PeakColumns of the mono signal at the file's rate
     double durationSeconds = 0.0; // decoded, before resampling or cropping
     bool damaged = false;
+    // onsetEnvelope(window), when asked for and measured on the way.
+    std::optional<Envelope> envelope;
 };
 
 // loadMono, resample to 22050 Hz and the loudest-window crop, without ever

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <numbers>
 
 namespace quorlen::detection {
@@ -108,6 +109,39 @@ private:
 
 size_t frameCount(size_t samples) { return (samples - kFrameLength) / kHopSamples + 1; }
 
+// The flux of one frame after another: the frame before the first one it
+// is given is taken as silence, so that frame's flux stays 0.
+template <typename Spectrum> class FrameFlux {
+public:
+    FrameFlux(const Filterbank& bank, const std::vector<float>& window)
+        : m_bank(bank), m_spectrum(window), m_prev(bank.bands.size()), m_cur(bank.bands.size()) {}
+
+    // Makes the frame at `in` the one the next flux is measured against.
+    void seed(const float* in) {
+        m_spectrum.magnitudes(in, m_magnitude.data());
+        m_bank.logEnergies(m_magnitude.data(), m_prev.data());
+        m_seeded = true;
+    }
+
+    // Adds the flux of the frame at `in` over the previous one.
+    void next(const float* in, double& full, double& low, double& mid) {
+        m_spectrum.magnitudes(in, m_magnitude.data());
+        m_bank.logEnergies(m_magnitude.data(), m_cur.data());
+        if (m_seeded)
+            m_bank.addFlux(m_prev, m_cur, full, low, mid);
+        std::swap(m_prev, m_cur);
+        m_seeded = true;
+    }
+
+private:
+    const Filterbank& m_bank;
+    Spectrum m_spectrum;
+    std::vector<float> m_magnitude = std::vector<float>(kMagnitudeBins);
+    std::vector<double> m_prev;
+    std::vector<double> m_cur;
+    bool m_seeded = false;
+};
+
 // Fills frames [first, last) of `out`. A range that does not start at 0
 // first computes the frame before it, so its flux is the same as if one
 // pass had run from frame 0. Returns false when cancelled.
@@ -115,21 +149,13 @@ template <typename Spectrum>
 bool envelopeRange(std::span<const float> samples, const Filterbank& bank,
                    const std::vector<float>& window, size_t first, size_t last,
                    const CancelCheck& isCancelled, Envelope& out) {
-    Spectrum spectrum(window);
-    std::vector<float> magnitude(kMagnitudeBins);
-    std::vector<double> prev(bank.bands.size()), cur(bank.bands.size());
-    if (first > 0) {
-        spectrum.magnitudes(samples.data() + (first - 1) * kHopSamples, magnitude.data());
-        bank.logEnergies(magnitude.data(), prev.data());
-    }
+    FrameFlux<Spectrum> flux(bank, window);
+    if (first > 0)
+        flux.seed(samples.data() + (first - 1) * kHopSamples);
     for (size_t i = first; i < last; ++i) {
         if (i % kEnvelopeCancelStride == 0 && isCancelled && isCancelled())
             return false;
-        spectrum.magnitudes(samples.data() + i * kHopSamples, magnitude.data());
-        bank.logEnergies(magnitude.data(), cur.data());
-        if (i > 0)
-            bank.addFlux(prev, cur, out.full[i], out.low[i], out.mid[i]);
-        std::swap(prev, cur);
+        flux.next(samples.data() + i * kHopSamples, out.full[i], out.low[i], out.mid[i]);
     }
     return true;
 }
@@ -163,6 +189,66 @@ Envelope onsetEnvelope(std::span<const float> samples, const CancelCheck& isCanc
 
 Envelope onsetEnvelopeReference(std::span<const float> samples, const CancelCheck& isCancelled) {
     return envelopeWith<ComplexSpectrum>(samples, isCancelled, 1);
+}
+
+struct OnsetEnvelopeStream::Frames {
+    Filterbank bank;
+    std::vector<float> window = hannWindow();
+    FrameFlux<RealSpectrum> flux{bank, window};
+};
+
+OnsetEnvelopeStream::OnsetEnvelopeStream() : m_frames(std::make_unique<Frames>()) {
+    m_pending.reserve(2 * kFrameLength);
+}
+
+OnsetEnvelopeStream::~OnsetEnvelopeStream() = default;
+
+void OnsetEnvelopeStream::push(std::span<const float> samples) {
+    m_received += samples.size();
+    const float* in = samples.data();
+    size_t left = samples.size();
+    // Frames that lie wholly in the input are read in place; only a frame's
+    // worth of it is copied, for the frames that start in the last piece.
+    if (!m_pending.empty()) {
+        const size_t had = m_pending.size();
+        const size_t take = std::min(left, kFrameLength);
+        m_pending.insert(m_pending.end(), in, in + take);
+        size_t start = 0;
+        for (; start + kFrameLength <= m_pending.size(); start += kHopSamples)
+            nextFrame(m_pending.data() + start);
+        if (start < had) { // all of the input went into the pending samples
+            m_pending.erase(m_pending.begin(),
+                            m_pending.begin() + static_cast<std::ptrdiff_t>(start));
+            return;
+        }
+        in += start - had;
+        left -= start - had;
+        m_pending.clear();
+    }
+    if (left >= kFrameLength) {
+        const size_t frames = (left - kFrameLength) / kHopSamples + 1;
+        for (size_t i = 0; i < frames; ++i)
+            nextFrame(in + i * kHopSamples);
+        in += frames * kHopSamples;
+        left -= frames * kHopSamples;
+    }
+    m_pending.assign(in, in + left);
+}
+
+void OnsetEnvelopeStream::nextFrame(const float* in) {
+    double full = 0.0, low = 0.0, mid = 0.0;
+    m_frames->flux.next(in, full, low, mid);
+    m_envelope.full.push_back(full);
+    m_envelope.low.push_back(low);
+    m_envelope.mid.push_back(mid);
+}
+
+Envelope OnsetEnvelopeStream::finish() {
+    Envelope out = std::move(m_envelope);
+    if (m_frames->bank.bands.size() < 3 || m_received < kFrameLength + 1)
+        out = {};
+    *this = OnsetEnvelopeStream();
+    return out;
 }
 
 std::vector<double> normalize(std::span<const double> envelope, double fps) {

@@ -3,6 +3,7 @@
 #include "detection/analysis_rate.h"
 #include "detection/failure.h"
 
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -33,6 +34,32 @@ struct Envelope {
 // are split over `threads` threads; the result does not depend on it.
 Envelope onsetEnvelope(std::span<const float> samples, const CancelCheck& isCancelled,
                        int threads = 1);
+
+// `onsetEnvelope` of a signal that arrives in pieces: each frame is
+// computed as soon as its samples are in, so the envelope can be measured
+// while the rest of the signal is still being read. Holds less than one
+// frame of samples besides the envelope.
+class OnsetEnvelopeStream {
+public:
+    OnsetEnvelopeStream();
+    ~OnsetEnvelopeStream();
+    OnsetEnvelopeStream(OnsetEnvelopeStream&&) noexcept = default;
+    OnsetEnvelopeStream& operator=(OnsetEnvelopeStream&&) noexcept = default;
+
+    void push(std::span<const float> samples);
+    size_t received() const { return m_received; }
+    // The envelope of everything pushed; the stream starts anew.
+    Envelope finish();
+
+private:
+    struct Frames;
+    void nextFrame(const float* in);
+
+    std::unique_ptr<Frames> m_frames;
+    std::vector<float> m_pending; // the next frame's samples so far
+    size_t m_received = 0;
+    Envelope m_envelope;
+};
 
 // The same envelope computed the plain way, with a full complex transform
 // per frame; kept to check the real-input transform of `onsetEnvelope`.

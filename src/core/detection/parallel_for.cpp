@@ -41,4 +41,28 @@ void parallelFor(size_t count, int threads, const std::function<void(size_t)>& b
         std::rethrow_exception(failure);
 }
 
+ThreadBudget::ThreadBudget(int spare, int mostPerTake)
+    : m_spare(std::max(spare, 0)), m_mostPerTake(std::max(mostPerTake, 0)) {}
+
+int ThreadBudget::take(int wanted) {
+    wanted = std::min(wanted, m_mostPerTake);
+    int free = m_spare.load();
+    for (;;) {
+        const int taken = std::clamp(free, 0, std::max(wanted, 0));
+        if (taken == 0 || m_spare.compare_exchange_weak(free, free - taken))
+            return taken;
+    }
+}
+
+void ThreadBudget::give(int count) { m_spare += std::max(count, 0); }
+
+ThreadLease::ThreadLease(int own, ThreadBudget* budget, int wantedExtra)
+    : m_own(std::max(own, 1)), m_budget(budget),
+      m_borrowed(budget ? budget->take(wantedExtra) : 0) {}
+
+ThreadLease::~ThreadLease() {
+    if (m_budget)
+        m_budget->give(m_borrowed);
+}
+
 } // namespace quorlen::detection

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <new>
 #include <numeric>
 #include <span>
@@ -105,9 +106,13 @@ TempoEvidence measureTempo(std::vector<float> samples, double sampleRateHz, doub
                                options);
 }
 
-TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSamples,
-                                  double durationSeconds, const CancelCheck& isCancelled,
-                                  const AnalysisOptions& options) {
+namespace {
+
+// measureCroppedTempo, with the onset envelope of `samples` when it was
+// measured already (as the file was read).
+TempoEvidence measureWith(std::span<const float> samples, std::optional<Envelope> measured,
+                          size_t cropStartSamples, double durationSeconds,
+                          const CancelCheck& isCancelled, const AnalysisOptions& options) {
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
     evidence.cropStartSamples = cropStartSamples;
@@ -118,9 +123,9 @@ TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSa
     const auto noRhythm = [&] { return classicLength ? Failure::noRhythm() : Failure::tooShort(); };
     if (loudestMomentRms(samples) < kInaudibleRms)
         throw noRhythm();
-    Envelope envelope = onsetEnvelope(samples, isCancelled, options.threads);
+    Envelope envelope =
+        measured ? std::move(*measured) : onsetEnvelope(samples, isCancelled, options.threads);
     throwIfCancelled(isCancelled);
-    samples = {};
     const double fps = kEnvelopeFps;
     evidence.full = normalize(envelope.full, fps);
     evidence.low = normalize(envelope.low, fps);
@@ -144,6 +149,15 @@ TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSa
     const std::vector<Candidate> coarse = coarseRanking(full, fps, tempos, options.threads);
     evidence.candidates = refineCandidates(full, fps, coarse, isCancelled, options.threads);
     return evidence;
+}
+
+} // namespace
+
+TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSamples,
+                                  double durationSeconds, const CancelCheck& isCancelled,
+                                  const AnalysisOptions& options) {
+    return measureWith(samples, std::nullopt, cropStartSamples, durationSeconds, isCancelled,
+                       options);
 }
 
 Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) {
@@ -195,21 +209,31 @@ Estimate analyze(std::vector<float> samples, double sampleRateHz, double duratio
 Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
                      const AnalysisOptions& options, const OctaveMode& octave) try {
     prepareAnalysis();
-    AnalysisSignal signal = loadAnalysisSignal(
-        path, {kAnalysisWindow / static_cast<size_t>(kAnalysisRateHz), kWaveformColumns},
-        isCancelled);
+    AnalysisSignal signal = [&] {
+        // Reading ahead takes a second thread, and no more.
+        const ThreadLease lease(options.threads, options.spareThreads, 2 - options.threads);
+        return loadAnalysisSignal(path,
+                                  {.windowSeconds = kAnalysisWindow / kAnalysisSamplesPerSecond,
+                                   .waveformColumns = kWaveformColumns,
+                                   .decodeAhead = lease.threads() >= 2,
+                                   .onsetEnvelope = true},
+                                  isCancelled);
+    }();
     throwIfCancelled(isCancelled);
     if (signal.analysisSamples < kMinimumLoopSamples)
         throw Failure::tooShort();
     Analysis analysis;
     analysis.damaged = signal.damaged;
     analysis.waveform = std::move(signal.waveform);
+    const ThreadLease lease(options.threads, options.spareThreads, std::numeric_limits<int>::max());
+    AnalysisOptions measuring = options;
+    measuring.threads = lease.threads();
     if (options.key)
-        analysis.key = key::estimateKey(signal.window, isCancelled);
-    analysis.estimate =
-        estimateTempo(measureCroppedTempo(std::move(signal.window), signal.cropStartSamples,
-                                          signal.durationSeconds, isCancelled, options),
-                      octave);
+        analysis.key = key::estimateKey(signal.window, isCancelled, measuring.threads);
+    analysis.estimate = estimateTempo(measureWith(signal.window, std::move(signal.envelope),
+                                                  signal.cropStartSamples, signal.durationSeconds,
+                                                  isCancelled, measuring),
+                                      octave);
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.

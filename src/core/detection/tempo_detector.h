@@ -2,6 +2,7 @@
 
 #include "detection/failure.h"
 #include "detection/octave_mode.h"
+#include "detection/parallel_for.h"
 #include "detection/tempo_search.h"
 #include "key/key_detector.h"
 
@@ -46,8 +47,11 @@ struct Analysis {
 
 // Knobs that change only how fast the answer comes, never the answer.
 struct AnalysisOptions {
-    int threads = 1;  // threads for scoring independent tempo candidates
+    int threads = 1;  // the analysis's own threads; with 2 or more it decodes ahead
     bool key = false; // also estimate the key and tuning (Analysis::key)
+    // Threads shared with other analyses of a batch, borrowed stage by
+    // stage on top of `threads` while they are free (none without one).
+    ThreadBudget* spareThreads = nullptr;
 };
 
 inline constexpr int kWaveformColumns = 1600;

@@ -106,8 +106,9 @@ std::array<KeyChance, 24> rankKeys(const Chroma& chroma) {
     return chances;
 }
 
-KeyEvidence measureKey(std::span<const float> samples, const detection::CancelCheck& isCancelled) {
-    std::vector<TonalFrame> frames = tonalFrames(samples, isCancelled);
+KeyEvidence measureKey(std::span<const float> samples, const detection::CancelCheck& isCancelled,
+                       int threads) {
+    std::vector<TonalFrame> frames = tonalFrames(samples, isCancelled, threads);
     detection::throwIfCancelled(isCancelled);
     keepSustainedTonalness(frames);
     double loudest = 0.0;
@@ -146,8 +147,9 @@ KeyEstimate chooseKey(const KeyEvidence& evidence) {
     return estimate;
 }
 
-KeyEstimate estimateKey(std::span<const float> samples, const detection::CancelCheck& isCancelled) {
-    return chooseKey(measureKey(samples, isCancelled));
+KeyEstimate estimateKey(std::span<const float> samples, const detection::CancelCheck& isCancelled,
+                        int threads) {
+    return chooseKey(measureKey(samples, isCancelled, threads));
 }
 
 double a4ForCents(double cents) { return 440.0 * std::exp2(cents / 1200.0); }

@@ -51,14 +51,17 @@ struct KeyChance {
 };
 std::array<KeyChance, 24> rankKeys(const Chroma& chroma);
 
-// Tuning and chroma of the 22050 Hz `samples`. Throws Failure::cancelled.
-KeyEvidence measureKey(std::span<const float> samples, const detection::CancelCheck& isCancelled);
+// Tuning and chroma of the 22050 Hz `samples`, its spectra computed on
+// `threads` threads (only the speed depends on it). Throws Failure::cancelled.
+KeyEvidence measureKey(std::span<const float> samples, const detection::CancelCheck& isCancelled,
+                       int threads = 1);
 
 // The key of `evidence`, or none when it is not tonal enough.
 KeyEstimate chooseKey(const KeyEvidence& evidence);
 
 // measureKey, then chooseKey.
-KeyEstimate estimateKey(std::span<const float> samples, const detection::CancelCheck& isCancelled);
+KeyEstimate estimateKey(std::span<const float> samples, const detection::CancelCheck& isCancelled,
+                        int threads = 1);
 
 // A4 in Hz for a tuning offset: 440 × 2^(cents / 1200).
 double a4ForCents(double cents);

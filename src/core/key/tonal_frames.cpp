@@ -1,6 +1,7 @@
 #include "key/tonal_frames.h"
 
 #include "detection/complex_fft.h"
+#include "detection/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>
@@ -140,26 +141,35 @@ size_t keyFrameStart(size_t frame, size_t samples) {
 }
 
 std::vector<TonalFrame> tonalFrames(std::span<const float> samples,
-                                    const detection::CancelCheck& isCancelled) {
+                                    const detection::CancelCheck& isCancelled, int threads) {
     const std::vector<float> window = hannWindow();
-    detection::RealFFT fft(kKeyFrameLength);
-    std::vector<float> frame(kKeyFrameLength), real(kKeyBins), imag(kKeyBins), magnitude(kKeyBins);
     const size_t count = keyFrameCount(samples.size());
-    std::vector<TonalFrame> frames;
-    frames.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-        if (i % kKeyCancelStride == 0 && isCancelled && isCancelled())
-            return {};
-        const size_t start = keyFrameStart(i, samples.size());
-        const size_t available = std::min(kKeyFrameLength, samples.size() - start);
-        for (size_t k = 0; k < available; ++k)
-            frame[k] = samples[start + k] * window[k];
-        std::fill(frame.begin() + static_cast<std::ptrdiff_t>(available), frame.end(), 0.0f);
-        fft.forward(frame, real, imag);
-        for (size_t k = 0; k < kKeyBins; ++k)
-            magnitude[k] = std::sqrt(real[k] * real[k] + imag[k] * imag[k]);
-        frames.push_back(tonalFrame(magnitude));
-    }
+    std::vector<TonalFrame> frames(count);
+    // Frames are independent: each range of them has its own transform.
+    const size_t ranges = std::clamp<size_t>(static_cast<size_t>(std::max(threads, 1)), 1,
+                                             std::max<size_t>(count, 1));
+    std::vector<char> finished(ranges, 0);
+    detection::parallelFor(ranges, threads, [&](size_t r) {
+        detection::RealFFT fft(kKeyFrameLength);
+        std::vector<float> frame(kKeyFrameLength), real(kKeyBins), imag(kKeyBins),
+            magnitude(kKeyBins);
+        for (size_t i = count * r / ranges; i < count * (r + 1) / ranges; ++i) {
+            if (i % kKeyCancelStride == 0 && isCancelled && isCancelled())
+                return;
+            const size_t start = keyFrameStart(i, samples.size());
+            const size_t available = std::min(kKeyFrameLength, samples.size() - start);
+            for (size_t k = 0; k < available; ++k)
+                frame[k] = samples[start + k] * window[k];
+            std::fill(frame.begin() + static_cast<std::ptrdiff_t>(available), frame.end(), 0.0f);
+            fft.forward(frame, real, imag);
+            for (size_t k = 0; k < kKeyBins; ++k)
+                magnitude[k] = std::sqrt(real[k] * real[k] + imag[k] * imag[k]);
+            frames[i] = tonalFrame(magnitude);
+        }
+        finished[r] = 1;
+    });
+    if (std::count(finished.begin(), finished.end(), 0) > 0)
+        return {};
     return frames;
 }
 

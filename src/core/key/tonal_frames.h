@@ -67,8 +67,9 @@ size_t keyFrameStart(size_t frame, size_t samples);
 // The frames of `samples` (22050 Hz): 8192-point Hann frames every 4096
 // samples, or at most kMaxKeyFrames spread evenly over a longer signal; a
 // signal shorter than one frame is padded with silence. Empty when
-// cancelled.
+// cancelled. Frames are split over `threads` threads; the result does not
+// depend on it.
 std::vector<TonalFrame> tonalFrames(std::span<const float> samples,
-                                    const detection::CancelCheck& isCancelled);
+                                    const detection::CancelCheck& isCancelled, int threads = 1);
 
 } // namespace quorlen::key

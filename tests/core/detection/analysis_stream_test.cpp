@@ -3,6 +3,7 @@
 #include "detection/audio_loader.h"
 #include "detection/downbeat.h"
 #include "detection/loudest_window.h"
+#include "detection/onset_envelope.h"
 #include "detection/resample.h"
 #include "detection/tempo_detector.h"
 #include "detection/waveform_peaks.h"
@@ -136,6 +137,107 @@ TEST(PeakColumns, ExactAtTheExpectedLengthAndWithinABucketOtherwise) {
     }
 }
 
+// Pieces of irregular lengths around the frame (1024) and hop (256).
+std::vector<size_t> irregularPieces() { return {1, 255, 1023, 7, 1025, 256, 3000, 2, 769}; }
+
+TEST(OnsetEnvelopeStream, MatchesTheWholeSignalEnvelopeWhateverThePieces) {
+    const size_t lengths[] = {100, 1024, 1025, 1024 + 3 * 256 + 17, 3 * kSecond + 5};
+    for (const size_t n : lengths) {
+        const std::vector<float> x =
+            shapedNoise(n, double(kSecond), [](size_t s) { return s == 1 ? 0.9f : 0.2f; });
+        const Envelope whole = onsetEnvelope(x, {});
+        const std::vector<std::vector<size_t>> patterns = {{n},    {1},    {256},
+                                                           {1024}, {4096}, irregularPieces()};
+        for (const std::vector<size_t>& pattern : patterns) {
+            OnsetEnvelopeStream stream;
+            for (size_t at = 0, k = 0; at < n; ++k) {
+                const size_t piece = std::min(pattern[k % pattern.size()], n - at);
+                stream.push(std::span(x).subspan(at, piece));
+                at += piece;
+            }
+            EXPECT_EQ(stream.received(), n);
+            const Envelope streamed = stream.finish();
+            EXPECT_EQ(streamed.full, whole.full) << n << " in " << pattern.front();
+            EXPECT_EQ(streamed.low, whole.low) << n << " in " << pattern.front();
+            EXPECT_EQ(streamed.mid, whole.mid) << n << " in " << pattern.front();
+            EXPECT_EQ(stream.received(), 0u); // finished streams start anew
+        }
+    }
+}
+
+// A WAV of `seconds` whose clicks are loud only in `loudSecond`.
+std::string clickFile(const testing::TempDir& dir, const std::string& name, double seconds,
+                      size_t loudSecond, int rateHz = 44100) {
+    std::vector<float> x =
+        testing::clickTrain({.bpm = 132, .seconds = seconds, .rateHz = double(rateHz)});
+    for (size_t i = 0; i < x.size(); ++i)
+        x[i] *= i / size_t(rateHz) == loudSecond ? 1.0f : 0.3f;
+    const auto path = dir.file(name);
+    EXPECT_TRUE(testing::writeSound(path, x, 1, rateHz, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    return path.string();
+}
+
+TEST(AnalysisSignal, DecodingAheadGivesTheSameSignalAndTheEnvelopeOfAWindowAtTheStart) {
+    testing::TempDir dir;
+    struct Case {
+        const char* name;
+        double seconds;
+        size_t loudSecond;
+        bool decodeAhead;
+        bool envelope; // expected
+    };
+    // A 6 s window: the file fits it, or its loudest 6 s start at its start
+    // or later. Only a read ahead measures the envelope of a file announced
+    // longer than the window, since the crop may then not start at 0.
+    const Case cases[] = {
+        {"fits", 5.5, 2, false, true},       {"fits", 5.5, 2, true, true},
+        {"loud start", 11.0, 0, true, true}, {"loud start", 11.0, 0, false, false},
+        {"loud end", 11.0, 9, true, false},  {"loud end", 11.0, 9, false, false},
+    };
+    for (const Case& c : cases) {
+        const std::string path =
+            clickFile(dir, std::string(c.name) + ".wav", c.seconds, c.loudSecond);
+        const AnalysisRequest plain{.windowSeconds = 6, .waveformColumns = 64};
+        AnalysisRequest request = plain;
+        request.decodeAhead = c.decodeAhead;
+        request.onsetEnvelope = true;
+        const AnalysisSignal expected = loadAnalysisSignal(path, plain, {});
+        const AnalysisSignal signal = loadAnalysisSignal(path, request, {});
+        EXPECT_TRUE(signal.window == expected.window) << c.name << c.decodeAhead;
+        EXPECT_EQ(signal.cropStartSamples, expected.cropStartSamples) << c.name;
+        EXPECT_EQ(signal.analysisSamples, expected.analysisSamples) << c.name;
+        EXPECT_EQ(signal.waveform, expected.waveform) << c.name;
+        EXPECT_EQ(signal.durationSeconds, expected.durationSeconds) << c.name;
+        EXPECT_FALSE(expected.envelope) << c.name;
+        ASSERT_EQ(signal.envelope.has_value(), c.envelope) << c.name << c.decodeAhead;
+        if (signal.envelope) {
+            EXPECT_EQ(signal.envelope->full, onsetEnvelope(signal.window, {}).full) << c.name;
+            EXPECT_EQ(signal.envelope->low, onsetEnvelope(signal.window, {}).low) << c.name;
+        }
+    }
+}
+
+TEST(AnalysisSignal, CancellingWhileDecodingAheadStopsAtTheNextChunk) {
+    testing::TempDir dir;
+    // Four chunks ahead of 1 MB each: 40 s of stereo cannot be all read ahead.
+    std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 40, .rateHz = 44100});
+    std::vector<float> stereo(2 * x.size());
+    for (size_t i = 0; i < x.size(); ++i)
+        stereo[2 * i] = stereo[2 * i + 1] = x[i];
+    const auto path = dir.file("long.wav");
+    ASSERT_TRUE(testing::writeSound(path, stereo, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    for (const int pollsBeforeCancel : {0, 1, 3}) {
+        int polls = 0;
+        try {
+            loadAnalysisSignal(path, {.decodeAhead = true},
+                               [&] { return polls++ >= pollsBeforeCancel; });
+            ADD_FAILURE() << "not cancelled after " << pollsBeforeCancel;
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.kind(), FailureKind::cancelled);
+        }
+    }
+}
+
 // The streamed file analysis against the whole-file steps it replaces, on
 // a file longer than the 300 s window whose loudest part is not its start.
 TEST(AnalysisSignal, FileAnalysisEqualsTheWholeFileSteps) {
@@ -159,6 +261,32 @@ TEST(AnalysisSignal, FileAnalysisEqualsTheWholeFileSteps) {
     EXPECT_EQ(streamed.estimate, estimate);
     EXPECT_EQ(streamed.key, key);
     EXPECT_EQ(streamed.waveform, peakEnvelope(audio.samples, kWaveformColumns));
+}
+
+// With a core to spare the file is decoded ahead, the envelope measured as
+// it arrives and the key estimated beside the tempo: the same analysis.
+TEST(AnalysisSignal, OneOrTwoThreadsGiveTheSameAnalysis) {
+    testing::TempDir dir;
+    struct Case {
+        const char* name;
+        double seconds;
+        size_t loudSecond;
+    };
+    // Under the 300 s window (the envelope is measured on the way), and
+    // over it with the loudest part first (the same) or later (measured
+    // after the crop).
+    const Case cases[] = {{"short.wav", 20, 3}, {"long-start.wav", 302, 0}, {"long.wav", 302, 301}};
+    for (const Case& c : cases) {
+        const std::string path = clickFile(dir, c.name, c.seconds, c.loudSecond, 8000);
+        for (const OctaveMode& octave : {OctaveMode::classic(), OctaveMode::automatic()}) {
+            const Analysis one = analyzeFile(path, {}, {1, true}, octave);
+            const Analysis two = analyzeFile(path, {}, {2, true}, octave);
+            EXPECT_EQ(two.estimate, one.estimate) << c.name;
+            EXPECT_EQ(two.key, one.key) << c.name;
+            EXPECT_EQ(two.waveform, one.waveform) << c.name;
+            ASSERT_TRUE(one.key) << c.name;
+        }
+    }
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <random>
 
@@ -70,6 +71,35 @@ TEST(TonalFrames, ASineIsOnePreciseTonalPeakAndNoiseHasNone) {
 
     EXPECT_EQ(tonalFrames(std::vector<float>(1000, 0.0f), {}).size(), 1u) << "padded";
     EXPECT_TRUE(tonalFrames(tone, [] { return true; }).empty()) << "cancelled";
+}
+
+TEST(TonalFrames, AreTheSameOnAnyNumberOfThreads) {
+    // Long enough for the frames to be spread out (more than 800 hops).
+    std::vector<float> x = detection::testing::sine(330.0, 320.0, kKeyRateHz);
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> noise(-0.1f, 0.1f);
+    for (size_t i = 0; i < x.size(); i += 7)
+        x[i] += noise(random);
+    for (const size_t length : {size_t{1000}, size_t{100000}, x.size()}) {
+        const std::span<const float> signal = std::span(x).first(length);
+        const std::vector<TonalFrame> one = tonalFrames(signal, {});
+        for (const int threads : {2, 3, 16}) {
+            const std::vector<TonalFrame> more = tonalFrames(signal, {}, threads);
+            ASSERT_EQ(more.size(), one.size()) << length << " on " << threads;
+            for (size_t i = 0; i < one.size(); ++i) {
+                ASSERT_EQ(more[i].energy, one[i].energy) << i;
+                ASSERT_EQ(more[i].tonalness, one[i].tonalness) << i;
+                ASSERT_EQ(more[i].peaks.size(), one[i].peaks.size()) << i;
+                for (size_t p = 0; p < one[i].peaks.size(); ++p)
+                    ASSERT_EQ(more[i].peaks[p].hz, one[i].peaks[p].hz) << i;
+            }
+        }
+    }
+    std::atomic<int> polls = 0;
+    EXPECT_TRUE(tonalFrames(
+                    x, [&] { return ++polls > 3; }, 2)
+                    .empty())
+        << "cancelled";
 }
 
 TEST(Chroma, PeaksFoldOntoTheTunedGrid) {
