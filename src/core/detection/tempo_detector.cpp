@@ -184,6 +184,13 @@ Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) 
     return estimate;
 }
 
+Analysis reestimate(const Analysis& analysis, const OctaveMode& octave) {
+    Analysis result = analysis;
+    result.estimate = estimateTempo(*analysis.evidence, octave);
+    result.octave = octave;
+    return result;
+}
+
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                  const CancelCheck& isCancelled, const AnalysisOptions& options,
                  const OctaveMode& octave) {
@@ -203,13 +210,14 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
         throw Failure::tooShort();
     Analysis analysis;
     analysis.damaged = signal.damaged;
-    analysis.waveform = std::move(signal.waveform);
+    analysis.waveform = std::make_shared<const std::vector<float>>(std::move(signal.waveform));
     if (options.key)
         analysis.key = key::estimateKey(signal.window, isCancelled);
-    analysis.estimate =
-        estimateTempo(measureCroppedTempo(std::move(signal.window), signal.cropStartSamples,
-                                          signal.durationSeconds, isCancelled, options),
-                      octave);
+    analysis.evidence = std::make_shared<const TempoEvidence>(
+        measureCroppedTempo(std::move(signal.window), signal.cropStartSamples,
+                            signal.durationSeconds, isCancelled, options));
+    analysis.estimate = estimateTempo(*analysis.evidence, octave);
+    analysis.octave = octave;
     return analysis;
 } catch (const std::bad_alloc&) {
     // A file longer than memory allows is one more file that cannot be read.

@@ -5,6 +5,7 @@
 #include "detection/tempo_search.h"
 #include "key/key_detector.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,14 +37,6 @@ struct Estimate {
     bool operator==(const Estimate&) const = default;
 };
 
-// What a finished job hands on: the estimate and a peak waveform to draw.
-struct Analysis {
-    Estimate estimate;
-    std::vector<float> waveform;
-    bool damaged = false;                // parts of the file could not be decoded and were skipped
-    std::optional<key::KeyEstimate> key; // only when asked for
-};
-
 // Knobs that change only how fast the answer comes, never the answer.
 struct AnalysisOptions {
     int threads = 1;  // threads for scoring independent tempo candidates
@@ -63,6 +56,19 @@ struct TempoEvidence {
     size_t cropStartSamples = 0; // at 22050 Hz
     size_t analysedSamples = 0;  // at 22050 Hz, after cropping
     double durationSeconds = 0.0;
+};
+
+// One analysis of a file: what it measured, and the estimate made from that
+// in one octave mode. Copies share the measurements and the waveform.
+struct Analysis {
+    Estimate estimate;
+    OctaveMode octave; // the mode `estimate` was made in
+    // 1600 peak columns of the decoded signal, 0 ... 1; shared, never copied.
+    std::shared_ptr<const std::vector<float>> waveform;
+    bool damaged = false;                // parts of the file could not be decoded and were skipped
+    std::optional<key::KeyEstimate> key; // only when asked for
+    // What `estimate` was made from; absent in an analysis made by hand.
+    std::shared_ptr<const TempoEvidence> evidence;
 };
 
 // The first stages of `analyze`: resampling to 22050 Hz, cropping to the
@@ -87,6 +93,11 @@ TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSa
 // downbeat, loop length, confidence and alternatives anew for the tempo
 // they chose.
 Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave);
+
+// `analysis` in another octave mode, made from its evidence without decoding
+// again: the same as analysing the file anew in that mode. Needs
+// `analysis.evidence`; throws Failure as estimateTempo does.
+Analysis reestimate(const Analysis& analysis, const OctaveMode& octave);
 
 // Tempo, beat grid, downbeat and confidence of mono `samples` at
 // `sampleRateHz`: `measureTempo`, then `estimateTempo`.
