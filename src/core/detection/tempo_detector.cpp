@@ -220,8 +220,7 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
     analysis.octave = octave;
     return analysis;
 } catch (const std::bad_alloc&) {
-    // A file longer than memory allows is one more file that cannot be read.
-    throw Failure::unreadable("Not enough memory to analyse this file");
+    throw Failure::outOfMemory();
 }
 
 } // namespace quorlen::detection
