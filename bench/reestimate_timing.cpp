@@ -23,9 +23,9 @@ double medianMs(int runs, const std::function<void()>& step) {
     for (int run = 0; run < runs; ++run) {
         const auto start = std::chrono::steady_clock::now();
         step();
-        ms.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() -
-                                                               start)
-                         .count());
+        ms.push_back(
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+                .count());
     }
     std::sort(ms.begin(), ms.end());
     return ms[ms.size() / 2];
@@ -48,8 +48,7 @@ int main(int argc, char** argv) {
         for (const OctaveMode& mode : {OctaveMode::automatic(), *OctaveMode::range(70, 140),
                                        *OctaveMode::range(40, 80), OctaveMode::classic()}) {
             const double ms = medianMs(runs, [&] { (void)reestimate(shown, mode); });
-            std::printf("%-10s %10.2f %10.4f\n", octaveModeText(mode).c_str(), ms,
-                        ms / analysisMs);
+            std::printf("%-10s %10.2f %10.4f\n", octaveModeText(mode).c_str(), ms, ms / analysisMs);
         }
     } catch (const Failure& failure) {
         std::fprintf(stderr, "reestimate_timing: %s: %s\n", path, failure.what());

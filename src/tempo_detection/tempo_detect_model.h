@@ -32,8 +32,8 @@ public:
     // The analysis as made (or re-estimated in another octave mode), and
     // what the panel shows of it.
     struct Detection : detection::Analysis {
-        QString name; // the file's name, without folders
-        QString path; // the analysed file, for the preview
+        QString name;   // the file's name, without folders
+        QString path;   // the analysed file, for the preview
         double bpm = 0; // shown; halving and doubling change it
         double beatOffsetSeconds = 0;
         std::optional<int> snappedBars; // cleared by halving and doubling

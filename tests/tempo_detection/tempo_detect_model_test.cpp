@@ -1,8 +1,8 @@
 #include "audio/fake_audio_backend.h"
 #include "support/wait.h"
-#include "test_signals.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_preview_player.h"
+#include "test_signals.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -155,12 +155,12 @@ TEST(TempoDetectModel, RescaleStaysWithin20To400AndForgetsTheLoopFit) {
 // the test writes.
 struct EngineRig {
     EngineRig() {
-        auto player = std::make_unique<TempoPreviewPlayer>(
-            std::make_unique<testing::FakeAudioBackend>());
+        auto player =
+            std::make_unique<TempoPreviewPlayer>(std::make_unique<testing::FakeAudioBackend>());
         model = std::make_unique<TempoDetectModel>(
-            std::move(player), [this](const std::string& path,
-                                      const detection::CancelCheck& isCancelled,
-                                      const detection::OctaveMode& octave) {
+            std::move(player),
+            [this](const std::string& path, const detection::CancelCheck& isCancelled,
+                   const detection::OctaveMode& octave) {
                 ++analyses;
                 return detection::analyzeFile(path, isCancelled, {}, octave);
             });
@@ -171,8 +171,8 @@ struct EngineRig {
         const std::vector<float> x =
             detection::testing::drumGroove({.bpm = bpm, .seconds = seconds, .steps = steps});
         const auto path = dir.file(name);
-        EXPECT_TRUE(detection::testing::writeSound(path, x, 1, 44100,
-                                                   SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+        EXPECT_TRUE(
+            detection::testing::writeSound(path, x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
         return QString::fromStdString(path.string());
     }
     bool analyseAndWait(const QString& path) {

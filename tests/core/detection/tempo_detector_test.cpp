@@ -209,8 +209,9 @@ TEST(Reestimate, EqualsAFreshAnalysisInEveryMode) {
         ASSERT_TRUE(kept.evidence);
         for (const OctaveMode& mode : modes) {
             SCOPED_TRACE(std::string(file.source) + ", " + octaveModeText(mode));
-            const std::optional<Analysis> fresh =
-                outcome([&] { return analyzeFile(path, {}, {2, true}, mode); });
+            const std::optional<Analysis> fresh = outcome([&] {
+                return analyzeFile(path, {}, {2, true}, mode);
+            });
             const std::optional<Analysis> again = outcome([&] { return reestimate(kept, mode); });
             ASSERT_EQ(again.has_value(), fresh.has_value());
             if (!fresh)
