@@ -195,7 +195,7 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
             return false;
         postFailure(job, board, i, file, failure.what());
     } catch (const std::bad_alloc&) {
-        postFailure(job, board, i, file, "Not enough memory to analyse this file");
+        postFailure(job, board, i, file, detection::Failure::outOfMemory().what());
     } catch (const std::exception& error) {
         postFailure(job, board, i, file, error.what());
     }

@@ -155,23 +155,39 @@ void TempoDetectModel::apply(const std::shared_ptr<Job>& job, const Outcome& out
     m_running.reset();
     m_analysing = false;
     if (outcome.analysis) {
-        const detection::Analysis& analysis = *outcome.analysis;
-        m_result = Detection{QFileInfo(job->path).fileName(),
-                             analysis.estimate,
-                             analysis.waveform,
-                             job->path,
-                             analysis.estimate.bpm,
-                             analysis.estimate.beatOffsetSeconds,
-                             analysis.estimate.snappedBars,
-                             analysis.damaged,
-                             analysis.key,
-                             outcome.stamp};
-        dropTagSaving();
-        m_tagOutcome.reset();
-        m_status.reset();
-        m_failed = false;
+        Detection shown;
+        static_cast<detection::Analysis&>(shown) = *outcome.analysis;
+        shown.name = QFileInfo(job->path).fileName();
+        shown.path = job->path;
+        shown.stamp = outcome.stamp;
+        show(std::move(shown));
     } else if (!outcome.cancelled) {
         m_status = outcome.error;
+        m_failed = true;
+    }
+    emit changed();
+}
+
+void TempoDetectModel::show(Detection detection) {
+    detection.bpm = detection.estimate.bpm;
+    detection.beatOffsetSeconds = detection.estimate.beatOffsetSeconds;
+    detection.snappedBars = detection.estimate.snappedBars;
+    m_result = std::move(detection);
+    dropTagSaving();
+    m_tagOutcome.reset();
+    m_status.reset();
+    m_failed = false;
+}
+
+void TempoDetectModel::reestimateShown() {
+    stopPreview();
+    try {
+        Detection shown = *m_result;
+        static_cast<detection::Analysis&>(shown) = detection::reestimate(*m_result, m_octave);
+        show(std::move(shown));
+    } catch (const detection::Failure& failure) {
+        // As a new analysis that failed: the last result stays behind the sentence.
+        m_status = QString::fromStdString(failure.what());
         m_failed = true;
     }
     emit changed();
@@ -181,12 +197,15 @@ void TempoDetectModel::setOctaveMode(const detection::OctaveMode& mode) {
     if (mode == m_octave)
         return;
     m_octave = mode;
-    // A copy: analysing again replaces the job and the result it names.
-    const std::optional<QString> path = m_running  ? std::optional(m_running->path)
-                                        : m_result ? std::optional(m_result->path)
-                                                   : std::nullopt;
-    if (path)
-        analyse(*path);
+    if (m_running) {
+        // A copy: analysing again replaces the job that holds the path.
+        const QString path = m_running->path;
+        analyse(path);
+    } else if (m_result && m_result->evidence) {
+        reestimateShown();
+    } else if (m_result) {
+        analyse(m_result->path);
+    }
 }
 
 void TempoDetectModel::rescale(double factor) {

@@ -29,16 +29,14 @@ namespace quorlen {
 class TempoDetectModel : public QObject {
     Q_OBJECT
 public:
-    struct Detection {
-        QString name;                 // the file's name, without folders
-        detection::Estimate estimate; // as analysed, never changed
-        std::vector<float> waveform;  // 1600 peak columns, 0 ... 1
-        QString path;                 // the analysed file, for the preview
-        double bpm = 0;               // shown; halving and doubling change it
+    // The analysis as made (or re-estimated in another octave mode), and
+    // what the panel shows of it.
+    struct Detection : detection::Analysis {
+        QString name;   // the file's name, without folders
+        QString path;   // the analysed file, for the preview
+        double bpm = 0; // shown; halving and doubling change it
         double beatOffsetSeconds = 0;
-        std::optional<int> snappedBars;      // cleared by halving and doubling
-        bool damaged = false;                // the decoder skipped parts of the file
-        std::optional<key::KeyEstimate> key; // when the analysis measured it
+        std::optional<int> snappedBars; // cleared by halving and doubling
         // The file as the analysis started on it: one changed since is not tagged.
         std::optional<tags::FileStamp> stamp;
     };
@@ -78,7 +76,9 @@ public:
     // publishes, and the model stops analysing.
     void cancelAnalysis();
     // How the next analyses choose the tempo's octave (classic at first).
-    // A change analyses the shown (or the running) file again, so the
+    // A change re-estimates the shown result from what its analysis
+    // measured, at once and without decoding again (a running analysis, or
+    // a result that kept no measurements, is analysed again), so the
     // result, its grid and its alternatives follow the mode.
     void setOctaveMode(const detection::OctaveMode& mode);
     const detection::OctaveMode& octaveMode() const { return m_octave; }
@@ -115,6 +115,8 @@ private:
     void applyTagOutcome(const std::shared_ptr<TagJob>& job, const tags::TagOutcome& outcome);
     void dropTagSaving();
     void cancelRunning();
+    void show(Detection detection);
+    void reestimateShown();
     void setPlayhead(std::optional<double> seconds);
     void failPreview(const QString& message);
 

@@ -181,7 +181,8 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
     const double mid = h / 2;
     const QColor ink = withOpacity(currentColors().primaryText, 0.38);
     const std::vector<double> halfHeights =
-        detection::waveformHalfHeights(m_waveform, w, h, m_durationSeconds, m_view);
+        m_waveform ? detection::waveformHalfHeights(*m_waveform, w, h, m_durationSeconds, m_view)
+                   : std::vector<double>{};
     for (size_t x = 0; x < halfHeights.size(); ++x) {
         const double a = halfHeights[x];
         painter.fillRect(QRectF(double(x), mid - a, 1, 2 * a), ink);

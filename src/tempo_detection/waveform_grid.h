@@ -6,7 +6,9 @@
 #include <QColor>
 #include <QWidget>
 
+#include <memory>
 #include <optional>
+#include <vector>
 
 namespace quorlen {
 
@@ -49,7 +51,7 @@ protected:
 
 private:
     QColor m_accent;
-    std::vector<float> m_waveform;
+    std::shared_ptr<const std::vector<float>> m_waveform; // the analysis's own, shared
     double m_durationSeconds = 0;
     double m_bpm = 0;
     double m_beatOffsetSeconds = 0;

@@ -2,8 +2,10 @@
 #include "support/wait.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_preview_player.h"
+#include "test_signals.h"
 
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
 #include <atomic>
 #include <map>
@@ -22,7 +24,7 @@ Analysis analysisAt(double bpm, std::optional<int> snappedBars = std::nullopt) {
     analysis.estimate.confidence = 0.8;
     analysis.estimate.snappedBars = snappedBars;
     analysis.estimate.durationSeconds = 8.0;
-    analysis.waveform.assign(1600, 0.5f);
+    analysis.waveform = std::make_shared<const std::vector<float>>(1600, 0.5f);
     return analysis;
 }
 
@@ -147,6 +149,93 @@ TEST(TempoDetectModel, RescaleStaysWithin20To400AndForgetsTheLoopFit) {
         EXPECT_EQ(result.estimate.snappedBars, 4);
         EXPECT_EQ(result.beatOffsetSeconds, 0.25);
     }
+}
+
+// A model over the detection engine that counts its analyses, for files
+// the test writes.
+struct EngineRig {
+    EngineRig() {
+        auto player =
+            std::make_unique<TempoPreviewPlayer>(std::make_unique<testing::FakeAudioBackend>());
+        model = std::make_unique<TempoDetectModel>(
+            std::move(player),
+            [this](const std::string& path, const detection::CancelCheck& isCancelled,
+                   const detection::OctaveMode& octave) {
+                ++analyses;
+                return detection::analyzeFile(path, isCancelled, {}, octave);
+            });
+    }
+    QString write(const char* name, double bpm, double seconds) {
+        const std::vector<std::string> steps = {"k", "", "h", "", "ks", "", "h", "",
+                                                "k", "", "h", "", "ks", "", "h", ""};
+        const std::vector<float> x =
+            detection::testing::drumGroove({.bpm = bpm, .seconds = seconds, .steps = steps});
+        const auto path = dir.file(name);
+        EXPECT_TRUE(
+            detection::testing::writeSound(path, x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+        return QString::fromStdString(path.string());
+    }
+    bool analyseAndWait(const QString& path) {
+        model->analyse(path);
+        return quorlen::testing::waitUntil([this] { return !model->isAnalysing(); });
+    }
+    detection::testing::TempDir dir;
+    std::atomic<int> analyses{0};
+    std::unique_ptr<TempoDetectModel> model;
+};
+
+TEST(TempoDetectModel, AModeChangeReestimatesTheShownResultAsANewAnalysisWould) {
+    EngineRig rig;
+    const QString loop = rig.write("loop.wav", 120, 8.0);
+    ASSERT_TRUE(rig.analyseAndWait(loop));
+    ASSERT_TRUE(rig.model->result());
+    rig.model->rescale(2); // what was shown before the change does not stay
+    for (const detection::OctaveMode& mode :
+         {*detection::OctaveMode::range(40, 80), detection::OctaveMode::automatic(),
+          *detection::OctaveMode::range(150, 300), detection::OctaveMode::classic()}) {
+        SCOPED_TRACE(detection::octaveModeText(mode));
+        rig.model->setOctaveMode(mode);
+        EXPECT_FALSE(rig.model->isAnalysing());
+        const detection::Estimate fresh =
+            detection::analyzeFile(loop.toStdString(), {}, {}, mode).estimate;
+        const TempoDetectModel::Detection& shown = *rig.model->result();
+        EXPECT_EQ(shown.estimate, fresh);
+        EXPECT_EQ(shown.bpm, fresh.bpm);
+        EXPECT_EQ(shown.beatOffsetSeconds, fresh.beatOffsetSeconds);
+        EXPECT_EQ(shown.snappedBars, fresh.snappedBars);
+        EXPECT_EQ(shown.name, QStringLiteral("loop.wav"));
+    }
+    EXPECT_EQ(rig.analyses, 1);
+
+    // Two beats are too short for the classic mode: its failure is shown
+    // over the last result, and the next mode reads the loop again.
+    rig.model->setOctaveMode(detection::OctaveMode::automatic());
+    ASSERT_TRUE(rig.analyseAndWait(rig.write("short.wav", 136, 2 * 60 / 136.0)));
+    ASSERT_FALSE(rig.model->failed());
+    const double automatic = rig.model->result()->bpm;
+    rig.model->setOctaveMode(detection::OctaveMode::classic());
+    EXPECT_TRUE(rig.model->failed());
+    EXPECT_EQ(rig.model->status(), QString(detection::Failure::tooShort().what()));
+    EXPECT_EQ(rig.model->result()->bpm, automatic);
+    rig.model->setOctaveMode(*detection::OctaveMode::range(100, 200));
+    EXPECT_FALSE(rig.model->failed());
+    EXPECT_FALSE(rig.model->status());
+    EXPECT_NEAR(rig.model->result()->bpm, 136, 1);
+    EXPECT_EQ(rig.analyses, 2);
+}
+
+TEST(TempoDetectModel, AResultThatKeptNoMeasurementsIsAnalysedAgainInANewMode) {
+    Rig rig;
+    int calls = 0;
+    rig.analyser.answers["loop.wav"] = [&calls] {
+        ++calls;
+        return analysisAt(120, 4);
+    };
+    ASSERT_TRUE(rig.analyseAndWait(QStringLiteral("/music/loop.wav")));
+    rig.model->setOctaveMode(detection::OctaveMode::automatic());
+    EXPECT_TRUE(rig.model->isAnalysing());
+    ASSERT_TRUE(quorlen::testing::waitUntil([&] { return !rig.model->isAnalysing(); }));
+    EXPECT_EQ(calls, 2);
 }
 
 TEST(TempoDetectModel, ClosingDuringAnAnalysisLeavesNothingBehind) {

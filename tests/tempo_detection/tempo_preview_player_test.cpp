@@ -50,7 +50,7 @@ struct Rig {
                 detection::Analysis analysis;
                 analysis.estimate.bpm = 120;
                 analysis.estimate.durationSeconds = durationSeconds;
-                analysis.waveform.assign(1600, 0.5f);
+                analysis.waveform = std::make_shared<const std::vector<float>>(1600, 0.5f);
                 return analysis;
             });
     }

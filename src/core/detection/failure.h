@@ -26,6 +26,8 @@ public:
     static Failure tooShort() { return Failure(FailureKind::tooShort); }
     static Failure noRhythm() { return Failure(FailureKind::noRhythm); }
     static Failure cancelled() { return Failure(FailureKind::cancelled); }
+    // A file longer than memory allows is one more file that cannot be read.
+    static Failure outOfMemory() { return unreadable("Not enough memory to analyse this file"); }
 
 private:
     FailureKind kind_;

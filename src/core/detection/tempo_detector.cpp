@@ -198,6 +198,13 @@ Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) 
     return estimate;
 }
 
+Analysis reestimate(const Analysis& analysis, const OctaveMode& octave) {
+    Analysis result = analysis;
+    result.estimate = estimateTempo(*analysis.evidence, octave);
+    result.octave = octave;
+    return result;
+}
+
 Estimate analyze(std::vector<float> samples, double sampleRateHz, double durationSeconds,
                  const CancelCheck& isCancelled, const AnalysisOptions& options,
                  const OctaveMode& octave) {
@@ -224,20 +231,20 @@ Analysis analyzeFile(const std::string& path, const CancelCheck& isCancelled,
         throw Failure::tooShort();
     Analysis analysis;
     analysis.damaged = signal.damaged;
-    analysis.waveform = std::move(signal.waveform);
+    analysis.waveform = std::make_shared<const std::vector<float>>(std::move(signal.waveform));
     const ThreadLease lease(options.threads, options.spareThreads, std::numeric_limits<int>::max());
     AnalysisOptions measuring = options;
     measuring.threads = lease.threads();
     if (options.key)
         analysis.key = key::estimateKey(signal.window, isCancelled, measuring.threads);
-    analysis.estimate = estimateTempo(measureWith(signal.window, std::move(signal.envelope),
-                                                  signal.cropStartSamples, signal.durationSeconds,
-                                                  isCancelled, measuring),
-                                      octave);
+    analysis.evidence = std::make_shared<const TempoEvidence>(
+        measureWith(signal.window, std::move(signal.envelope), signal.cropStartSamples,
+                    signal.durationSeconds, isCancelled, measuring));
+    analysis.estimate = estimateTempo(*analysis.evidence, octave);
+    analysis.octave = octave;
     return analysis;
 } catch (const std::bad_alloc&) {
-    // A file longer than memory allows is one more file that cannot be read.
-    throw Failure::unreadable("Not enough memory to analyse this file");
+    throw Failure::outOfMemory();
 }
 
 } // namespace quorlen::detection

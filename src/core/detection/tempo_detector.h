@@ -6,6 +6,7 @@
 #include "detection/tempo_search.h"
 #include "key/key_detector.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,14 +38,6 @@ struct Estimate {
     bool operator==(const Estimate&) const = default;
 };
 
-// What a finished job hands on: the estimate and a peak waveform to draw.
-struct Analysis {
-    Estimate estimate;
-    std::vector<float> waveform;
-    bool damaged = false;                // parts of the file could not be decoded and were skipped
-    std::optional<key::KeyEstimate> key; // only when asked for
-};
-
 // Knobs that change only how fast the answer comes, never the answer.
 struct AnalysisOptions {
     int threads = 1;  // the analysis's own threads; with 2 or more it decodes ahead
@@ -69,6 +62,19 @@ struct TempoEvidence {
     double durationSeconds = 0.0;
 };
 
+// One analysis of a file: what it measured, and the estimate made from that
+// in one octave mode. Copies share the measurements and the waveform.
+struct Analysis {
+    Estimate estimate;
+    OctaveMode octave; // the mode `estimate` was made in
+    // 1600 peak columns of the decoded signal, 0 ... 1; shared, never copied.
+    std::shared_ptr<const std::vector<float>> waveform;
+    bool damaged = false;                // parts of the file could not be decoded and were skipped
+    std::optional<key::KeyEstimate> key; // only when asked for
+    // What `estimate` was made from; absent in an analysis made by hand.
+    std::shared_ptr<const TempoEvidence> evidence;
+};
+
 // The first stages of `analyze`: resampling to 22050 Hz, cropping to the
 // loudest 300 s, the onset envelopes and the ranked, refined candidates
 // (none for a loop too short for the periodicity analysis to find one).
@@ -91,6 +97,11 @@ TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSa
 // downbeat, loop length, confidence and alternatives anew for the tempo
 // they chose.
 Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave);
+
+// `analysis` in another octave mode, made from its evidence without decoding
+// again: the same as analysing the file anew in that mode. Needs
+// `analysis.evidence`; throws Failure as estimateTempo does.
+Analysis reestimate(const Analysis& analysis, const OctaveMode& octave);
 
 // Tempo, beat grid, downbeat and confidence of mono `samples` at
 // `sampleRateHz`: `measureTempo`, then `estimateTempo`.

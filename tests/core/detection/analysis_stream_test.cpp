@@ -260,7 +260,7 @@ TEST(AnalysisSignal, FileAnalysisEqualsTheWholeFileSteps) {
         analyze(std::move(resampled), kAnalysisRateHz, audio.durationSeconds(), {}, {2});
     EXPECT_EQ(streamed.estimate, estimate);
     EXPECT_EQ(streamed.key, key);
-    EXPECT_EQ(streamed.waveform, peakEnvelope(audio.samples, kWaveformColumns));
+    EXPECT_EQ(*streamed.waveform, peakEnvelope(audio.samples, kWaveformColumns));
 }
 
 // With a core to spare the file is decoded ahead, the envelope measured as

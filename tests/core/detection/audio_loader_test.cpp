@@ -165,7 +165,7 @@ TEST(AudioLoader, AnalysesClicksFrom8To192KHz) {
         EXPECT_EQ(analysis.estimate.bpm, 120.0) << rate;
         EXPECT_EQ(analysis.estimate.snappedBars, 4) << rate;
         EXPECT_DOUBLE_EQ(analysis.estimate.durationSeconds, 8.0) << rate;
-        EXPECT_EQ(analysis.waveform.size(), 1600u) << rate;
+        EXPECT_EQ(analysis.waveform->size(), 1600u) << rate;
     }
 }
 

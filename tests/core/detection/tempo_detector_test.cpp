@@ -2,9 +2,12 @@
 #include "test_signals.h"
 
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <optional>
 #include <random>
 
 namespace quorlen::detection {
@@ -165,6 +168,61 @@ TEST(Confidence, CombinesPeakProminenceAndTheGapToTheSecondTempo) {
     };
     for (const Case& c : cases)
         EXPECT_NEAR(confidence(c.raw, c.mean, c.secondRaw), c.expected, 1e-12) << c.source;
+}
+
+// Each mode's result made from a kept analysis must be the one a fresh
+// analysis in that mode gives, failures included: a setting changed on a
+// shown result may not show anything a new analysis would not.
+TEST(Reestimate, EqualsAFreshAnalysisInEveryMode) {
+    const std::vector<std::string> fourOnTheFloor = {"k", "", "h", "", "ks", "", "h", "",
+                                                     "k", "", "h", "", "ks", "", "h", ""};
+    const std::vector<std::string> twoStep = {"kh", "", "h",  "", "sh", "", "h", "",
+                                              "h",  "", "kh", "", "sh", "", "h", ""};
+    struct File {
+        testing::Groove groove;
+        const char* source;
+    };
+    const std::vector<File> files = {
+        {{.bpm = 120, .seconds = 8.0, .steps = fourOnTheFloor}, "a 4-bar loop that snaps"},
+        {{.bpm = 140, .seconds = 10.7, .steps = twoStep}, "a break of no whole bars"},
+        {{.bpm = 136, .seconds = 2 * 60 / 136.0, .steps = fourOnTheFloor},
+         "a two-beat loop, too short for the classic mode"},
+    };
+    const std::vector<OctaveMode> modes = {OctaveMode::classic(), OctaveMode::automatic(),
+                                           *OctaveMode::range(40, 80), *OctaveMode::range(70, 140),
+                                           *OctaveMode::range(150, 300)};
+    const auto outcome = [](const std::function<Analysis()>& run) -> std::optional<Analysis> {
+        try {
+            return run();
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.kind(), FailureKind::tooShort);
+            return std::nullopt;
+        }
+    };
+    testing::TempDir dir;
+    for (const File& file : files) {
+        const std::vector<float> x = testing::drumGroove(file.groove);
+        const std::string path = dir.file("groove.wav").string();
+        ASSERT_TRUE(testing::writeSound(path, x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+        // The kept analysis is made in a mode that reads every file.
+        const Analysis kept = analyzeFile(path, {}, {2, true}, OctaveMode::automatic());
+        ASSERT_TRUE(kept.evidence);
+        for (const OctaveMode& mode : modes) {
+            SCOPED_TRACE(std::string(file.source) + ", " + octaveModeText(mode));
+            const std::optional<Analysis> fresh = outcome([&] {
+                return analyzeFile(path, {}, {2, true}, mode);
+            });
+            const std::optional<Analysis> again = outcome([&] { return reestimate(kept, mode); });
+            ASSERT_EQ(again.has_value(), fresh.has_value());
+            if (!fresh)
+                continue;
+            EXPECT_EQ(again->estimate, fresh->estimate);
+            EXPECT_EQ(again->octave, mode);
+            EXPECT_EQ(again->key, fresh->key);
+            EXPECT_EQ(*again->waveform, *fresh->waveform);
+            EXPECT_EQ(again->waveform, kept.waveform) << "the waveform is shared, not copied";
+        }
+    }
 }
 
 } // namespace
