@@ -6,8 +6,10 @@
 //
 // Clicks: each run builds a fresh panel (so a fresh output), analyses AUDIO,
 // lets a second pass as a person reads the result, then clicks the
-// waveform: from the click to the first non-silent frame handed to the
-// output callback, and to the first sound recorded from the sink. Then
+// waveform two seconds after the result: from the click to the first non-silent frame handed to the
+// output callback, and to the first sound recorded from the sink; once with
+// the private server as it is, once with an output that takes 1.5 s more to
+// open, as a desktop's did. Then
 // Stop, silence, and a later click, timed the same way.
 //
 // Quit: each run starts this program again as the app (main window,
@@ -37,6 +39,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -97,10 +100,31 @@ private:
     std::atomic<long long> m_firstSoundNs{0};
 };
 
+// The sound card, opening its first stream `openDelayMs` later than the
+// private server does: a desktop's server took 1.6 s.
+class SlowOpening final : public AudioBackend {
+public:
+    explicit SlowOpening(int openDelayMs) : m_openDelayMs(openDelayMs) {}
+    bool start(RenderSource& source) override {
+        if (!m_opened)
+            std::this_thread::sleep_for(std::chrono::milliseconds(m_openDelayMs));
+        m_opened = true;
+        return m_device.start(source);
+    }
+    void pause() override { m_device.pause(); }
+    bool isRunning() const override { return m_device.isRunning(); }
+    void abandon() noexcept override { m_device.abandon(); }
+
+private:
+    int m_openDelayMs;
+    bool m_opened = false;
+    RtAudioBackend m_device;
+};
+
 // The player's output as on the sound card, with its source tapped.
 class TappedOutput final : public AudioBackend {
 public:
-    TappedOutput() : m_output(std::make_unique<RtAudioBackend>()) {}
+    explicit TappedOutput(int openDelayMs) : m_output(std::make_unique<SlowOpening>(openDelayMs)) {}
     bool start(RenderSource& source) override {
         if (!m_tap)
             m_tap = std::make_unique<TappedSource>(source);
@@ -138,12 +162,14 @@ struct Heard {
     }
 };
 
-int measureClicks(const QString& path, int runs, testing::PrivateSoundServer& server) {
+int measureClicks(const QString& path, int runs, int openDelayMs,
+                  testing::PrivateSoundServer& server) {
+    std::printf("an output that opens %d ms later than the server's own:\n", openDelayMs);
     Heard heard{server};
     std::vector<double> firstToCallback, firstToSink, laterToCallback, laterToSink;
     for (int run = 0; run < runs; ++run) {
         CalculatorState state;
-        auto* output = new TappedOutput;
+        auto* output = new TappedOutput(openDelayMs);
         TempoDetectModel model(
             std::make_unique<TempoPreviewPlayer>(std::unique_ptr<AudioBackend>(output)));
         TempoDetectPanel panel(state, model);
@@ -157,7 +183,8 @@ int measureClicks(const QString& path, int runs, testing::PrivateSoundServer& se
                          qPrintable(model.status().value_or(QString())));
             return 1;
         }
-        waitMs(1000);
+        // A person reads the result before clicking.
+        waitMs(1700);
         heard.quiet(300);
         auto* grid = panel.findChild<WaveformGrid*>();
         for (const bool first : {true, false}) {
@@ -259,7 +286,9 @@ int main(int argc, char** argv) {
     }
     qputenv("PULSE_SERVER", server.address().toLocal8Bit());
     std::printf("cores: %d\n", QThread::idealThreadCount());
-    if (const int status = measureClicks(path, runs, server))
-        return status;
+    for (const int openDelayMs : {0, 1500}) {
+        if (const int status = measureClicks(path, runs, openDelayMs, server))
+            return status;
+    }
     return measureQuit(QApplication::applicationFilePath(), path, runs, server);
 }

@@ -18,7 +18,8 @@ struct Onset {
 // handed over before the block of the frame each is paired with, and reads
 // the clicks back from the left channel: an onset is where the output
 // matches the start of a click sound.
-std::vector<Onset> clicksHeard(int frames, const std::vector<std::pair<int, PreviewStream::ClickGrid>>& grids,
+std::vector<Onset> clicksHeard(int frames,
+                               const std::vector<std::pair<int, PreviewStream::ClickGrid>>& grids,
                                int blockFrames = 256) {
     auto stream = std::make_unique<PreviewStream>();
     stream->begin(1, 0);
@@ -67,7 +68,12 @@ TEST(PreviewClicks, ClicksFallOnTheGridsFramesWithAccentsOnBarStarts) {
         // exact product each time, so it alternates and never drifts.
         {"fractional period",
          {{0, {1, true, 100, 5512.5, 0}}},
-         {{100, true}, {5613, false}, {11125, false}, {16638, false}, {22150, true}, {27663, false}}},
+         {{100, true},
+          {5613, false},
+          {11125, false},
+          {16638, false},
+          {22150, true},
+          {27663, false}}},
         // Beat 0 lies before the playback: beat 1 is the first heard, and
         // the downbeat counts from beat 0, not from the first one heard.
         {"grid from before the start",
@@ -80,7 +86,9 @@ TEST(PreviewClicks, ClicksFallOnTheGridsFramesWithAccentsOnBarStarts) {
         // Turned on midway: the next beat after the moment, never a click
         // at once; turned off: the click under way rings out, no more come.
         {"on and off midway",
-         {{0, {1, false, 0, 6000, 0}}, {6400, {1, true, 0, 6000, 0}}, {18432, {1, false, 0, 6000, 0}}},
+         {{0, {1, false, 0, 6000, 0}},
+          {6400, {1, true, 0, 6000, 0}},
+          {18432, {1, false, 0, 6000, 0}}},
          {{12000, false}, {18000, false}}},
         // A grid of another playback is not heard in this one.
         {"other generation", {{0, {2, true, 0, 6000, 0}}}, {}},
@@ -90,7 +98,8 @@ TEST(PreviewClicks, ClicksFallOnTheGridsFramesWithAccentsOnBarStarts) {
 }
 
 TEST(PreviewClicks, TheBlockSizeOfTheDeviceDoesNotMoveAClick) {
-    const std::vector<std::pair<int, PreviewStream::ClickGrid>> grid = {{0, {1, true, 77, 4410.3, 1}}};
+    const std::vector<std::pair<int, PreviewStream::ClickGrid>> grid = {
+        {0, {1, true, 77, 4410.3, 1}}};
     const auto reference = clicksHeard(30000, grid, 256);
     ASSERT_EQ(reference.size(), 7u);
     for (const int blockFrames : {1, 97, 512, 4096})

@@ -11,6 +11,7 @@ AsyncOutput::AsyncOutput(std::unique_ptr<AudioBackend> device)
     : m_device(std::move(device)), m_thread([this] { run(); }) {}
 
 AsyncOutput::~AsyncOutput() {
+    m_device->abandon();
     {
         std::lock_guard lock(m_mutex);
         m_quit = true;

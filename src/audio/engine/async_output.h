@@ -24,7 +24,8 @@ public:
     enum class State { stopped, starting, running, failed };
 
     explicit AsyncOutput(std::unique_ptr<AudioBackend> device);
-    // Waits for the request under way, then closes the device.
+    // Abandons the device (see AudioBackend::abandon), so the request under
+    // way ends as soon as the device lets it, then closes it.
     ~AsyncOutput() override;
 
     bool start(RenderSource& source) override;
