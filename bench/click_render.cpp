@@ -103,8 +103,10 @@ int main(int argc, char** argv) {
     std::printf("grid: %.2f BPM, beat 0 at %.4f s, downbeat %d; played from %.2f s\n", grid.bpm,
                 grid.beatOffsetSeconds, grid.downbeat, from);
     const int frames = static_cast<int>(seconds * RenderSource::kRateHz);
-    const std::vector<float> mixed = play(QString::fromLocal8Bit(argv[1]), from, frames, grid, true);
-    const std::vector<float> music = play(QString::fromLocal8Bit(argv[1]), from, frames, grid, false);
+    const std::vector<float> mixed =
+        play(QString::fromLocal8Bit(argv[1]), from, frames, grid, true);
+    const std::vector<float> music =
+        play(QString::fromLocal8Bit(argv[1]), from, frames, grid, false);
     writeWav(argv[2], mixed);
 
     // Clicks: where the mix first differs from the music after a quiet gap.

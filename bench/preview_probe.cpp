@@ -4,13 +4,13 @@
 //
 // usage: quorlen-preview-probe AUDIO [RUNS]
 //
-// Clicks: each run builds a fresh panel (so a fresh output), analyses AUDIO,
-// lets a second pass as a person reads the result, then clicks the
-// waveform two seconds after the result: from the click to the first non-silent frame handed to the
+// Clicks: each run builds a fresh panel (so a fresh output), analyses AUDIO
+// and clicks the waveform two seconds after the result, as a person reads
+// it first: from the click to the first non-silent frame handed to the
 // output callback, and to the first sound recorded from the sink; once with
-// the private server as it is, once with an output that takes 1.5 s more to
-// open, as a desktop's did. Then
-// Stop, silence, and a later click, timed the same way.
+// the private server as it is, once with an output that takes 1.5 s more
+// to open, as a desktop's did. Then Stop, silence, and a later click, timed
+// the same way.
 //
 // Quit: each run starts this program again as the app (main window,
 // tempo tool), which analyses AUDIO, previews it for a second and quits;
