@@ -116,8 +116,13 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
     }
 
     const uint64_t generation = ++m_generation;
-    const auto delayFrames =
-        static_cast<int>(std::lround(preview::kStartDelaySeconds * RenderSource::kRateHz));
+    // The start is heard the start delay after the request: an output that
+    // already runs holds frames ahead of the speaker, which count towards
+    // the delay. One that starts now begins with an empty queue.
+    const double ahead =
+        m_backend->isRunning() && !m_backend->isStarting() ? m_backend->latencySeconds() : 0.0;
+    const auto delayFrames = static_cast<int>(
+        std::lround(std::max(0.0, preview::kStartDelaySeconds - ahead) * RenderSource::kRateHz));
     m_stream->begin(generation, delayFrames);
     m_reader->play(generation, std::move(file), std::move(head));
     if (!m_backend->isRunning() && !m_backend->start(*m_stream)) {

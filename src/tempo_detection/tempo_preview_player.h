@@ -17,7 +17,7 @@ class PreviewStream;
 
 // Plays the analysed file from any position on an output stream of its own,
 // separate from the synthesiser's: a 12 ms raised-cosine fade-in, the start
-// scheduled 0.12 s ahead, and a 35 ms fade-out (12 steps) plus a 120 ms
+// heard 0.12 s after it is asked for, and a 35 ms fade-out (12 steps) plus a 120 ms
 // pause before it stops. The file is streamed by a reader thread, never
 // decoded whole, and resampled from its own rate to the 44.1 kHz the
 // backend takes (which adapts it to the device).

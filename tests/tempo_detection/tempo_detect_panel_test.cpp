@@ -11,6 +11,7 @@
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/octave_setting.h"
+#include "tempo_detection/preview_stream.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tempo_detection/waveform_grid.h"
@@ -162,8 +163,9 @@ TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
 // A panel over a model whose analyses the test decides, and a silent output.
 struct PanelRig {
     explicit PanelRig(std::function<detection::Analysis()> answer) {
-        auto player = std::make_unique<TempoPreviewPlayer>(
-            std::make_unique<quorlen::testing::FakeAudioBackend>());
+        auto output = std::make_unique<quorlen::testing::FakeAudioBackend>();
+        backend = output.get();
+        auto player = std::make_unique<TempoPreviewPlayer>(std::move(output));
         model = std::make_unique<TempoDetectModel>(
             std::move(player), [answer](const std::string&, const detection::CancelCheck&,
                                         const detection::OctaveMode&) { return answer(); });
@@ -179,6 +181,7 @@ struct PanelRig {
         return panel->findChild<T*>(QLatin1String(name));
     }
     CalculatorState state;
+    quorlen::testing::FakeAudioBackend* backend;
     std::unique_ptr<TempoDetectModel> model;
     std::unique_ptr<TempoDetectPanel> panel;
 };
@@ -245,6 +248,74 @@ TEST(TempoDetectPanel, EachAlternativeIsAButtonThatShowsItsTempo) {
     EXPECT_DOUBLE_EQ(rig.panel->model().result()->bpm, 90);
     // Now 120 is one of the others.
     EXPECT_EQ(buttons(), (QStringList{"120 BPM", "180 BPM", "60 BPM"}));
+}
+
+// The clicks a preview from the start plays over a silent file: their
+// frames from the first, and whether each is accented (the louder sound).
+std::vector<std::pair<int, bool>> clicksOfPreview(PanelRig& rig, int frames) {
+    TempoDetectModel& model = rig.panel->model();
+    model.startPreview();
+    PreviewStream& stream = model.player().stream();
+    std::vector<float> left;
+    while (int(left.size()) < frames) {
+        EXPECT_TRUE(waitUntil([&] { return stream.buffered() >= 2; }));
+        const std::vector<float> block = rig.backend->pull(1024);
+        for (size_t i = 0; i < block.size(); i += 2)
+            left.push_back(block[i]);
+    }
+    model.stopPreview();
+    EXPECT_TRUE(waitUntil([&] { return !model.player().isPlaying(); }));
+    std::vector<std::pair<int, bool>> clicks;
+    for (int i = 0; i < int(left.size()); ++i) {
+        if (left[size_t(i)] == 0)
+            continue;
+        const float peak =
+            *std::max_element(left.begin() + i, left.begin() + std::min(i + 400, int(left.size())));
+        clicks.emplace_back(i, peak > 0.4f);
+        i += 4000;
+    }
+    for (auto it = clicks.rbegin(); it != clicks.rend(); ++it)
+        it->first -= clicks.front().first;
+    return clicks;
+}
+
+TEST(TempoDetectPanel, TheClickToggleFromTheKeyboardPlaysTheGridShown) {
+    const generated::TempDir dir;
+    const std::string path = dir.file("silence.wav").string();
+    ASSERT_TRUE(generated::writeSound(path, std::vector<float>(3 * 44100, 0.0f), 1, 44100,
+                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    PanelRig rig([] {
+        detection::Analysis analysis = analysisAt(120);
+        analysis.estimate.alternatives = {90};
+        return analysis;
+    });
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    auto* click = rig.find<KitButton>("clickButton");
+    ASSERT_NE(click, nullptr);
+    EXPECT_EQ(click->text(), "Click");
+    EXPECT_TRUE(click->focusPolicy() & Qt::TabFocus);
+    click->setFocus();
+    QTest::keyClick(click, Qt::Key_Space);
+    EXPECT_TRUE(click->isChecked());
+    EXPECT_TRUE(rig.panel->model().player().isClickOn());
+
+    // 120 BPM, bars from beat 0: a beat every 22050 frames.
+    using Clicks = std::vector<std::pair<int, bool>>;
+    EXPECT_EQ(clicksOfPreview(rig, 5292 + 70000),
+              (Clicks{{0, true}, {22050, false}, {44100, false}, {66150, false}}));
+    // ÷2: one a second, every other bar line kept.
+    QTest::mouseClick(rig.find<KitButton>("halveButton"), Qt::LeftButton);
+    EXPECT_EQ(clicksOfPreview(rig, 5292 + 100000),
+              (Clicks{{0, true}, {44100, false}, {88200, false}}));
+    // The alternative shown: 90 BPM.
+    auto* ninety = rig.panel->findChild<KitButton*>(QStringLiteral("alternativeButton"));
+    ASSERT_NE(ninety, nullptr);
+    QTest::mouseClick(ninety, Qt::LeftButton);
+    EXPECT_EQ(clicksOfPreview(rig, 5292 + 70000),
+              (Clicks{{0, true}, {29400, false}, {58800, false}}));
+
+    QTest::keyClick(click, Qt::Key_Space);
+    EXPECT_TRUE(clicksOfPreview(rig, 5292 + 30000).empty()) << "off again";
 }
 
 TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult) {

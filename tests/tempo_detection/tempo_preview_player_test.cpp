@@ -173,6 +173,33 @@ TEST(TempoPreviewPlayer, TheClickSoundsOnTheFilesOwnBeatsWithTheAccentOnBars) {
     }
 }
 
+TEST(TempoPreviewPlayer, TheStartIsHeardTheDelayAfterTheRequestWhateverTheOutputHolds) {
+    struct Case {
+        bool prepared;  // the output ran before the start
+        double latency; // what it holds ahead of the speaker
+        int silentFrames;
+    };
+    const Case cases[] = {
+        {false, 0.023, 5292}, // it starts with the playback, with nothing queued
+        {true, 0.0, 5292},
+        {true, 0.023, 4278}, // 0.097 s
+        {true, 0.5, 0},      // never before the request
+    };
+    for (const Case& c : cases) {
+        Rig rig;
+        rig.backend->latency = c.latency;
+        ASSERT_TRUE(rig.analyseRamp(44100));
+        if (c.prepared) {
+            rig.player().prepare();
+            EXPECT_TRUE(rig.backend->isRunning());
+        }
+        rig.model->startPreview(0.5); // the ramp is not silent there
+        const std::vector<float> left = rig.pullLeft(8192);
+        const auto first = std::find_if(left.begin(), left.end(), [](float v) { return v != 0; });
+        EXPECT_EQ(first - left.begin(), c.silentFrames + 1) << c.latency; // the fade starts at 0
+    }
+}
+
 TEST(TempoPreviewPlayer, FilesPlayAtTheirOwnSpeedWhateverTheirRate) {
     // 0.5 s of a mono file at 22050 or 48000 Hz lasts 0.5 s at 44.1 kHz:
     // 22050 frames, less the last input frame the interpolation waits on.

@@ -261,6 +261,12 @@ bool RtAudioBackend::isRunning() const {
     return m_stream && m_stream->audio->isStreamRunning() && !g_streamFailed.load();
 }
 
+double RtAudioBackend::latencySeconds() const {
+    if (!isRunning() || m_stream->rateHz == 0)
+        return 0;
+    return static_cast<double>(m_queuedBlocks) * m_stream->blockFrames / m_stream->rateHz;
+}
+
 unsigned int RtAudioBackend::deviceRateHz() const { return m_stream ? m_stream->rateHz : 0; }
 
 unsigned int RtAudioBackend::blockFrames() const { return m_stream ? m_stream->blockFrames : 0; }

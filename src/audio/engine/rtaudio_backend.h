@@ -39,6 +39,8 @@ public:
     void pause() override;
     bool isRunning() const override;
     void abandon() noexcept override { m_abandoned->store(true); }
+    // The blocks the server was asked to queue.
+    double latencySeconds() const override;
 
     // Rate of the open stream in Hz, 0 when none is open.
     unsigned int deviceRateHz() const;
