@@ -114,6 +114,7 @@ public:
     void pause() override { m_device.pause(); }
     bool isRunning() const override { return m_device.isRunning(); }
     void abandon() noexcept override { m_device.abandon(); }
+    double latencySeconds() const override { return m_device.latencySeconds(); }
 
 private:
     int m_openDelayMs;
@@ -133,6 +134,7 @@ public:
     void pause() override { m_output.pause(); }
     bool isRunning() const override { return m_output.isRunning(); }
     bool isStarting() const override { return m_output.isStarting(); }
+    double latencySeconds() const override { return m_output.latencySeconds(); }
     TappedSource* tap() { return m_tap.get(); }
 
 private:
