@@ -442,6 +442,52 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
     EXPECT_FALSE(rig.panel->isTickerRunning());
 }
 
+// Columns of a grabbed waveform whose bar reaches near the top: loud ones
+// (the focus ring's edges left out).
+int loudColumns(WaveformGrid& grid) {
+    const QImage image = grid.grab().toImage();
+    const QRgb quiet = image.pixel(20, 6);
+    int loud = 0;
+    for (int x = 5; x < image.width() - 5; ++x)
+        loud += image.pixel(x, 6) != quiet ? 1 : 0;
+    return loud;
+}
+
+TEST(TempoDetectPanel, ZoomedCloseTheWaveformShowsTheFilesOwnDetail) {
+    // 200 s with one loud sample at 100.3 s: the 1600 kept peaks give it
+    // an eighth of a second, a point a column gives it a point or two.
+    const generated::TempDir dir;
+    const std::string path = dir.file("long.wav").string();
+    std::vector<float> samples(200 * 8000, 0.0f);
+    samples[size_t(100.3 * 8000)] = 1.0f;
+    ASSERT_TRUE(generated::writeSound(path, samples, 1, 8000, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    TempoDetectModel::Detection detection;
+    detection.estimate.durationSeconds = 200;
+    detection.path = QString::fromStdString(path);
+    detection.waveform.assign(1600, 0.0f);
+    detection.waveform[802] = 1.0f; // 100.25 ... 100.375 s
+    WaveformGrid grid(QuorlenTheme::dusk());
+    grid.resize(800, WaveformGrid::kHeight);
+    grid.setDetection(detection);
+    grid.show();
+    QApplication::processEvents();
+    EXPECT_LE(loudColumns(grid), 2) << "the whole file: a column a point";
+    QTest::qWait(150);
+    EXPECT_FALSE(grid.showsDetail()) << "the kept peaks are fine enough";
+
+    for (int i = 0; i < 8; ++i)
+        grid.zoom(2, 100.3); // down to the narrowest view, a second
+    EXPECT_GT(loudColumns(grid), 80) << "the kept column, stretched";
+    ASSERT_TRUE(waitUntil([&] { return grid.showsDetail(); }));
+    EXPECT_GE(loudColumns(grid), 1);
+    EXPECT_LE(loudColumns(grid), 2);
+
+    // Scrolled away and back: the detail follows the view.
+    grid.zoom(0.5, 50);
+    EXPECT_FALSE(grid.showsDetail());
+    ASSERT_TRUE(waitUntil([&] { return grid.showsDetail(); }));
+}
+
 TEST(TempoDetectPanel, TheWaveformPlaysFromTheKeyboard) {
     generated::TempDir dir;
     const std::string path = dir.file("tone.wav").string();
