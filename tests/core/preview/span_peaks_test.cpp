@@ -67,12 +67,12 @@ TEST(SpanPeaks, FinerPeaksAreWantedOnlyWhereAKeptColumnIsWiderThanAPoint) {
     };
     // 1600 kept columns.
     const Case cases[] = {
-        {60, 60, 800, false},      // the whole file: half a point a column
-        {60, 20, 800, true},       // 3 times closer: 1.3 points a column
-        {10800, 1, 870, true},     // one second of three hours
-        {10800, 600, 870, true},   // as long a stretch as is decoded again
-        {10800, 601, 870, false},  // longer
-        {10800, 1, 0, false},      // nowhere to draw
+        {60, 60, 800, false},     // the whole file: half a point a column
+        {60, 20, 800, true},      // 3 times closer: 1.3 points a column
+        {10800, 1, 870, true},    // one second of three hours
+        {10800, 600, 870, true},  // as long a stretch as is decoded again
+        {10800, 601, 870, false}, // longer
+        {10800, 1, 0, false},     // nowhere to draw
     };
     for (const Case& c : cases)
         EXPECT_EQ(wantsSpanPeaks(c.duration, 1600, c.span, c.width), c.wanted)
