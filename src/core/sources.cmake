@@ -58,6 +58,7 @@ set(quorlen_core_sources
   key/key_text.cpp
   key/tonal_frames.cpp
   preview/preview_frames.cpp
+  preview/span_peaks.cpp
   tags/audio_tags.cpp
   tags/descriptor_stream.cpp
   tags/file_stamp.cpp

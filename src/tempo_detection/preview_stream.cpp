@@ -1,6 +1,8 @@
 #include "tempo_detection/preview_stream.h"
 
+#include "detection/waveform_layout.h"
 #include "preview/preview_frames.h"
+#include "synth/tone_buffers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +15,18 @@ namespace {
 const int kFramesPerFadeStep =
     static_cast<int>(std::lround(preview::kFadeOutStepSeconds * RenderSource::kRateHz));
 
+// The tempo tool's metronome sounds, the plain beat a little softer than
+// under the tool's own click so that the music stays in front.
+constexpr double kAccentHz = 1760;
+constexpr float kAccentGain = 0.5f;
+constexpr double kBeatHz = 1175;
+constexpr float kBeatGain = 0.3f;
+
 } // namespace
+
+PreviewStream::PreviewStream()
+    : m_accentClick(synth::makeTickBuffer(kAccentHz, kAccentGain)),
+      m_beatClick(synth::makeTickBuffer(kBeatHz, kBeatGain)) {}
 
 void PreviewStream::begin(uint64_t generation, int delayFrames) {
     m_delayFrames.store(delayFrames, std::memory_order_relaxed);
@@ -39,6 +52,42 @@ void PreviewStream::stepFade() noexcept {
     m_framesToStep = kFramesPerFadeStep;
 }
 
+void PreviewStream::takeClickGrids() noexcept {
+    ClickGrid grid;
+    bool taken = false;
+    while (m_clickGrids.pop(grid)) {
+        m_grid = grid;
+        taken = true;
+    }
+    if (taken)
+        aimNextClick(m_filePosition);
+}
+
+void PreviewStream::aimNextClick(int64_t from) noexcept {
+    m_nextClick = -1;
+    if (m_grid.generation != m_playing || !m_grid.on || !(m_grid.periodFrames > 0))
+        return;
+    auto beat = static_cast<int64_t>(
+        std::ceil((static_cast<double>(from) - m_grid.firstBeatFrame) / m_grid.periodFrames));
+    int64_t due = 0;
+    // Rounding may put the beat found just before the position.
+    for (;; ++beat) {
+        due = std::llround(m_grid.firstBeatFrame + static_cast<double>(beat) * m_grid.periodFrames);
+        if (due >= from)
+            break;
+    }
+    m_nextClick = due;
+    m_nextAccented = detection::isBarBeat(beat, m_grid.downbeat);
+}
+
+void PreviewStream::clickIfDue() noexcept {
+    if (m_filePosition != m_nextClick)
+        return;
+    m_click = m_nextAccented ? &m_accentClick : &m_beatClick;
+    m_clickPosition = 0;
+    aimNextClick(m_filePosition + 1);
+}
+
 void PreviewStream::render(float* out, int frameCount) noexcept {
     const uint64_t generation = m_generation.load(std::memory_order_acquire);
     if (generation != m_playing) {
@@ -49,7 +98,11 @@ void PreviewStream::render(float* out, int frameCount) noexcept {
         m_fadeStep = 0;
         m_fadesSeen = m_fadeRequests.load(std::memory_order_acquire);
         m_framesPlayed.store(0, std::memory_order_relaxed);
+        m_filePosition = 0;
+        m_click = nullptr;
+        aimNextClick(0);
     }
+    takeClickGrids();
     const uint32_t fades = m_fadeRequests.load(std::memory_order_acquire);
     if (fades != m_fadesSeen) {
         m_fadesSeen = fades;
@@ -65,11 +118,22 @@ void PreviewStream::render(float* out, int frameCount) noexcept {
         if (m_delayLeft > 0) {
             --m_delayLeft;
         } else if (m_playing != 0 && (m_position < m_current.frameCount || nextBlock(m_playing))) {
-            left = m_current.frames[2 * static_cast<size_t>(m_position)] * m_volume;
-            right = m_current.frames[2 * static_cast<size_t>(m_position) + 1] * m_volume;
+            left = m_current.frames[2 * static_cast<size_t>(m_position)];
+            right = m_current.frames[2 * static_cast<size_t>(m_position) + 1];
             ++m_position;
             ++played;
+            clickIfDue();
+            ++m_filePosition;
         }
+        if (m_click) {
+            const float click = (*m_click)[m_clickPosition];
+            left += click;
+            right += click;
+            if (++m_clickPosition == m_click->size())
+                m_click = nullptr;
+        }
+        left *= m_volume;
+        right *= m_volume;
         out[2 * static_cast<ptrdiff_t>(i)] = left;
         out[2 * static_cast<ptrdiff_t>(i) + 1] = right;
         if (m_fadeStep > 0 && m_fadeStep < preview::kFadeOutSteps && --m_framesToStep == 0)

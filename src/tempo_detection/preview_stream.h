@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <vector>
 
 namespace quorlen {
 
@@ -15,6 +16,10 @@ namespace quorlen {
 // generation of the playback it belongs to; blocks of any other generation
 // than the one set by the main thread are dropped unheard, so a new start
 // or a stop never lets a stale block through.
+//
+// A metronome can play over the file, mixed in the same frames: its clicks
+// start on the very frame of the file where a beat of the grid falls, so
+// they stay with the music however the reader or the device is late.
 class PreviewStream final : public RenderSource {
 public:
     static constexpr int kBlockFrames = 512;  // 11.6 ms
@@ -25,6 +30,21 @@ public:
         int frameCount = 0;
         uint64_t generation = 0;
     };
+
+    // The clicks of one playback, in frames of that playback (frame 0 is
+    // the file frame it starts from, after the start delay): beat k at
+    // round(firstBeatFrame + k × periodFrames) for every k that lands at or
+    // after frame 0, accented when k − downbeat is a multiple of 4.
+    struct ClickGrid {
+        uint64_t generation = 0;
+        bool on = false;
+        double firstBeatFrame = 0;
+        double periodFrames = 0;
+        int downbeat = 0;
+    };
+    static constexpr size_t kClickGridSlots = 16;
+
+    PreviewStream();
 
     // Reader thread: the receipt (see SpscRing) of the pushed block, or
     // nothing when the ring is full.
@@ -44,6 +64,13 @@ public:
     // Main thread. Steps the volume from where it is down to 0 in 12 equal
     // steps 2.916666 ms apart, counted in frames so callbacks cannot jitter it.
     void fadeOut();
+    // Main thread. The clicks of playback `grid.generation` from the next
+    // block on; false when the audio thread has not taken the last 16 yet.
+    bool setClicks(const ClickGrid& grid) { return m_clickGrids.push(grid).has_value(); }
+    // The sounds of an accented and of a plain beat, mono.
+    const std::vector<float>& accentClick() const { return m_accentClick; }
+    const std::vector<float>& beatClick() const { return m_beatClick; }
+
     // Either thread: the volume the audio thread applies now (tests, meters).
     float volume() const { return m_volumeNow.load(std::memory_order_relaxed); }
     // Frames of the current generation played so far, silence excluded.
@@ -55,6 +82,11 @@ public:
 private:
     bool nextBlock(uint64_t generation) noexcept;
     void stepFade() noexcept;
+    void takeClickGrids() noexcept;
+    // Finds the first click at or after file frame `from`.
+    void aimNextClick(int64_t from) noexcept;
+    // Starts the click due at the current file frame, if any.
+    void clickIfDue() noexcept;
 
     SpscRing<Block, kRingBlocks> m_ring;
     std::atomic<uint64_t> m_generation{0};
@@ -63,6 +95,10 @@ private:
     std::atomic<float> m_volumeNow{1.0f};
     std::atomic<uint64_t> m_framesPlayed{0};
     std::atomic<uint64_t> m_pushed{0};
+    SpscRing<ClickGrid, kClickGridSlots> m_clickGrids;
+    // Made before any playback and never changed: the audio thread only reads.
+    const std::vector<float> m_accentClick;
+    const std::vector<float> m_beatClick;
 
     // Audio thread only.
     Block m_current;
@@ -74,6 +110,12 @@ private:
     float m_fadeFrom = 1.0f;
     int m_fadeStep = 0;     // 0: no fade running; 1 ... 12 applied so far
     int m_framesToStep = 0; // until the next fade step
+    ClickGrid m_grid;       // the latest taken; heard when of m_playing
+    int64_t m_filePosition = 0;
+    int64_t m_nextClick = -1; // file frame of the next click; -1: none
+    bool m_nextAccented = false;
+    const std::vector<float>* m_click = nullptr; // the one sounding
+    size_t m_clickPosition = 0;
 };
 
 } // namespace quorlen

@@ -230,6 +230,13 @@ QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
     m_double = button("doubleButton", {}, {}, KitButton::Style::Bordered);
     m_preview = button("previewButton", QStringLiteral("Preview"), QStringLiteral("play.fill"),
                        KitButton::Style::Bordered);
+    m_click = button("clickButton", QStringLiteral("Click"), QStringLiteral("metronome"),
+                     KitButton::Style::Bordered);
+    m_click->setCheckable(true);
+    m_click->setToolTip(QStringLiteral("Play a click on the grid's beats over the preview"));
+    m_click->setAccessibleDescription(
+        QStringLiteral("A click on every beat of the grid shown, accented on the first beat of "
+                       "each bar, over the preview"));
     m_useBpm = button("useBpmButton", QStringLiteral("Use this BPM"),
                       QStringLiteral("checkmark.circle"), KitButton::Style::Prominent);
     m_saveTags =
@@ -238,6 +245,7 @@ QLayout* TempoDetectPanel::makeButtonRow(const QColor& accent) {
     row->addWidget(m_halve);
     row->addWidget(m_double);
     row->addWidget(m_preview);
+    row->addWidget(m_click);
     row->addStretch();
     row->addWidget(m_saveTags);
     row->addWidget(m_useBpm);
@@ -258,6 +266,8 @@ void TempoDetectPanel::connectControls() {
         else
             m_model.startPreview();
     });
+    connect(m_click, &QAbstractButton::toggled, this,
+            [this](bool on) { m_model.player().setClickOn(on); });
     connect(m_useBpm, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedBpm);
     connect(m_useKey, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedKey);
     connect(m_useA4, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedA4);
@@ -278,6 +288,12 @@ TempoDetectPanel::~TempoDetectPanel() {
 }
 
 void TempoDetectPanel::analyse(const QString& path) { m_model.analyse(path); }
+
+void TempoDetectPanel::showEvent(QShowEvent* event) {
+    PremiumPanel::showEvent(event);
+    if (m_model.result())
+        m_model.player().prepare();
+}
 
 void TempoDetectPanel::leave() { m_model.stopPreview(); }
 
@@ -362,6 +378,11 @@ void TempoDetectPanel::refresh() {
         QString::fromStdString(detection::confidenceLabel(confidence)),
         QString::fromStdString(text::format("%.0f", text::roundHalfAway(confidence * 100))));
     m_grid->setDetection(d);
+    // The click follows the grid shown, whichever tempo that is.
+    m_model.player().setClickGrid(d.bpm, d.beatOffsetSeconds, d.estimate.downbeat);
+    // A result on screen is about to be listened to.
+    if (isVisible() && !m_model.playhead())
+        m_model.player().prepare();
     m_halve->setLabel(QStringLiteral("÷2 → ") +
                           QString::fromStdString(detection::tempoText(d.bpm * 0.5, true)),
                       {});

@@ -49,6 +49,9 @@ public:
     // What "Save to file" did, for the note: "saved 128 BPM to the file".
     static QString tagNote(const tags::TagOutcome& outcome);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 signals:
     // "Use this key": the detected key as a circle position and ring.
     void keyChosen(int index, bool minor);
@@ -79,6 +82,7 @@ private:
     KitButton* m_halve;
     KitButton* m_double;
     KitButton* m_preview;
+    KitButton* m_click;
     KitButton* m_useBpm;
     KitButton* m_saveTags;
     SchemeLabel* m_note;

@@ -80,9 +80,12 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
                                   std::function<void()> onFinish, const StartOutcome& outcome) {
     std::unique_ptr<decoding::AudioFileReader> file;
     std::vector<float> head;
+    long long startFrame = 0;
+    double fileRateHz = 0;
     try {
         file = std::make_unique<decoding::AudioFileReader>(path.toStdString());
-        const auto startFrame = static_cast<long long>(std::trunc(fromSeconds * file->rateHz()));
+        fileRateHz = file->rateHz();
+        startFrame = static_cast<long long>(std::trunc(fromSeconds * fileRateHz));
         // The announced length may be an estimate (0 when unknown); a start
         // past the real end shows as a first read that finds nothing.
         const long long announced = file->announcedFrames();
@@ -113,8 +116,13 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
     }
 
     const uint64_t generation = ++m_generation;
-    const auto delayFrames =
-        static_cast<int>(std::lround(preview::kStartDelaySeconds * RenderSource::kRateHz));
+    // The start is heard the start delay after the request: an output that
+    // already runs holds frames ahead of the speaker, which count towards
+    // the delay. One that starts now begins with an empty queue.
+    const double ahead =
+        m_backend->isRunning() && !m_backend->isStarting() ? m_backend->latencySeconds() : 0.0;
+    const auto delayFrames = static_cast<int>(
+        std::lround(std::max(0.0, preview::kStartDelaySeconds - ahead) * RenderSource::kRateHz));
     m_stream->begin(generation, delayFrames);
     m_reader->play(generation, std::move(file), std::move(head));
     if (!m_backend->isRunning() && !m_backend->start(*m_stream)) {
@@ -126,10 +134,48 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
     m_finishGeneration = generation;
     m_playing = true;
     m_startOffset = fromSeconds;
+    m_playStartSeconds = static_cast<double>(startFrame) / fileRateHz;
     m_started = m_clock() + preview::kStartDelaySeconds;
     m_outputRan = !m_backend->isStarting();
     m_outputWatch.start();
+    sendClicks();
     outcome(std::nullopt);
+}
+
+void TempoPreviewPlayer::prepare() {
+    // A fade under way ends in a pause; the output opens after it.
+    if (m_fadeTimer.isActive()) {
+        m_afterStop.emplace_back([this] { prepare(); });
+        return;
+    }
+    if (!m_playing && !m_backend->isRunning())
+        m_backend->start(*m_stream);
+}
+
+void TempoPreviewPlayer::setClickOn(bool on) {
+    m_clickOn = on;
+    sendClicks();
+}
+
+void TempoPreviewPlayer::setClickGrid(double bpm, double beatOffsetSeconds, int downbeat) {
+    m_clickBpm = bpm;
+    m_clickOffsetSeconds = beatOffsetSeconds;
+    m_clickDownbeat = downbeat;
+    sendClicks();
+}
+
+// The reader resamples the file to the stream's rate from the start frame
+// on, so playback frame j is file time start + j / rate, and the grid's
+// beats fall on the frames of the music's own beats.
+void TempoPreviewPlayer::sendClicks() {
+    if (!m_playing)
+        return;
+    const double rate = RenderSource::kRateHz;
+    const bool on = m_clickOn && m_clickBpm > 0;
+    const PreviewStream::ClickGrid grid{m_finishGeneration, on,
+                                        (m_clickOffsetSeconds - m_playStartSeconds) * rate,
+                                        on ? 60.0 / m_clickBpm * rate : 0.0, m_clickDownbeat};
+    m_clicksUnsent = !m_stream->setClicks(grid);
 }
 
 void TempoPreviewPlayer::stopSmoothly(bool keepEngineRunning, std::function<void()> done) {
@@ -194,6 +240,8 @@ void TempoPreviewPlayer::onReaderFinished(uint64_t generation) {
 void TempoPreviewPlayer::checkOutput() {
     if (!m_playing)
         return;
+    if (m_clicksUnsent)
+        sendClicks();
     if (m_backend->isRunning()) {
         m_outputRan = m_outputRan || !m_backend->isStarting();
         return;

@@ -17,7 +17,7 @@ class PreviewStream;
 
 // Plays the analysed file from any position on an output stream of its own,
 // separate from the synthesiser's: a 12 ms raised-cosine fade-in, the start
-// scheduled 0.12 s ahead, and a 35 ms fade-out (12 steps) plus a 120 ms
+// heard 0.12 s after it is asked for, and a 35 ms fade-out (12 steps) plus a 120 ms
 // pause before it stops. The file is streamed by a reader thread, never
 // decoded whole, and resampled from its own rate to the 44.1 kHz the
 // backend takes (which adapts it to the device).
@@ -52,6 +52,19 @@ public:
     void stopSmoothly(bool keepEngineRunning, std::function<void()> done = {});
     // Stops at once, dropping everything scheduled.
     void stop(bool keepEngineRunning);
+    // Opens the output ahead of the first start, playing silence, so that
+    // a start is heard after the start delay alone rather than after a
+    // sound server has opened a stream (seconds on some desktops). Done
+    // once a result is shown; a stop pauses the output again.
+    void prepare();
+
+    // The metronome over the preview: clicks on the beats of the grid of
+    // `bpm` whose beat 0 lies at `beatOffsetSeconds` of the file, accented
+    // on bar starts (see detection::isBarBeat). Both reach a playing
+    // preview from its next beat on.
+    void setClickOn(bool on);
+    void setClickGrid(double bpm, double beatOffsetSeconds, int downbeat);
+    bool isClickOn() const { return m_clickOn; }
 
     // When the current playback starts (or started), in clock seconds.
     std::optional<double> started() const { return m_started; }
@@ -73,6 +86,7 @@ private:
     void finishStop();
     void onReaderFinished(uint64_t generation);
     void checkOutput();
+    void sendClicks();
 
     std::unique_ptr<AudioBackend> m_backend;
     Clock m_clock;
@@ -91,6 +105,13 @@ private:
     std::function<void()> m_pendingStart;
     QTimer m_outputWatch;
     bool m_outputRan = false;
+
+    bool m_clickOn = false;
+    double m_clickBpm = 0;
+    double m_clickOffsetSeconds = 0;
+    int m_clickDownbeat = 0;
+    double m_playStartSeconds = 0; // the file time of the playback's first frame
+    bool m_clicksUnsent = false;   // the stream's grid slots were full
 };
 
 } // namespace quorlen

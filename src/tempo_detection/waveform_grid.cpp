@@ -1,5 +1,8 @@
 #include "tempo_detection/waveform_grid.h"
 
+#include "decoding/audio_file_reader.h"
+#include "preview/span_peaks.h"
+#include "tempo_detection/analysis_pool.h"
 #include "ui/color_scheme.h"
 #include "ui/focus_ring.h"
 
@@ -7,12 +10,28 @@
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
 #include <QPainter>
+#include <QThreadPool>
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <mutex>
 
 namespace quorlen {
+
+// A read of the stretch shown, shared with its worker: the grid withdraws
+// under the mutex, and the worker posts only under it, so a posted result
+// always has a living receiver when posted.
+struct WaveformGrid::DetailJob {
+    std::atomic<bool> cancelled{false};
+    std::mutex mutex;
+    WaveformGrid* receiver = nullptr;
+};
+
+namespace {
+constexpr int kDetailSettleMs = 60;
+} // namespace
 
 WaveformGrid::WaveformGrid(const QColor& accent, QWidget* parent)
     : QWidget(parent), m_accent(accent) {
@@ -27,12 +46,87 @@ WaveformGrid::WaveformGrid(const QColor& accent, QWidget* parent)
     setAccessibleDescription(QStringLiteral("Left and Right move by a beat, Page Up and Page "
                                             "Down by a bar; Space or Return plays from there"));
     describeCursor();
+    m_detailTimer.setSingleShot(true);
+    m_detailTimer.setInterval(kDetailSettleMs);
+    connect(&m_detailTimer, &QTimer::timeout, this, &WaveformGrid::fetchDetail);
+}
+
+WaveformGrid::~WaveformGrid() { dropDetailJob(); }
+
+void WaveformGrid::dropDetailJob() {
+    if (!m_detailJob)
+        return;
+    std::lock_guard lock(m_detailJob->mutex);
+    m_detailJob->cancelled = true;
+    m_detailJob->receiver = nullptr;
+    m_detailJob.reset();
+}
+
+void WaveformGrid::showView(detection::TimeView view) {
+    // The playhead asks 30 times a second; only a move reads again.
+    if (view != m_view) {
+        m_view = view;
+        m_detailTimer.start();
+    }
+    update();
+}
+
+bool WaveformGrid::showsDetail() const {
+    return m_detail.view == m_view && !m_detail.peaks.empty() &&
+           m_detail.peaks.size() == static_cast<size_t>(width());
+}
+
+void WaveformGrid::fetchDetail() {
+    if (showsDetail())
+        return;
+    dropDetailJob();
+    if (m_path.empty() ||
+        !preview::wantsSpanPeaks(m_durationSeconds, m_waveform ? m_waveform->size() : 0, m_view.spanSeconds, width()))
+        return;
+    auto job = std::make_shared<DetailJob>();
+    job->receiver = this;
+    m_detailJob = job;
+    analysisPool().start([job, path = m_path, view = m_view, columns = width()] {
+        std::vector<float> peaks;
+        try {
+            decoding::AudioFileReader file(path);
+            peaks = preview::spanPeaks(file, view.startSeconds, view.spanSeconds, columns,
+                                       [&job] { return job->cancelled.load(); });
+        } catch (const std::exception&) {
+            return; // the kept peaks stay; a file gone since is the preview's to report
+        }
+        std::lock_guard lock(job->mutex);
+        if (peaks.empty() || !job->receiver)
+            return;
+        WaveformGrid* receiver = job->receiver;
+        QMetaObject::invokeMethod(
+            receiver,
+            [receiver, job, view, peaks = std::move(peaks)]() mutable {
+                if (job != receiver->m_detailJob)
+                    return;
+                receiver->m_detailJob.reset();
+                receiver->m_detail = {view, std::move(peaks)};
+                receiver->update();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void WaveformGrid::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    m_detailTimer.start();
 }
 
 void WaveformGrid::setDetection(const TempoDetectModel::Detection& detection) {
     // Another file starts whole; halving or doubling keeps the zoom.
+    if (detection.path.toStdString() != m_path) {
+        dropDetailJob();
+        m_detail = {};
+        m_path = detection.path.toStdString();
+        m_detailTimer.start();
+    }
     if (detection.estimate.durationSeconds != m_durationSeconds || m_view.spanSeconds <= 0)
-        m_view = {0, detection.estimate.durationSeconds};
+        showView({0, detection.estimate.durationSeconds});
     m_waveform = detection.waveform;
     m_durationSeconds = detection.estimate.durationSeconds;
     m_bpm = detection.bpm;
@@ -50,19 +144,18 @@ void WaveformGrid::setPlayhead(std::optional<double> seconds) {
     if (seconds) {
         m_cursor = *seconds;
         // A zoomed view pages along with the playback.
-        m_view = detection::viewShowing(m_view, *seconds, m_durationSeconds);
+        showView(detection::viewShowing(m_view, *seconds, m_durationSeconds));
     }
     update();
 }
 
 void WaveformGrid::zoom(double factor, double anchorSeconds) {
-    m_view = detection::zoomedView(m_view, factor, anchorSeconds, m_durationSeconds);
-    update();
+    showView(detection::zoomedView(m_view, factor, anchorSeconds, m_durationSeconds));
 }
 
 void WaveformGrid::moveCursor(double seconds) {
     m_cursor = seconds;
-    m_view = detection::viewShowing(m_view, seconds, m_durationSeconds);
+    showView(detection::viewShowing(m_view, seconds, m_durationSeconds));
     describeCursor();
     update();
     // A playing preview follows the cursor, as it follows a click.
@@ -85,9 +178,8 @@ void WaveformGrid::wheelEvent(QWheelEvent* event) {
     } else if (delta.x() != 0 || (event->modifiers() & Qt::ShiftModifier)) {
         // A notch moves a tenth of what is shown.
         const double notches = (delta.x() != 0 ? -delta.x() : -delta.y()) / kNotch;
-        m_view =
-            detection::scrolledView(m_view, notches * m_view.spanSeconds / 10, m_durationSeconds);
-        update();
+        showView(
+            detection::scrolledView(m_view, notches * m_view.spanSeconds / 10, m_durationSeconds));
     } else {
         event->ignore(); // an upright wheel scrolls the page
         return;
@@ -181,8 +273,9 @@ void WaveformGrid::paintEvent(QPaintEvent*) {
     const double mid = h / 2;
     const QColor ink = withOpacity(currentColors().primaryText, 0.38);
     const std::vector<double> halfHeights =
-        m_waveform ? detection::waveformHalfHeights(*m_waveform, w, h, m_durationSeconds, m_view)
-                   : std::vector<double>{};
+        showsDetail() ? detection::waveformHalfHeights(m_detail.peaks, w, h)
+        : m_waveform  ? detection::waveformHalfHeights(*m_waveform, w, h, m_durationSeconds, m_view)
+                      : std::vector<double>{};
     for (size_t x = 0; x < halfHeights.size(); ++x) {
         const double a = halfHeights[x];
         painter.fillRect(QRectF(double(x), mid - a, 1, 2 * a), ink);

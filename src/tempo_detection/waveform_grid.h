@@ -4,10 +4,12 @@
 #include "tempo_detection/tempo_detect_model.h"
 
 #include <QColor>
+#include <QTimer>
 #include <QWidget>
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace quorlen {
@@ -19,13 +21,17 @@ namespace quorlen {
 // Return plays from it; while the preview plays the cursor is the playhead,
 // so the arrows move the playback itself. It zooms (Ctrl+wheel, a pinch,
 // + and -) and scrolls in time (a sideways wheel, Shift+wheel), down to a
-// second of any file, with the grid at every zoom.
+// second of any file, with the grid at every zoom. Zoomed closer than the
+// analysis' peaks reach, it reads the stretch shown from the file again
+// on a worker thread and draws its own peaks, a point a column, so a beat
+// of a three-hour file still shows its shape.
 class WaveformGrid : public QWidget {
     Q_OBJECT
 public:
     static constexpr int kHeight = 88;
 
     explicit WaveformGrid(const QColor& accent, QWidget* parent = nullptr);
+    ~WaveformGrid() override;
 
     void setDetection(const TempoDetectModel::Detection& detection);
     void setPlayhead(std::optional<double> seconds);
@@ -35,6 +41,8 @@ public:
     detection::TimeView view() const { return m_view; }
     // Zooms by `factor` (2: twice as close) about `anchorSeconds`.
     void zoom(double factor, double anchorSeconds);
+    // Whether what is drawn comes from peaks read for the view shown.
+    bool showsDetail() const;
 
 signals:
     // Seconds from the start of the file, within 0 ... duration.
@@ -48,6 +56,7 @@ protected:
     bool event(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     QColor m_accent;
@@ -59,7 +68,21 @@ private:
     std::optional<double> m_playhead;
     double m_cursor = 0;
     detection::TimeView m_view;
+    std::string m_path;
 
+    // Peaks of the file read for one view and width.
+    struct Detail {
+        detection::TimeView view;
+        std::vector<float> peaks;
+    };
+    struct DetailJob;
+    Detail m_detail;
+    std::shared_ptr<DetailJob> m_detailJob;
+    QTimer m_detailTimer; // lets a wheel's steps settle before reading
+
+    void showView(detection::TimeView view);
+    void fetchDetail();
+    void dropDetailJob();
     void moveCursor(double seconds);
     void describeCursor();
 };

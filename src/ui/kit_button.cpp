@@ -66,6 +66,12 @@ void KitButton::paintEvent(QPaintEvent*) {
         ink = Qt::white;
     } else {
         paintFieldBox(painter, box, 7);
+        // A toggle that is on keeps a tint of its own.
+        if (isChecked()) {
+            painter.setPen(QPen(withOpacity(m_tint, 0.9), 1.5));
+            painter.setBrush(withOpacity(m_tint, 0.16));
+            painter.drawRoundedRect(box.adjusted(0.5, 0.5, -0.5, -0.5), 7, 7);
+        }
         if (pressed || hovered) {
             painter.setPen(Qt::NoPen);
             painter.setBrush(withOpacity(m_tint, pressed ? 0.22 : 0.1));

@@ -29,6 +29,7 @@ public:
     ~FakeAudioBackend() override { stopPulling(); }
 
     bool failStarts = false;
+    double latency = 0; // seconds, reported while running
     int starts = 0;
     int pauses = 0;
 
@@ -48,6 +49,7 @@ public:
         m_running = false;
     }
     bool isRunning() const override { return m_running; }
+    double latencySeconds() const override { return m_running ? latency : 0; }
 
     // The device went away under a running stream.
     void disappear() {

@@ -11,6 +11,7 @@
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/octave_setting.h"
+#include "tempo_detection/preview_stream.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tempo_detection/waveform_grid.h"
@@ -161,8 +162,9 @@ TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
 // A panel over a model whose analyses the test decides, and a silent output.
 struct PanelRig {
     explicit PanelRig(std::function<detection::Analysis()> answer) {
-        auto player = std::make_unique<TempoPreviewPlayer>(
-            std::make_unique<quorlen::testing::FakeAudioBackend>());
+        auto output = std::make_unique<quorlen::testing::FakeAudioBackend>();
+        backend = output.get();
+        auto player = std::make_unique<TempoPreviewPlayer>(std::move(output));
         model = std::make_unique<TempoDetectModel>(
             std::move(player), [answer](const std::string&, const detection::CancelCheck&,
                                         const detection::OctaveMode&) { return answer(); });
@@ -178,6 +180,7 @@ struct PanelRig {
         return panel->findChild<T*>(QLatin1String(name));
     }
     CalculatorState state;
+    quorlen::testing::FakeAudioBackend* backend;
     std::unique_ptr<TempoDetectModel> model;
     std::unique_ptr<TempoDetectPanel> panel;
 };
@@ -244,6 +247,74 @@ TEST(TempoDetectPanel, EachAlternativeIsAButtonThatShowsItsTempo) {
     EXPECT_DOUBLE_EQ(rig.panel->model().result()->bpm, 90);
     // Now 120 is one of the others.
     EXPECT_EQ(buttons(), (QStringList{"120 BPM", "180 BPM", "60 BPM"}));
+}
+
+// The clicks a preview from the start plays over a silent file: their
+// frames from the first, and whether each is accented (the louder sound).
+std::vector<std::pair<int, bool>> clicksOfPreview(PanelRig& rig, int frames) {
+    TempoDetectModel& model = rig.panel->model();
+    model.startPreview();
+    PreviewStream& stream = model.player().stream();
+    std::vector<float> left;
+    while (int(left.size()) < frames) {
+        EXPECT_TRUE(waitUntil([&] { return stream.buffered() >= 2; }));
+        const std::vector<float> block = rig.backend->pull(1024);
+        for (size_t i = 0; i < block.size(); i += 2)
+            left.push_back(block[i]);
+    }
+    model.stopPreview();
+    EXPECT_TRUE(waitUntil([&] { return !model.player().isPlaying(); }));
+    std::vector<std::pair<int, bool>> clicks;
+    for (int i = 0; i < int(left.size()); ++i) {
+        if (left[size_t(i)] == 0)
+            continue;
+        const float peak =
+            *std::max_element(left.begin() + i, left.begin() + std::min(i + 400, int(left.size())));
+        clicks.emplace_back(i, peak > 0.4f);
+        i += 4000;
+    }
+    for (auto it = clicks.rbegin(); it != clicks.rend(); ++it)
+        it->first -= clicks.front().first;
+    return clicks;
+}
+
+TEST(TempoDetectPanel, TheClickToggleFromTheKeyboardPlaysTheGridShown) {
+    const generated::TempDir dir;
+    const std::string path = dir.file("silence.wav").string();
+    ASSERT_TRUE(generated::writeSound(path, std::vector<float>(3 * 44100, 0.0f), 1, 44100,
+                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    PanelRig rig([] {
+        detection::Analysis analysis = analysisAt(120);
+        analysis.estimate.alternatives = {90};
+        return analysis;
+    });
+    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    auto* click = rig.find<KitButton>("clickButton");
+    ASSERT_NE(click, nullptr);
+    EXPECT_EQ(click->text(), "Click");
+    EXPECT_TRUE(click->focusPolicy() & Qt::TabFocus);
+    click->setFocus();
+    QTest::keyClick(click, Qt::Key_Return); // Space taps the tempo here
+    EXPECT_TRUE(click->isChecked());
+    EXPECT_TRUE(rig.panel->model().player().isClickOn());
+
+    // 120 BPM, bars from beat 0: a beat every 22050 frames.
+    using Clicks = std::vector<std::pair<int, bool>>;
+    EXPECT_EQ(clicksOfPreview(rig, 5292 + 70000),
+              (Clicks{{0, true}, {22050, false}, {44100, false}, {66150, false}}));
+    // ÷2: one a second, every other bar line kept.
+    QTest::mouseClick(rig.find<KitButton>("halveButton"), Qt::LeftButton);
+    EXPECT_EQ(clicksOfPreview(rig, 5292 + 100000),
+              (Clicks{{0, true}, {44100, false}, {88200, false}}));
+    // The alternative shown: 90 BPM.
+    auto* ninety = rig.panel->findChild<KitButton*>(QStringLiteral("alternativeButton"));
+    ASSERT_NE(ninety, nullptr);
+    QTest::mouseClick(ninety, Qt::LeftButton);
+    EXPECT_EQ(clicksOfPreview(rig, 5292 + 70000),
+              (Clicks{{0, true}, {29400, false}, {58800, false}}));
+
+    QTest::keyClick(click, Qt::Key_Return); // Space taps the tempo here
+    EXPECT_TRUE(clicksOfPreview(rig, 5292 + 30000).empty()) << "off again";
 }
 
 TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult) {
@@ -368,6 +439,52 @@ TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
     rig.panel->leave();
     EXPECT_FALSE(rig.panel->model().playhead());
     EXPECT_FALSE(rig.panel->isTickerRunning());
+}
+
+// Columns of a grabbed waveform whose bar reaches near the top: loud ones
+// (the focus ring's edges left out).
+int loudColumns(WaveformGrid& grid) {
+    const QImage image = grid.grab().toImage();
+    const QRgb quiet = image.pixel(20, 6);
+    int loud = 0;
+    for (int x = 5; x < image.width() - 5; ++x)
+        loud += image.pixel(x, 6) != quiet ? 1 : 0;
+    return loud;
+}
+
+TEST(TempoDetectPanel, ZoomedCloseTheWaveformShowsTheFilesOwnDetail) {
+    // 200 s with one loud sample at 100.3 s: the 1600 kept peaks give it
+    // an eighth of a second, a point a column gives it a point or two.
+    const generated::TempDir dir;
+    const std::string path = dir.file("long.wav").string();
+    std::vector<float> samples(200 * 8000, 0.0f);
+    samples[size_t(100.3 * 8000)] = 1.0f;
+    ASSERT_TRUE(generated::writeSound(path, samples, 1, 8000, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    TempoDetectModel::Detection detection;
+    detection.estimate.durationSeconds = 200;
+    detection.path = QString::fromStdString(path);
+    detection.waveform.assign(1600, 0.0f);
+    detection.waveform[802] = 1.0f; // 100.25 ... 100.375 s
+    WaveformGrid grid(QuorlenTheme::dusk());
+    grid.resize(800, WaveformGrid::kHeight);
+    grid.setDetection(detection);
+    grid.show();
+    QApplication::processEvents();
+    EXPECT_LE(loudColumns(grid), 2) << "the whole file: a column a point";
+    QTest::qWait(150);
+    EXPECT_FALSE(grid.showsDetail()) << "the kept peaks are fine enough";
+
+    for (int i = 0; i < 8; ++i)
+        grid.zoom(2, 100.3); // down to the narrowest view, a second
+    EXPECT_GT(loudColumns(grid), 80) << "the kept column, stretched";
+    ASSERT_TRUE(waitUntil([&] { return grid.showsDetail(); }));
+    EXPECT_GE(loudColumns(grid), 1);
+    EXPECT_LE(loudColumns(grid), 2);
+
+    // Scrolled away and back: the detail follows the view.
+    grid.zoom(0.5, 50);
+    EXPECT_FALSE(grid.showsDetail());
+    ASSERT_TRUE(waitUntil([&] { return grid.showsDetail(); }));
 }
 
 TEST(TempoDetectPanel, TheWaveformPlaysFromTheKeyboard) {

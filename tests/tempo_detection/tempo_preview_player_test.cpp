@@ -39,16 +39,18 @@ std::string writeRamp(const generated::TempDir& dir, const char* name, int frame
 // A model over a fake output and a clock the test sets; the analysis
 // answers with the given duration.
 struct Rig {
-    explicit Rig(double durationSeconds = 3.0) {
+    explicit Rig(double durationSeconds = 3.0, double beatOffsetSeconds = 0, int downbeat = 0) {
         auto owned = std::make_unique<FakeAudioBackend>();
         backend = owned.get();
         auto player =
             std::make_unique<TempoPreviewPlayer>(std::move(owned), [this] { return nowSeconds; });
         model = std::make_unique<TempoDetectModel>(
-            std::move(player), [durationSeconds](const std::string&, const detection::CancelCheck&,
-                                                 const detection::OctaveMode&) {
+            std::move(player),
+            [=](const std::string&, const detection::CancelCheck&, const detection::OctaveMode&) {
                 detection::Analysis analysis;
                 analysis.estimate.bpm = 120;
+                analysis.estimate.beatOffsetSeconds = beatOffsetSeconds;
+                analysis.estimate.downbeat = downbeat;
                 analysis.estimate.durationSeconds = durationSeconds;
                 analysis.waveform = std::make_shared<const std::vector<float>>(1600, 0.5f);
                 return analysis;
@@ -68,6 +70,18 @@ struct Rig {
     std::vector<float> pull(int frames, uint64_t bufferedBlocks) {
         EXPECT_TRUE(waitUntil([&] { return stream().buffered() >= bufferedBlocks; }));
         return backend->pull(frames);
+    }
+
+    // `frames` frames as the audio thread plays them, taken in blocks the
+    // reader keeps ahead of.
+    std::vector<float> pullLeft(int frames) {
+        std::vector<float> left;
+        for (int at = 0; at < frames; at += 1024) {
+            const auto block = pull(1024, 2);
+            for (size_t i = 0; i < block.size(); i += 2)
+                left.push_back(block[i]);
+        }
+        return left;
     }
 
     generated::TempDir dir;
@@ -114,6 +128,76 @@ TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondFadedInAndFadesOutIn12Steps) {
     ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying(); }, 1000));
     EXPECT_EQ(rig.backend->pauses, 1);
     EXPECT_FALSE(rig.player().started());
+}
+
+TEST(TempoPreviewPlayer, TheClickSoundsOnTheFilesOwnBeatsWithTheAccentOnBars) {
+    // A 48 kHz file with a one-sample pulse on each beat of its grid: 120
+    // BPM from 0.3 s, bars from beat 1. Played from 1.1 s, with and without
+    // the click; what the click adds must start on the frame where the
+    // music's own pulse sounds after resampling.
+    const int rateHz = 48000;
+    const double offset = 0.3;
+    std::vector<float> samples(4 * rateHz, 0.0f);
+    for (int k = 0; k < 8; ++k)
+        samples[static_cast<size_t>(std::lround((offset + 0.5 * k) * rateHz))] = 0.8f;
+    // One rig each, so that no block of the other playback waits in the ring.
+    Rig withRig(4.0, offset, 1);
+    Rig withoutRig(4.0, offset, 1);
+    const std::string path = withRig.dir.file("beats.wav").string();
+    ASSERT_TRUE(generated::writeSound(path, samples, 1, rateHz, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    auto play = [&](Rig& rig, bool click) {
+        EXPECT_TRUE(rig.analyse(path));
+        rig.player().setClickGrid(120, offset, 1);
+        rig.player().setClickOn(click);
+        rig.model->startPreview(1.1);
+        EXPECT_TRUE(rig.player().isPlaying());
+        return rig.pullLeft(kDelayFrames + 2 * 44100);
+    };
+    const std::vector<float> withClick = play(withRig, true);
+    const std::vector<float> music = play(withoutRig, false);
+    Rig& rig = withRig;
+    const std::vector<float>& accent = rig.stream().accentClick();
+    const std::vector<float>& beat = rig.stream().beatClick();
+
+    // Beats 2 ... 5 (1.3 ... 2.8 s) sound in these 2 s; beat 5 starts a bar.
+    for (int k = 2; k <= 5; ++k) {
+        const double seconds = offset + 0.5 * k - 1.1;
+        const auto at = static_cast<size_t>(kDelayFrames + std::lround(seconds * 44100));
+        const auto loudest = std::max_element(music.begin() + at - 20, music.begin() + at + 20);
+        EXPECT_LE(std::abs(loudest - music.begin() - static_cast<long>(at)), 1) << "beat " << k;
+        const std::vector<float>& click = k == 5 ? accent : beat;
+        for (size_t i = 0; i < 400; ++i)
+            ASSERT_NEAR(withClick[at + i] - music[at + i], click[i], 1e-6) << k << " " << i;
+        for (size_t i = 1; i < 200; ++i)
+            ASSERT_EQ(withClick[at - i], music[at - i]) << "a click before beat " << k;
+    }
+}
+
+TEST(TempoPreviewPlayer, TheStartIsHeardTheDelayAfterTheRequestWhateverTheOutputHolds) {
+    struct Case {
+        bool prepared;  // the output ran before the start
+        double latency; // what it holds ahead of the speaker
+        int silentFrames;
+    };
+    const Case cases[] = {
+        {false, 0.023, 5292}, // it starts with the playback, with nothing queued
+        {true, 0.0, 5292},
+        {true, 0.023, 4278}, // 0.097 s
+        {true, 0.5, 0},      // never before the request
+    };
+    for (const Case& c : cases) {
+        Rig rig;
+        rig.backend->latency = c.latency;
+        ASSERT_TRUE(rig.analyseRamp(44100));
+        if (c.prepared) {
+            rig.player().prepare();
+            EXPECT_TRUE(rig.backend->isRunning());
+        }
+        rig.model->startPreview(0.5); // the ramp is not silent there
+        const std::vector<float> left = rig.pullLeft(8192);
+        const auto first = std::find_if(left.begin(), left.end(), [](float v) { return v != 0; });
+        EXPECT_EQ(first - left.begin(), c.silentFrames + 1) << c.latency; // the fade starts at 0
+    }
 }
 
 TEST(TempoPreviewPlayer, FilesPlayAtTheirOwnSpeedWhateverTheirRate) {

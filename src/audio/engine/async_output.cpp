@@ -11,6 +11,7 @@ AsyncOutput::AsyncOutput(std::unique_ptr<AudioBackend> device)
     : m_device(std::move(device)), m_thread([this] { run(); }) {}
 
 AsyncOutput::~AsyncOutput() {
+    m_device->abandon();
     {
         std::lock_guard lock(m_mutex);
         m_quit = true;
@@ -46,6 +47,10 @@ bool AsyncOutput::isRunning() const {
     return state == State::starting || state == State::running;
 }
 
+double AsyncOutput::latencySeconds() const {
+    return state() == State::running ? m_latencySeconds.load(std::memory_order_relaxed) : 0;
+}
+
 bool AsyncOutput::waitUntilSettled(std::chrono::milliseconds timeout) {
     std::unique_lock lock(m_mutex);
     return m_settled.wait_for(lock, timeout, [this] { return m_done == m_requested; });
@@ -71,6 +76,7 @@ void AsyncOutput::run() {
         if (wantRunning) {
             if (m_device->isRunning() || m_device->start(*source)) {
                 reached = State::running;
+                m_latencySeconds.store(m_device->latencySeconds(), std::memory_order_relaxed);
             } else {
                 // No stream runs, so this thread may stand in for the audio one.
                 source->discard();

@@ -24,13 +24,16 @@ public:
     enum class State { stopped, starting, running, failed };
 
     explicit AsyncOutput(std::unique_ptr<AudioBackend> device);
-    // Waits for the request under way, then closes the device.
+    // Abandons the device (see AudioBackend::abandon), so the request under
+    // way ends as soon as the device lets it, then closes it.
     ~AsyncOutput() override;
 
     bool start(RenderSource& source) override;
     void pause() override;
     bool isRunning() const override;
     bool isStarting() const override { return state() == State::starting; }
+    // The device's, as it was when its last start succeeded.
+    double latencySeconds() const override;
 
     State state() const { return m_state.load(std::memory_order_acquire); }
     // Blocks until no request is pending or under way, or `timeout` passed;
@@ -44,6 +47,7 @@ private:
 
     std::unique_ptr<AudioBackend> m_device; // output thread only, once it runs
     std::atomic<State> m_state{State::stopped};
+    std::atomic<double> m_latencySeconds{0};
 
     std::mutex m_mutex;
     std::condition_variable m_wake;

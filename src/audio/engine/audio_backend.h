@@ -34,6 +34,14 @@ public:
     // True while a start is under way and the output does not pull yet
     // (isRunning is then true too).
     virtual bool isStarting() const { return false; }
+    // How long a frame handed to a running output takes to be heard: what
+    // it holds ahead of the speaker. 0 when unknown or not running.
+    virtual double latencySeconds() const { return 0; }
+    // Any thread: the owner is going away (the app quits). From now on no
+    // call, the one under way included, waits on the device; what is still
+    // open closes on a thread of its own. Nothing the device plays is a
+    // file, so cutting it short damages nothing.
+    virtual void abandon() noexcept {}
 };
 
 } // namespace quorlen

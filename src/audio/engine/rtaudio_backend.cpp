@@ -167,6 +167,12 @@ RtAudioBackend::RtAudioBackend(Latency latency, std::function<bool()> giveUp)
 
 RtAudioBackend::~RtAudioBackend() { close(); }
 
+std::function<bool()> RtAudioBackend::givingUp() const {
+    return [abandoned = m_abandoned, giveUp = m_giveUp] {
+        return abandoned->load() || (giveUp && giveUp());
+    };
+}
+
 bool RtAudioBackend::start(RenderSource& source) {
     if (m_stream && (g_streamFailed.load() || m_stream->source != &source))
         close();
@@ -196,7 +202,7 @@ bool RtAudioBackend::open(RenderSource& source) {
             detach(*stream);
             closeStream(*stream);
         },
-        m_giveUp);
+        givingUp());
     if (end != CallEnd::finished || !stream->audio)
         return false;
     m_stream = std::move(stream);
@@ -216,7 +222,7 @@ bool RtAudioBackend::onStream(std::chrono::milliseconds limit,
                 threw->store(true);
             }
         },
-        [stream] { closeStream(*stream); });
+        [stream] { closeStream(*stream); }, givingUp());
     if (end == CallEnd::finished && !threw->load())
         return true;
     if (end == CallEnd::finished || end == CallEnd::notStarted) {
@@ -235,7 +241,8 @@ void RtAudioBackend::close() {
     const std::shared_ptr<Stream> stream = std::move(m_stream);
     detach(*stream);
     // Without a thread for the call, closing here is all that is left.
-    if (runWithin(kCallLimit, [stream] { closeStream(*stream); }, {}) == CallEnd::notStarted)
+    if (runWithin(
+            kCallLimit, [stream] { closeStream(*stream); }, {}, givingUp()) == CallEnd::notStarted)
         closeStream(*stream);
 }
 
@@ -252,6 +259,12 @@ void RtAudioBackend::pause() {
 
 bool RtAudioBackend::isRunning() const {
     return m_stream && m_stream->audio->isStreamRunning() && !g_streamFailed.load();
+}
+
+double RtAudioBackend::latencySeconds() const {
+    if (!isRunning() || m_stream->rateHz == 0)
+        return 0;
+    return static_cast<double>(m_queuedBlocks) * m_stream->blockFrames / m_stream->rateHz;
 }
 
 unsigned int RtAudioBackend::deviceRateHz() const { return m_stream ? m_stream->rateHz : 0; }

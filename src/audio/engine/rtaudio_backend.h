@@ -38,6 +38,9 @@ public:
     bool start(RenderSource& source) override;
     void pause() override;
     bool isRunning() const override;
+    void abandon() noexcept override { m_abandoned->store(true); }
+    // The blocks the server was asked to queue.
+    double latencySeconds() const override;
 
     // Rate of the open stream in Hz, 0 when none is open.
     unsigned int deviceRateHz() const;
@@ -58,6 +61,10 @@ private:
 
     int m_queuedBlocks;
     std::function<bool()> m_giveUp;
+    // Shared with the giving-up checks of calls under way.
+    std::shared_ptr<std::atomic<bool>> m_abandoned = std::make_shared<std::atomic<bool>>(false);
+    // Asked while a call waits on the server: true ends the wait.
+    std::function<bool()> givingUp() const;
     std::atomic<unsigned int> m_underruns{0};
     // Shared with the threads of calls that may outlive this object.
     std::shared_ptr<Stream> m_stream;

@@ -10,11 +10,6 @@ constexpr double kMinimumSpacingPoints = 5.0;
 constexpr int kBeatsPerBar = 4;
 constexpr double kMinimumHalfHeight = 0.7;
 
-bool isBar(long long beat, int downbeat) {
-    const long long fromDownbeat = beat - downbeat;
-    return ((fromDownbeat % kBeatsPerBar) + kBeatsPerBar) % kBeatsPerBar == 0;
-}
-
 TimeView wholeFileIfUnset(TimeView view, double durationSeconds) {
     return view.spanSeconds > 0.0 ? view : TimeView{0.0, durationSeconds};
 }
@@ -71,6 +66,11 @@ GridDensity gridDensity(double bpm, double spanSeconds, double widthPoints) {
     return GridDensity::sparseBars;
 }
 
+bool isBarBeat(long long beat, int downbeat) {
+    const long long fromDownbeat = beat - downbeat;
+    return ((fromDownbeat % kBeatsPerBar) + kBeatsPerBar) % kBeatsPerBar == 0;
+}
+
 std::vector<GridLine> gridLines(const GridInput& input, double widthPoints, TimeView view) {
     if (!(input.bpm > 0.0) || !(input.durationSeconds > 0.0) || !(widthPoints > 0.0))
         return {};
@@ -90,7 +90,7 @@ std::vector<GridLine> gridLines(const GridInput& input, double widthPoints, Time
             break;
         if (t < from)
             continue;
-        const bool bar = isBar(k, input.downbeat);
+        const bool bar = isBarBeat(k, input.downbeat);
         const long long barNumber = (k - input.downbeat) / kBeatsPerBar;
         const bool shown =
             density == GridDensity::everyBeat || (bar && (stride == 1 || barNumber % stride == 0));

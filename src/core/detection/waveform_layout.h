@@ -57,6 +57,10 @@ GridDensity gridDensity(double bpm, double spanSeconds, double widthPoints);
 // Bars from one drawn bar line to the next: 1, 2, 4, ... (1 for beats too).
 long long barsPerLine(double bpm, double spanSeconds, double widthPoints);
 
+// Whether beat k (at t = k p + offset) starts a bar: k - downbeat is a
+// multiple of 4.
+bool isBarBeat(long long beat, int downbeat);
+
 // Beats k = ceil(-offset / p), ... at t = k p + offset (p = 60 / bpm) with
 // 0 <= t <= duration and within `view`, thinned by `gridDensity`. Beat k is
 // a bar line when k - downbeat is a multiple of 4; sparse bar lines are the

@@ -73,5 +73,38 @@ TEST(AsyncOutput, StartsWithoutMakingTheCallerWaitAndAFailedStartDiscardsWhatWas
     EXPECT_EQ(output.state(), AsyncOutput::State::stopped);
 }
 
+// A sound server that never answers a start until the device is abandoned.
+class HangingDevice final : public AudioBackend {
+public:
+    explicit HangingDevice(std::atomic<int>& outcome) : m_outcome(outcome) {}
+    bool start(RenderSource&) override {
+        m_outcome = 1; // under way
+        const auto deadline = std::chrono::steady_clock::now() + 5s;
+        while (!m_abandoned && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(1ms);
+        m_outcome = m_abandoned ? 2 : 3; // given up, or waited the server out
+        return false;
+    }
+    void pause() override {}
+    bool isRunning() const override { return false; }
+    void abandon() noexcept override { m_abandoned = true; }
+
+private:
+    std::atomic<int>& m_outcome;
+    std::atomic<bool> m_abandoned{false};
+};
+
+TEST(AsyncOutput, GoingAwayAbandonsAStartThatHangsInsteadOfWaitingForIt) {
+    std::atomic<int> outcome{0};
+    CountingSource source;
+    {
+        AsyncOutput output(std::make_unique<HangingDevice>(outcome));
+        output.start(source);
+        while (outcome == 0)
+            std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(outcome, 2);
+}
+
 } // namespace
 } // namespace quorlen
