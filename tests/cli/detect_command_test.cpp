@@ -261,12 +261,6 @@ TEST(DetectCommand, AFileThatCannotBeTaggedFailsWithALineOnStderr) {
     EXPECT_TRUE(detection::testing::readBytes(caf) == before);
 }
 
-} // namespace
-} // namespace quorlen::cli
-
-namespace quorlen::cli {
-namespace {
-
 // A minor struck every half second, 25 cents sharp, beside a drum loop.
 struct KeyedLibrary {
     TempDir dir;
