@@ -22,6 +22,8 @@ inline Outcome run(std::vector<std::string_view> args) {
     return {status, out.str(), err.str()};
 }
 
+using Words = std::vector<std::string>;
+
 // The blank-separated words of the output line that starts with `first`,
 // or nothing when no line does.
 inline std::vector<std::string> wordsOfLine(const std::string& text, const std::string& first) {

@@ -15,8 +15,9 @@
 namespace quorlen::cli {
 namespace {
 
-using detection::testing::TempDir;
+namespace t = detection::testing;
 using quorlen::testing::lines;
+using t::TempDir;
 
 Outcome detect(std::vector<std::string> args, const std::atomic<bool>* interrupted = nullptr) {
     const std::vector<std::string_view> views(args.begin(), args.end());
@@ -29,7 +30,6 @@ Outcome detect(std::vector<std::string> args, const std::atomic<bool>* interrupt
 struct Library {
     TempDir dir;
     Library() {
-        namespace t = detection::testing;
         const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
         const auto slow = t::clickTrain({.bpm = 95, .seconds = 16 * 60 / 95.0, .rateHz = 48000});
         std::filesystem::create_directories(dir.file("drums"));
@@ -148,7 +148,7 @@ TEST(DetectCommand, JsonLinesInInputOrderWhateverTheThreadCount) {
 TEST(DetectCommand, AFolderWithoutAudioFilesFails) {
     const Library library;
     const TempDir empty;
-    detection::testing::writeBytes(empty.file("readme.txt"), "no audio here\n");
+    t::writeBytes(empty.file("readme.txt"), "no audio here\n");
     const std::string folder = empty.path().string();
     const Outcome alone = detect({folder});
     EXPECT_EQ(alone.status, kExitFailed);
@@ -243,11 +243,11 @@ TEST(DetectCommand, WriteTagsTagsEachFileOnceAndForceReplaces) {
 
 TEST(DetectCommand, AFileThatCannotBeTaggedFailsWithALineOnStderr) {
     const Library library;
-    const auto loop = detection::testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
-    ASSERT_TRUE(detection::testing::writeSound(library.dir.file("drums/loop.caf"), loop, 1, 44100,
-                                               SF_FORMAT_CAF | SF_FORMAT_PCM_16));
+    const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
+    ASSERT_TRUE(t::writeSound(library.dir.file("drums/loop.caf"), loop, 1, 44100,
+                              SF_FORMAT_CAF | SF_FORMAT_PCM_16));
     const std::string caf = library.path("drums/loop.caf");
-    const std::string before = detection::testing::readBytes(caf);
+    const std::string before = t::readBytes(caf);
     const Outcome result = detect({"--write-tags", library.path("drums")});
     EXPECT_EQ(result.status, kExitFailed);
     const auto printed = lines(result.out);
@@ -258,14 +258,8 @@ TEST(DetectCommand, AFileThatCannotBeTaggedFailsWithALineOnStderr) {
     // The file that is no audio fails its analysis as ever, and gets no tag line.
     EXPECT_EQ(result.err, caf + ": could not write tags: " + tags::kUnsupportedReason + "\n" +
                               library.path("drums/notes.wav") + ": Not an audio file\n");
-    EXPECT_TRUE(detection::testing::readBytes(caf) == before);
+    EXPECT_TRUE(t::readBytes(caf) == before);
 }
-
-} // namespace
-} // namespace quorlen::cli
-
-namespace quorlen::cli {
-namespace {
 
 // A minor struck every half second, 25 cents sharp, beside a drum loop.
 struct KeyedLibrary {
@@ -274,12 +268,11 @@ struct KeyedLibrary {
         key::testing::Chords chords = key::testing::aMinorCadence();
         chords.cents = 25.0;
         chords.rateHz = 44100.0;
-        EXPECT_TRUE(detection::testing::writeSound(dir.file("am.wav"),
-                                                   key::testing::chordSequence(chords), 1, 44100,
-                                                   SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-        const auto loop = detection::testing::clickTrain({.bpm = 120, .seconds = 8, .kickHz = 60});
-        EXPECT_TRUE(detection::testing::writeSound(dir.file("loop.wav"), loop, 1, 44100,
-                                                   SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        EXPECT_TRUE(t::writeSound(dir.file("am.wav"), key::testing::chordSequence(chords), 1, 44100,
+                                  SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .kickHz = 60});
+        EXPECT_TRUE(
+            t::writeSound(dir.file("loop.wav"), loop, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     }
     std::string path(const std::string& name) const { return dir.file(name).string(); }
 };

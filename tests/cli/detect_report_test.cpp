@@ -112,12 +112,6 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
               "a\\x1b.mp3: could not write tags: cannot write the file: Permission denied\n");
 }
 
-} // namespace
-} // namespace quorlen::cli
-
-namespace quorlen::cli {
-namespace {
-
 TEST(ProgressLine, CountsThenRateAndTimeLeft) {
     const struct {
         size_t done, total;
@@ -135,12 +129,6 @@ TEST(ProgressLine, CountsThenRateAndTimeLeft) {
     for (const auto& c : cases)
         EXPECT_EQ(progressText(c.done, c.total, c.seconds), c.text) << c.done << " " << c.total;
 }
-
-} // namespace
-} // namespace quorlen::cli
-
-namespace quorlen::cli {
-namespace {
 
 TEST(CsvReport, RowsHoldTheJsonMembersInTheirColumns) {
     const std::vector<std::string> columns = csvColumns(true, false, true);

@@ -9,7 +9,6 @@
 namespace quorlen::cli {
 namespace {
 
-using Words = std::vector<std::string>;
 using quorlen::testing::readJson;
 
 TEST(KeyCommand, TextShowsTheKeyAsTheHarmonyToolDoes) {

@@ -8,7 +8,6 @@
 namespace quorlen::cli {
 namespace {
 
-using Words = std::vector<std::string>;
 using quorlen::testing::readJson;
 
 TEST(NotesCommand, MatrixRowsAsTheAppShowsThem) {

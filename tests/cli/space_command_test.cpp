@@ -10,7 +10,6 @@
 namespace quorlen::cli {
 namespace {
 
-using Words = std::vector<std::string>;
 using quorlen::testing::readJson;
 
 QJsonObject spaceJson(std::vector<std::string_view> args) {

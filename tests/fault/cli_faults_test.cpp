@@ -24,7 +24,8 @@ namespace quorlen::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using detection::testing::TempDir;
+namespace t = detection::testing;
+using t::TempDir;
 
 ChildRun quorlen(std::vector<std::string> args) {
     ChildRun run;
@@ -47,7 +48,6 @@ struct Loops {
     static constexpr int kCount = 6;
     TempDir dir;
     Loops() {
-        namespace t = detection::testing;
         const auto loop = t::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
         for (int i = 0; i < kCount; ++i)
             EXPECT_TRUE(t::writeSound(dir.file("loop" + std::to_string(i) + ".wav"), loop, 1, 44100,
@@ -226,9 +226,8 @@ TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
     QUORLEN_SKIP_UNDER_SANITIZER();
     const TempDir dir;
     for (int i = 0; i < 4; ++i)
-        detection::testing::writeBytes(dir.file("wide" + std::to_string(i) + ".wav"),
-                                       detection::testing::pcm16WavHeader(1024, 44100, 8192) +
-                                           std::string(8192, '\0'));
+        t::writeBytes(dir.file("wide" + std::to_string(i) + ".wav"),
+                      t::pcm16WavHeader(1024, 44100, 8192) + std::string(8192, '\0'));
     ChildRun run = quorlen({"detect", "-j", "4", dir.path().string()});
     // A read buffer sized in frames would want 1 GB for each of the files.
     run.addressSpaceBytes = 512ull << 20;
@@ -245,7 +244,7 @@ TEST(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
 TEST(CliFaults, ATagWriteThatFailsLeavesTheOriginalAndNoCopy) {
     const Loops loops;
     const fs::path song = loops.dir.file("loop0.wav");
-    const std::string before = detection::testing::readBytes(song);
+    const std::string before = t::readBytes(song);
     const auto namesBefore = namesIn(loops.dir.path());
     struct Case {
         const char* variable;
@@ -267,7 +266,7 @@ TEST(CliFaults, ATagWriteThatFailsLeavesTheOriginalAndNoCopy) {
         expectCleanEnd(result, {1});
         EXPECT_TRUE(result.out.ends_with(" · tags not written\n")) << result.out;
         EXPECT_EQ(result.err, song.string() + ": could not write tags: " + c.reason + "\n");
-        EXPECT_TRUE(detection::testing::readBytes(song) == before);
+        EXPECT_TRUE(t::readBytes(song) == before);
         EXPECT_EQ(namesIn(loops.dir.path()), namesBefore);
     }
     // And without a fault the same run tags the file.
@@ -281,7 +280,7 @@ TEST(CliFaults, ReadOnlyFilesAndFoldersAreNotTagged) {
     const Loops loops;
     fs::create_directory(loops.dir.file("locked"));
     fs::copy_file(loops.dir.file("loop0.wav"), loops.dir.file("locked/loop.wav"));
-    const std::string before = detection::testing::readBytes(loops.dir.file("loop1.wav"));
+    const std::string before = t::readBytes(loops.dir.file("loop1.wav"));
     fs::permissions(loops.dir.file("locked"), fs::perms(0555));
     fs::permissions(loops.dir.file("loop1.wav"), fs::perms(0444));
     ChildRun run = quorlen({"detect", "--write-tags", loops.dir.file("locked/loop.wav").string(),
@@ -299,14 +298,13 @@ TEST(CliFaults, ReadOnlyFilesAndFoldersAreNotTagged) {
                   ": could not write tags: cannot create a file beside it: Permission denied\n" +
                   loops.dir.file("loop1.wav").string() +
                   ": could not write tags: cannot write the file: Permission denied\n");
-    EXPECT_TRUE(detection::testing::readBytes(loops.dir.file("loop1.wav")) == before);
+    EXPECT_TRUE(t::readBytes(loops.dir.file("loop1.wav")) == before);
     EXPECT_EQ(namesIn(loops.dir.file("locked")), std::vector<std::string>{"loop.wav"});
 }
 
 // Files and arguments that reached past the reader's and the octave modes'
 // checks before: each ends with its own line and status.
 TEST(CliFaults, HostileFilesAndRangesEndWithTheirOwnLine) {
-    namespace t = detection::testing;
     const TempDir dir;
     const auto clicks = t::clickTrain({.bpm = 120, .seconds = 20, .rateHz = 44100});
     ASSERT_TRUE(

@@ -122,11 +122,5 @@ TEST(KeyDetector, ACancelledAnalysisThrows) {
     }
 }
 
-TEST(KeyDetector, AnA4FollowsItsCents) {
-    EXPECT_DOUBLE_EQ(a4ForCents(0.0), 440.0);
-    EXPECT_NEAR(a4ForCents(1200.0), 880.0, 1e-9);
-    EXPECT_NEAR(a4ForCents(-31.766), 432.0, 0.001) << "A = 432 Hz is 31.77 cents flat";
-}
-
 } // namespace
 } // namespace quorlen::key

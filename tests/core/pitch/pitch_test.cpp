@@ -23,8 +23,6 @@ TEST(NoteFrequency, MatrixCornersAndReference) {
                  {11, 8, 440, "7902.1"}, {9, 4, 432, "432.0"}, {0, 4, 432, "256.9"}};
     for (const auto& c : cases)
         EXPECT_EQ(format("%.1f", noteFrequencyHz(midiNote(c.pitchClass, c.octave), c.a4)), c.hz);
-    EXPECT_EQ(midiNote(0, 0), 12);
-    EXPECT_EQ(midiNote(11, 8), 119);
 }
 
 TEST(NearestNote, NamesRoundHalvesAwayFromZeroAndCentsStayInRange) {
