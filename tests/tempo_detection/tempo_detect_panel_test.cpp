@@ -463,8 +463,9 @@ TEST(TempoDetectPanel, ZoomedCloseTheWaveformShowsTheFilesOwnDetail) {
     TempoDetectModel::Detection detection;
     detection.estimate.durationSeconds = 200;
     detection.path = QString::fromStdString(path);
-    detection.waveform.assign(1600, 0.0f);
-    detection.waveform[802] = 1.0f; // 100.25 ... 100.375 s
+    std::vector<float> peaks(1600, 0.0f);
+    peaks[802] = 1.0f; // 100.25 ... 100.375 s
+    detection.waveform = std::make_shared<const std::vector<float>>(std::move(peaks));
     WaveformGrid grid(QuorlenTheme::dusk());
     grid.resize(800, WaveformGrid::kHeight);
     grid.setDetection(detection);
