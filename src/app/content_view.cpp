@@ -73,8 +73,12 @@ ContentView::ContentView(const QString& restoredToolID, QWidget* parent)
 ContentView::~ContentView() { delete m_detail->takeWidget(); }
 
 TempoDetectModel& ContentView::detection() {
-    if (!m_detection)
+    if (!m_detection) {
         m_detection = std::make_unique<TempoDetectModel>();
+        m_detection->setOctaveMode(m_octave.mode());
+        connect(&m_octave, &OctaveSetting::modeChanged, m_detection.get(),
+                [this] { m_detection->setOctaveMode(m_octave.mode()); });
+    }
     return *m_detection;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/calculator_tool.h"
+#include "app/octave_setting.h"
 #include "state/calculator_state.h"
 
 #include <QWidget>
@@ -36,6 +37,8 @@ public:
     // The window's one detection session: its last result and a running
     // analysis outlive visits to other tools. Made on first use.
     TempoDetectModel& detection();
+    // How the session chooses the tempo's octave; it follows every change.
+    OctaveSetting& octaveSetting() { return m_octave; }
 
     // Shows `tool` as selected (stored like any selection); no click is
     // reported.
@@ -65,6 +68,7 @@ private:
     void styleScrollBar();
 
     CalculatorState m_state;
+    OctaveSetting m_octave;
     std::unique_ptr<TempoDetectModel> m_detection;
     QString m_selectedToolID;
     PremiumBackdrop* m_backdrop;

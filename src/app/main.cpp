@@ -6,7 +6,6 @@
 #include "app/startup_probe.h"
 #include "config/settings_store.h"
 #include "quorlen/version.h"
-#include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tools/tempo/tempo_view.h"
 #include "ui/fonts.h"
@@ -136,7 +135,6 @@ int run(int argc, char** argv) {
     AppearanceController appearance;
     if (options.scheme)
         appearance.forceScheme(*options.scheme);
-    OctaveSetting::instance().setMode(Preferences().tempoOctave());
 
     const bool screenshot = options.screenshotPath.has_value();
     MainWindow window(appearance, !screenshot);

@@ -56,7 +56,7 @@ MainWindow::MainWindow(AppearanceController& appearance, bool interactive, QWidg
 
 void MainWindow::showSettings() {
     if (!m_settings)
-        m_settings = new SettingsDialog(m_appearance, this);
+        m_settings = new SettingsDialog(m_appearance, m_content->octaveSetting(), this);
     m_settings->show();
     m_settings->raise();
     m_settings->activateWindow();

@@ -2,9 +2,9 @@
 
 #include "app/appearance.h"
 #include "app/octave_picker.h"
+#include "app/octave_setting.h"
 #include "app/preferences.h"
 #include "config/deployment.h"
-#include "tempo_detection/octave_setting.h"
 #include "ui/color_scheme.h"
 #include "ui/fonts.h"
 
@@ -25,7 +25,8 @@ QString SettingsDialog::statsExplanation() {
         .arg(QString::fromLatin1(config::kStatsHost));
 }
 
-SettingsDialog::SettingsDialog(AppearanceController& appearance, QWidget* parent)
+SettingsDialog::SettingsDialog(AppearanceController& appearance, OctaveSetting& octave,
+                               QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("settings"));
     setWindowTitle(QStringLiteral("Settings"));
@@ -63,12 +64,8 @@ SettingsDialog::SettingsDialog(AppearanceController& appearance, QWidget* parent
         appearance.setChoice(static_cast<AppearanceChoice>(index));
     });
     form->addRow(QStringLiteral("Appearance"), m_appearancePicker);
-    m_octavePicker = new OctavePicker(Preferences().tempoOctave(), this);
-    connect(m_octavePicker, &OctavePicker::modeChanged, this,
-            [](const detection::OctaveMode& mode) {
-                Preferences().setTempoOctave(mode);
-                OctaveSetting::instance().setMode(mode);
-            });
+    m_octavePicker = new OctavePicker(octave.mode(), this);
+    connect(m_octavePicker, &OctavePicker::modeChanged, &octave, &OctaveSetting::setMode);
     form->addRow(QStringLiteral("Tempo detection"), m_octavePicker);
     column->addLayout(form);
 

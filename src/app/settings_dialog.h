@@ -9,13 +9,15 @@ namespace quorlen {
 
 class AppearanceController;
 class OctavePicker;
+class OctaveSetting;
 
 // Preferences: the usage-statistics opt-out, the appearance choice and how
 // tempo detection picks the octave, all stored the moment they change.
 class SettingsDialog : public QDialog {
     Q_OBJECT
 public:
-    explicit SettingsDialog(AppearanceController& appearance, QWidget* parent = nullptr);
+    SettingsDialog(AppearanceController& appearance, OctaveSetting& octave,
+                   QWidget* parent = nullptr);
 
     QCheckBox* statsToggle() const { return m_stats; }
     QComboBox* appearancePicker() const { return m_appearancePicker; }

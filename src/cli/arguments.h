@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/command_line.h"
 #include "text/typed_number.h"
 
 #include <iosfwd>
@@ -70,6 +71,27 @@ void printCommandHelp(std::ostream& out, const CommandInfo& command);
 
 // Prints "quorlen <command>: <reason>" on `err` and returns the usage status.
 int refuse(std::ostream& err, std::string_view command, const UsageError& error);
+
+// The body of a command that prints one request: reads the arguments (a
+// command answered there ends with its status), builds the request,
+// refuses one that does not hold, and prints it as JSON with --json, as
+// text otherwise.
+template <typename Request>
+int runRequestCommand(const CommandInfo& command, std::span<const std::string_view> args,
+                      std::ostream& out, std::ostream& err,
+                      std::variant<Request, UsageError> (*readRequest)(const ParsedArguments&),
+                      void (*printJson)(std::ostream&, const Request&),
+                      void (*printText)(std::ostream&, const Request&)) {
+    const auto read = readArguments(command, args, out, err);
+    if (const int* status = std::get_if<int>(&read))
+        return *status;
+    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
+    const auto request = readRequest(arguments);
+    if (const auto* error = std::get_if<UsageError>(&request))
+        return refuse(err, command.name, *error);
+    (arguments.has("--json") ? printJson : printText)(out, std::get<Request>(request));
+    return kExitOk;
+}
 
 // A number read like the app's fields ("98,5" is 98.5), clamped to `range`;
 // letters, blanks and non-finite numbers are refused; `what` names it in

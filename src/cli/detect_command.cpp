@@ -83,44 +83,44 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
 // Results of all files, filled by the workers in any order, printed in order.
 class ResultBoard {
 public:
-    explicit ResultBoard(size_t count) : lines_(count), failed_(count, false), notes_(count) {}
+    explicit ResultBoard(size_t count) : m_lines(count), m_failed(count, false), m_notes(count) {}
 
     // `note` goes to stderr after the line (empty for none).
     void post(size_t index, std::string line, bool failed, std::string note = {}) {
         {
-            const std::lock_guard lock(mutex_);
-            lines_[index] = std::move(line);
-            failed_[index] = failed;
-            notes_[index] = std::move(note);
-            ++finished_;
+            const std::lock_guard lock(m_mutex);
+            m_lines[index] = std::move(line);
+            m_failed[index] = failed;
+            m_notes[index] = std::move(note);
+            ++m_finished;
         }
-        changed_.notify_all();
+        m_changed.notify_all();
     }
 
     // Waits up to `wait` for file `index`; nullopt when it is not done yet.
     std::optional<std::string> take(size_t index, std::chrono::milliseconds wait, bool& failed,
                                     std::string& note) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, wait, [&] { return lines_[index].has_value(); });
-        if (!lines_[index])
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, wait, [&] { return m_lines[index].has_value(); });
+        if (!m_lines[index])
             return std::nullopt;
-        failed = failed_[index];
-        note = std::move(notes_[index]);
-        return std::exchange(lines_[index], std::nullopt);
+        failed = m_failed[index];
+        note = std::move(m_notes[index]);
+        return std::exchange(m_lines[index], std::nullopt);
     }
 
     size_t finished() {
-        const std::lock_guard lock(mutex_);
-        return finished_;
+        const std::lock_guard lock(m_mutex);
+        return m_finished;
     }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<std::optional<std::string>> lines_;
-    std::vector<bool> failed_;
-    std::vector<std::string> notes_;
-    size_t finished_ = 0;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<std::optional<std::string>> m_lines;
+    std::vector<bool> m_failed;
+    std::vector<std::string> m_notes;
+    size_t m_finished = 0;
 };
 
 // More threads than a few per core only cost memory and start-up time.

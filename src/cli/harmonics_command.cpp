@@ -91,18 +91,7 @@ void printText(std::ostream& out, const HarmonicsRequest& request) {
 
 int runHarmonicsCommand(std::span<const std::string_view> args, std::ostream& out,
                         std::ostream& err) {
-    const auto read = readArguments(kCommand, args, out, err);
-    if (const int* status = std::get_if<int>(&read))
-        return *status;
-    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
-    const auto request = readRequest(arguments);
-    if (const auto* error = std::get_if<UsageError>(&request))
-        return refuse(err, "harmonics", *error);
-    if (arguments.has("--json"))
-        printJson(out, std::get<HarmonicsRequest>(request));
-    else
-        printText(out, std::get<HarmonicsRequest>(request));
-    return kExitOk;
+    return runRequestCommand(kCommand, args, out, err, &readRequest, &printJson, &printText);
 }
 
 } // namespace quorlen::cli

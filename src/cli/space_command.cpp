@@ -145,18 +145,7 @@ void printText(std::ostream& out, const SpaceRequest& request) {
 } // namespace
 
 int runSpaceCommand(std::span<const std::string_view> args, std::ostream& out, std::ostream& err) {
-    const auto read = readArguments(kCommand, args, out, err);
-    if (const int* status = std::get_if<int>(&read))
-        return *status;
-    const ParsedArguments& arguments = std::get<ParsedArguments>(read);
-    const auto request = readRequest(arguments);
-    if (const auto* error = std::get_if<UsageError>(&request))
-        return refuse(err, "space", *error);
-    if (arguments.has("--json"))
-        printJson(out, std::get<SpaceRequest>(request));
-    else
-        printText(out, std::get<SpaceRequest>(request));
-    return kExitOk;
+    return runRequestCommand(kCommand, args, out, err, &readRequest, &printJson, &printText);
 }
 
 } // namespace quorlen::cli

@@ -8,7 +8,6 @@
 #include "tempo_detection/chroma_strip.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
-#include "tempo_detection/octave_setting.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/waveform_grid.h"
 #include "text/number_format.h"
@@ -96,7 +95,6 @@ TempoDetectPanel::TempoDetectPanel(CalculatorState& state, TempoDetectModel& mod
     addContent(m_results);
 
     m_ticker.setInterval(kTickerMs);
-    m_model.setOctaveMode(OctaveSetting::instance().mode());
     connectControls();
     refresh();
     refreshPlayhead();
@@ -273,19 +271,10 @@ void TempoDetectPanel::connectControls() {
     connect(m_useA4, &QAbstractButton::clicked, this, &TempoDetectPanel::useDetectedA4);
     connect(m_saveTags, &QAbstractButton::clicked, this, &TempoDetectPanel::saveTags);
     connect(&m_model, &TempoDetectModel::changed, this, &TempoDetectPanel::refresh);
-    // Ends with the model or with this panel, whichever goes first: the
-    // model usually outlives the panel, but a panel still waiting for its
-    // deferred deletion may outlive the window's model.
-    m_octaveConnection =
-        connect(&OctaveSetting::instance(), &OctaveSetting::modeChanged, &m_model,
-                [model = &m_model] { model->setOctaveMode(OctaveSetting::instance().mode()); });
     connect(&m_model, &TempoDetectModel::playheadChanged, this, &TempoDetectPanel::refreshPlayhead);
 }
 
-TempoDetectPanel::~TempoDetectPanel() {
-    m_ticker.stop();
-    disconnect(m_octaveConnection);
-}
+TempoDetectPanel::~TempoDetectPanel() { m_ticker.stop(); }
 
 void TempoDetectPanel::analyse(const QString& path) { m_model.analyse(path); }
 

@@ -101,7 +101,6 @@ private:
     KitButton* m_useKey;
     KitButton* m_useA4;
     QTimer m_ticker;
-    QMetaObject::Connection m_octaveConnection;
 };
 
 } // namespace quorlen

@@ -1,8 +1,8 @@
 #include "app/appearance.h"
 #include "app/octave_picker.h"
+#include "app/octave_setting.h"
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
-#include "tempo_detection/octave_setting.h"
 #include "ui/color_scheme.h"
 
 #include <QCheckBox>
@@ -22,14 +22,15 @@ namespace {
 TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
     Preferences().setStatsOptOut(false);
     AppearanceController appearance;
+    OctaveSetting octave;
     {
-        SettingsDialog dialog(appearance);
+        SettingsDialog dialog(appearance, octave);
         EXPECT_TRUE(dialog.statsToggle()->isChecked()) << "sharing is on by default";
         dialog.show();
         QTest::mouseClick(dialog.statsToggle(), Qt::LeftButton);
         EXPECT_TRUE(Preferences().statsOptOut());
     }
-    SettingsDialog reopened(appearance);
+    SettingsDialog reopened(appearance, octave);
     EXPECT_FALSE(reopened.statsToggle()->isChecked());
 
     // The store is the one file of the app's organisation and name.
@@ -45,7 +46,8 @@ TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
 TEST(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
     ColorSchemeHub::instance().setScheme(ColorScheme::Dark);
     AppearanceController appearance;
-    SettingsDialog dialog(appearance);
+    OctaveSetting octave;
+    SettingsDialog dialog(appearance, octave);
     QCheckBox* box = dialog.statsToggle();
     box->setChecked(false);
     box->resize(box->sizeHint());
@@ -66,7 +68,8 @@ TEST(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
 
 TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
     AppearanceController appearance;
-    SettingsDialog dialog(appearance);
+    OctaveSetting octave;
+    SettingsDialog dialog(appearance, octave);
     dialog.appearancePicker()->setCurrentIndex(2);
     EXPECT_EQ(currentScheme(), ColorScheme::Dark);
     EXPECT_EQ(Preferences().appearance(), AppearanceChoice::dark);
@@ -78,13 +81,14 @@ TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
 TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
     Preferences().setTempoOctave(detection::OctaveMode::classic());
     AppearanceController appearance;
+    OctaveSetting octave;
     {
-        SettingsDialog dialog(appearance);
+        SettingsDialog dialog(appearance, octave);
         OctavePicker* picker = dialog.octavePicker();
         EXPECT_FALSE(picker->lowBound()->isEnabled()) << "the range only counts when chosen";
         picker->choice()->setCurrentIndex(1);
         EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::automatic());
-        EXPECT_EQ(OctaveSetting::instance().mode(), detection::OctaveMode::automatic());
+        EXPECT_EQ(octave.mode(), detection::OctaveMode::automatic());
 
         picker->choice()->setCurrentIndex(2);
         EXPECT_EQ(picker->choice()->currentText(), QStringLiteral("Preferred range"));
@@ -94,9 +98,11 @@ TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
         EXPECT_EQ(picker->highBound()->value(), 190);
         picker->highBound()->setValue(100);
         EXPECT_EQ(picker->highBound()->value(), 190) << "an upper bound below 2 x 95 is refused";
-        EXPECT_EQ(OctaveSetting::instance().mode(), detection::OctaveMode::range(95, 190));
+        EXPECT_EQ(octave.mode(), detection::OctaveMode::range(95, 190));
     }
-    SettingsDialog reopened(appearance);
+    // A setting made anew reads what was stored.
+    OctaveSetting reread;
+    SettingsDialog reopened(appearance, reread);
     EXPECT_EQ(reopened.octavePicker()->choice()->currentIndex(), 2);
     EXPECT_EQ(reopened.octavePicker()->highBound()->value(), 190);
     QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
@@ -111,7 +117,6 @@ TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
         EXPECT_EQ(Preferences().tempoOctave(), detection::OctaveMode::classic()) << stored;
     }
     Preferences().setTempoOctave(detection::OctaveMode::classic());
-    OctaveSetting::instance().setMode(detection::OctaveMode::classic());
 }
 
 } // namespace

@@ -10,7 +10,6 @@
 #include "tags/tag_writer.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
-#include "tempo_detection/octave_setting.h"
 #include "tempo_detection/preview_stream.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_detect_panel.h"
@@ -139,7 +138,7 @@ TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
 
     // The range 40-80 folds 128 to 64: the 16 beats of the loop become 8.
     AppearanceController appearance;
-    SettingsDialog settings(appearance);
+    SettingsDialog settings(appearance, content.octaveSetting());
     OctavePicker* picker = settings.octavePicker();
     picker->lowBound()->setValue(40);
     picker->highBound()->setValue(80);

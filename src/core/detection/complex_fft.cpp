@@ -102,23 +102,23 @@ void preparePlans(size_t size, bool real) {
 }
 
 ComplexFFT::ComplexFFT(size_t size)
-    : size_(size), log2n_(log2Of(size)), plans_(plansFor(PlanKind::complex, size)),
-      buffer_(reinterpret_cast<float*>(allocate<fftwf_complex>(size))) {}
+    : m_size(size), m_log2n(log2Of(size)), m_plans(plansFor(PlanKind::complex, size)),
+      m_buffer(reinterpret_cast<float*>(allocate<fftwf_complex>(size))) {}
 
-ComplexFFT::~ComplexFFT() { release(buffer_); }
+ComplexFFT::~ComplexFFT() { release(m_buffer); }
 
 void ComplexFFT::run(bool backward, std::span<float> real, std::span<float> imag) {
-    checkLength(real.size(), size_);
-    checkLength(imag.size(), size_);
-    for (size_t k = 0; k < size_; ++k) {
-        buffer_[2 * k] = real[k];
-        buffer_[2 * k + 1] = imag[k];
+    checkLength(real.size(), m_size);
+    checkLength(imag.size(), m_size);
+    for (size_t k = 0; k < m_size; ++k) {
+        m_buffer[2 * k] = real[k];
+        m_buffer[2 * k + 1] = imag[k];
     }
-    auto* data = reinterpret_cast<fftwf_complex*>(buffer_);
-    fftwf_execute_dft(backward ? plans_->backward : plans_->forward, data, data);
-    for (size_t k = 0; k < size_; ++k) {
-        real[k] = buffer_[2 * k];
-        imag[k] = buffer_[2 * k + 1];
+    auto* data = reinterpret_cast<fftwf_complex*>(m_buffer);
+    fftwf_execute_dft(backward ? m_plans->backward : m_plans->forward, data, data);
+    for (size_t k = 0; k < m_size; ++k) {
+        real[k] = m_buffer[2 * k];
+        imag[k] = m_buffer[2 * k + 1];
     }
 }
 
@@ -126,39 +126,40 @@ void ComplexFFT::forward(std::span<float> real, std::span<float> imag) { run(fal
 
 void ComplexFFT::inverse(std::span<float> real, std::span<float> imag) {
     run(true, real, imag);
-    const float scale = 1.0f / static_cast<float>(size_);
-    for (size_t k = 0; k < size_; ++k) {
+    const float scale = 1.0f / static_cast<float>(m_size);
+    for (size_t k = 0; k < m_size; ++k) {
         real[k] *= scale;
         imag[k] *= scale;
     }
 }
 
 RealFFT::RealFFT(size_t size)
-    : size_(size), plans_(plansFor(PlanKind::real, size)), input_(allocate<float>(size)),
-      output_(nullptr) {
+    : m_size(size), m_plans(plansFor(PlanKind::real, size)), m_input(allocate<float>(size)),
+      m_output(nullptr) {
     try {
-        output_ = reinterpret_cast<float*>(allocate<fftwf_complex>(size / 2 + 1));
+        m_output = reinterpret_cast<float*>(allocate<fftwf_complex>(size / 2 + 1));
     } catch (...) {
-        release(input_);
+        release(m_input);
         throw;
     }
 }
 
 RealFFT::~RealFFT() {
-    release(input_);
-    release(output_);
+    release(m_input);
+    release(m_output);
 }
 
 void RealFFT::forward(std::span<const float> input, std::span<float> real, std::span<float> imag) {
-    const size_t bins = size_ / 2 + 1;
-    checkLength(input.size(), size_);
+    const size_t bins = m_size / 2 + 1;
+    checkLength(input.size(), m_size);
     checkLength(real.size(), bins);
     checkLength(imag.size(), bins);
-    std::copy(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(size_), input_);
-    fftwf_execute_dft_r2c(plans_->realForward, input_, reinterpret_cast<fftwf_complex*>(output_));
+    std::copy(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(m_size), m_input);
+    fftwf_execute_dft_r2c(m_plans->realForward, m_input,
+                          reinterpret_cast<fftwf_complex*>(m_output));
     for (size_t k = 0; k < bins; ++k) {
-        real[k] = output_[2 * k];
-        imag[k] = output_[2 * k + 1];
+        real[k] = m_output[2 * k];
+        imag[k] = m_output[2 * k + 1];
     }
 }
 

@@ -29,8 +29,8 @@ public:
     ComplexFFT(const ComplexFFT&) = delete;
     ComplexFFT& operator=(const ComplexFFT&) = delete;
 
-    size_t size() const { return size_; }
-    unsigned log2n() const { return log2n_; }
+    size_t size() const { return m_size; }
+    unsigned log2n() const { return m_log2n; }
 
     // Both spans hold `size` values; transformed in place.
     void forward(std::span<float> real, std::span<float> imag);
@@ -39,10 +39,10 @@ public:
 private:
     void run(bool backward, std::span<float> real, std::span<float> imag);
 
-    size_t size_;
-    unsigned log2n_;
-    const FftPlans* plans_;
-    float* buffer_; // `size` interleaved complex values
+    size_t m_size;
+    unsigned m_log2n;
+    const FftPlans* m_plans;
+    float* m_buffer; // `size` interleaved complex values
 };
 
 // Transform of a real input of `size` points: bins 0 ... size/2 of the
@@ -54,16 +54,16 @@ public:
     RealFFT(const RealFFT&) = delete;
     RealFFT& operator=(const RealFFT&) = delete;
 
-    size_t size() const { return size_; }
+    size_t size() const { return m_size; }
 
     // `input` holds `size` values; `real` and `imag` receive size/2 + 1 bins.
     void forward(std::span<const float> input, std::span<float> real, std::span<float> imag);
 
 private:
-    size_t size_;
-    const FftPlans* plans_;
-    float* input_;  // `size` values
-    float* output_; // size/2 + 1 interleaved complex values
+    size_t m_size;
+    const FftPlans* m_plans;
+    float* m_input;  // `size` values
+    float* m_output; // size/2 + 1 interleaved complex values
 };
 
 } // namespace quorlen::detection

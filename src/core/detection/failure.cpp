@@ -22,7 +22,7 @@ std::string messageFor(FailureKind kind, std::string unreadableMessage) {
 } // namespace
 
 Failure::Failure(FailureKind kind, std::string unreadableMessage)
-    : kind_(kind), message_(messageFor(kind, std::move(unreadableMessage))) {}
+    : m_kind(kind), m_message(messageFor(kind, std::move(unreadableMessage))) {}
 
 Failure Failure::unreadable(std::string message) {
     return Failure(FailureKind::unreadable, std::move(message));

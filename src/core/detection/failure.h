@@ -19,8 +19,8 @@ class Failure : public std::exception {
 public:
     explicit Failure(FailureKind kind, std::string unreadableMessage = {});
 
-    FailureKind kind() const noexcept { return kind_; }
-    const char* what() const noexcept override { return message_.c_str(); }
+    FailureKind kind() const noexcept { return m_kind; }
+    const char* what() const noexcept override { return m_message.c_str(); }
 
     static Failure unreadable(std::string message);
     static Failure tooShort() { return Failure(FailureKind::tooShort); }
@@ -30,8 +30,8 @@ public:
     static Failure outOfMemory() { return unreadable("Not enough memory to analyse this file"); }
 
 private:
-    FailureKind kind_;
-    std::string message_;
+    FailureKind m_kind;
+    std::string m_message;
 };
 
 // Throws `cancelled` when the callback says so; an empty callback never cancels.

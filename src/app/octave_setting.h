@@ -6,13 +6,14 @@
 
 namespace quorlen {
 
-// The app's "Tempo detection" choice, shared by the settings pane (which
-// stores it) and every detection panel (which analyses with it). Main
-// thread only; `modeChanged` follows every change of the mode.
+// The app's "Tempo detection" choice: read from the store when made and
+// stored the moment it changes. The window's detection session estimates
+// with it, and the settings pane changes it. Main thread only;
+// `modeChanged` follows every change of the mode.
 class OctaveSetting : public QObject {
     Q_OBJECT
 public:
-    static OctaveSetting& instance();
+    explicit OctaveSetting(QObject* parent = nullptr);
 
     const detection::OctaveMode& mode() const { return m_mode; }
     void setMode(const detection::OctaveMode& mode);
@@ -21,8 +22,6 @@ signals:
     void modeChanged();
 
 private:
-    OctaveSetting() = default;
-
     detection::OctaveMode m_mode;
 };
 
