@@ -4,6 +4,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -33,8 +34,16 @@ void parallelFor(size_t count, int threads, const std::function<void(size_t)>& b
         }
     };
     std::vector<std::jthread> pool;
-    for (size_t w = 1; w < workers; ++w)
-        pool.emplace_back(work);
+    pool.reserve(workers - 1);
+    for (size_t w = 1; w < workers; ++w) {
+        try {
+            pool.emplace_back(work);
+        } catch (const std::system_error&) {
+            // The system refuses more threads: those started and this one
+            // share the items.
+            break;
+        }
+    }
     work();
     pool.clear();
     if (failure)

@@ -9,7 +9,8 @@ namespace quorlen::detection {
 // Calls body(i) for every i in [0, count), spread over up to `threads`
 // threads (the caller's thread included); returns when all calls are done.
 // Each i must write only its own slot of a result array, so the outcome
-// does not depend on the thread count. threads <= 1 runs in order inline.
+// does not depend on the thread count. threads <= 1 runs in order inline;
+// threads the system refuses to start are done without.
 void parallelFor(size_t count, int threads, const std::function<void(size_t)>& body);
 
 // Threads that a batch of analyses shares beyond each one's own: a stage

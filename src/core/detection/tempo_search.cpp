@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <vector>
 
 namespace quorlen::detection {
 namespace {
@@ -173,28 +175,58 @@ Candidate searchLadder(std::span<const double> envelope, double fps, double bpm0
     return {best.bpm, best.value, best.fit.score, best.fit.phase, best.factor};
 }
 
+namespace {
+
+// Refines `tempos` side by side, one search per thread; only a lone search
+// splits its own rungs over the threads instead.
+std::vector<Candidate> searchAll(std::span<const double> envelope, double fps,
+                                 const std::vector<double>& tempos, int threads) {
+    std::vector<Candidate> found(tempos.size());
+    const int inner = tempos.size() == 1 ? threads : 1;
+    parallelFor(tempos.size(), threads, [&](size_t i) {
+        found[i] = searchLadder(envelope, fps, tempos[i], analysisLadder(), kLadderSpan, inner);
+    });
+    return found;
+}
+
+// Adds the searches of `tempos` in order, each unless one already added is
+// near it: the outcome of searching and adding them one at a time. A tempo
+// near none added before the batch may still come near one of the batch.
+void addUnlessNear(std::vector<Candidate>& refined, const std::vector<double>& tempos,
+                   const std::vector<Candidate>& found, size_t most) {
+    for (size_t i = 0; i < tempos.size() && refined.size() < most; ++i)
+        if (!nearAny(refined, tempos[i]))
+            refined.push_back(found[i]);
+}
+
+} // namespace
+
 TempoCandidates refineCandidates(std::span<const double> envelope, double fps,
                                  std::span<const Candidate> coarse, const CancelCheck& isCancelled,
                                  int threads) {
     TempoCandidates result;
     auto& refined = result.refined;
-    for (const Candidate& c : coarse) {
-        if (refined.size() >= kRefinedLeaders)
-            break;
-        throwIfCancelled(isCancelled);
-        if (!nearAny(refined, c.bpm))
-            refined.push_back(
-                searchLadder(envelope, fps, c.bpm, analysisLadder(), kLadderSpan, threads));
+    const auto batchSize = static_cast<size_t>(std::max(threads, 1));
+    for (size_t next = 0; next < coarse.size() && refined.size() < kRefinedLeaders;) {
+        // As many of the next leaders as there are threads and places left.
+        std::vector<double> batch;
+        const size_t wanted = std::min(batchSize, kRefinedLeaders - refined.size());
+        for (; next < coarse.size() && batch.size() < wanted; ++next) {
+            throwIfCancelled(isCancelled);
+            if (!nearAny(refined, coarse[next].bpm))
+                batch.push_back(coarse[next].bpm);
+        }
+        addUnlessNear(refined, batch, searchAll(envelope, fps, batch, threads), kRefinedLeaders);
     }
     sortByScore(refined);
     if (refined.empty())
         return result;
     const double top = refined.front().bpm;
-    for (const double t : {top * 0.5, top * 2.0}) {
+    std::vector<double> octaves;
+    for (const double t : {top * 0.5, top * 2.0})
         if (inTempoRange(t) && !nearAny(refined, t))
-            refined.push_back(
-                searchLadder(envelope, fps, t, analysisLadder(), kLadderSpan, threads));
-    }
+            octaves.push_back(t);
+    addUnlessNear(refined, octaves, searchAll(envelope, fps, octaves, threads), SIZE_MAX);
     sortByScore(refined);
     const double bestBpm = refined.front().bpm;
     for (const Candidate& c : refined) {
