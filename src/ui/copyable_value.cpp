@@ -72,11 +72,6 @@ void CopyableText::setValue(const QString& display, const QString& copy) {
     update();
 }
 
-void CopyableText::setTone(Tone tone) {
-    m_tone = tone;
-    update();
-}
-
 void CopyableText::setCopiedColor(const QColor& color) {
     m_copiedColor = color;
     update();

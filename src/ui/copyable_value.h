@@ -50,7 +50,6 @@ public:
     // `display` is shown; `copy` goes to the clipboard (display when empty).
     void setValue(const QString& display, const QString& copy = {});
     QString display() const { return m_display; }
-    void setTone(Tone tone);
     // "Copied" is drawn in this colour (saffron unless set).
     void setCopiedColor(const QColor& color);
     void setAlignment(Qt::Alignment alignment);

@@ -40,8 +40,6 @@ QSvgRenderer* tintedRenderer(const QString& name, const QColor& tint) {
 
 } // namespace
 
-bool hasSymbol(const QString& name) { return !symbolSource(name).isEmpty(); }
-
 void paintSymbol(QPainter& painter, const QRectF& box, const QString& name, const QColor& tint,
                  double iconSize) {
     QSvgRenderer* renderer = tintedRenderer(name, QColor(tint.red(), tint.green(), tint.blue()));
@@ -60,13 +58,6 @@ SymbolIcon::SymbolIcon(const QString& name, const QColor& tint, int boxSize, int
     : QWidget(parent), m_name(name), m_tint(tint), m_iconSize(iconSize) {
     setFixedSize(boxSize, boxSize);
     setAttribute(Qt::WA_TransparentForMouseEvents);
-}
-
-void SymbolIcon::setTint(const QColor& tint) {
-    if (tint == m_tint)
-        return;
-    m_tint = tint;
-    update();
 }
 
 void SymbolIcon::paintEvent(QPaintEvent*) {

@@ -13,9 +13,6 @@ namespace quorlen {
 void paintSymbol(QPainter& painter, const QRectF& box, const QString& name, const QColor& tint,
                  double iconSize);
 
-// True when the icon set has a drawing for `name`.
-bool hasSymbol(const QString& name);
-
 // A fixed-size widget showing one tinted symbol.
 class SymbolIcon : public QWidget {
     Q_OBJECT
@@ -23,7 +20,6 @@ public:
     SymbolIcon(const QString& name, const QColor& tint, int boxSize, int iconSize,
                QWidget* parent = nullptr);
 
-    void setTint(const QColor& tint);
     QString symbol() const { return m_name; }
 
 protected:

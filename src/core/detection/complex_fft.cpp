@@ -3,7 +3,6 @@
 #include <fftw3.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -84,10 +83,6 @@ const FftPlans* plansFor(PlanKind kind, size_t size) {
     return &entry;
 }
 
-unsigned log2Of(size_t size) {
-    return static_cast<unsigned>(std::lround(std::log2(static_cast<double>(size))));
-}
-
 void checkLength(size_t actual, size_t expected) {
     if (actual < expected)
         throw std::invalid_argument("FFT buffer shorter than the transform");
@@ -102,7 +97,7 @@ void preparePlans(size_t size, bool real) {
 }
 
 ComplexFFT::ComplexFFT(size_t size)
-    : m_size(size), m_log2n(log2Of(size)), m_plans(plansFor(PlanKind::complex, size)),
+    : m_size(size), m_plans(plansFor(PlanKind::complex, size)),
       m_buffer(reinterpret_cast<float*>(allocate<fftwf_complex>(size))) {}
 
 ComplexFFT::~ComplexFFT() { release(m_buffer); }

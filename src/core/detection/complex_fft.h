@@ -30,7 +30,6 @@ public:
     ComplexFFT& operator=(const ComplexFFT&) = delete;
 
     size_t size() const { return m_size; }
-    unsigned log2n() const { return m_log2n; }
 
     // Both spans hold `size` values; transformed in place.
     void forward(std::span<float> real, std::span<float> imag);
@@ -40,7 +39,6 @@ private:
     void run(bool backward, std::span<float> real, std::span<float> imag);
 
     size_t m_size;
-    unsigned m_log2n;
     const FftPlans* m_plans;
     float* m_buffer; // `size` interleaved complex values
 };

@@ -69,19 +69,6 @@ void FifthsWheel::setSelection(KeySelection selection) {
     retarget(kSelectionEaseMs);
 }
 
-std::optional<QString> FifthsWheel::hoveredSegment() const {
-    if (!m_hovered)
-        return std::nullopt;
-    return QString::fromStdString(m_hovered->text());
-}
-
-std::optional<QString> FifthsWheel::segmentID(QPointF at, QSizeF size) {
-    const auto segment = wheel::segmentAt(at.x(), at.y(), size.width(), size.height());
-    if (!segment)
-        return std::nullopt;
-    return QString::fromStdString(segment->text());
-}
-
 QColor FifthsWheel::fillColor(int index, bool isMinorRing, std::optional<SegmentID> hover) const {
     const SegmentID segment{isMinorRing ? Ring::minor : Ring::major, index};
     return fillFor(wheel::segmentFill(segment, m_selection, hover));

@@ -38,11 +38,6 @@ public:
 
     void setSelection(KeySelection selection);
     KeySelection selection() const { return m_selection; }
-    std::optional<QString> hoveredSegment() const;
-
-    // The identifier ("maj-0", "min-3") of the segment whose 30-degree
-    // sector holds `at`, in a wheel of `size`; nothing in the gaps.
-    static std::optional<QString> segmentID(QPointF at, QSizeF size);
     // A segment's target fill for the current scheme (without easing).
     QColor fillColor(int index, bool isMinorRing, std::optional<wheel::SegmentID> hover) const;
     // Where a click on segment `index` of a ring lands, in widget

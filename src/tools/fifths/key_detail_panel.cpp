@@ -110,8 +110,4 @@ QString KeyDetailPanel::longName() const { return m_longName->text(); }
 
 QString KeyDetailPanel::signatureNotes() const { return m_signatureNotes->text(); }
 
-QString KeyDetailPanel::relatedKey(int row) const {
-    return m_related[static_cast<size_t>(row)]->text();
-}
-
 } // namespace quorlen

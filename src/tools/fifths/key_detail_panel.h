@@ -26,10 +26,7 @@ public:
 
     QString longName() const;
     QString signatureNotes() const;
-    NoteChip* scaleChip(int index) const { return m_scale[static_cast<size_t>(index)]; }
     ChordTile* chordTile(int degree) const { return m_chords[static_cast<size_t>(degree)]; }
-    // "Relative", "Dominant", "Subdominant": the key names shown beside them.
-    QString relatedKey(int row) const;
 
 signals:
     void chordTapped(int degree);

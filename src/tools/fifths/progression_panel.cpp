@@ -134,10 +134,6 @@ void ProgressionPanel::setBpm(double bpm) {
     m_tempoNote->setText(QString::fromStdString(progressionTempoNote(bpm)));
 }
 
-QString ProgressionPanel::emptyText() const {
-    return m_empty->isVisibleTo(this) ? m_empty->text() : QString();
-}
-
 QString ProgressionPanel::tempoNote() const { return m_tempoNote->text(); }
 
 // The chip row scrolls sideways only; an ordinary mouse wheel moves it too.

@@ -36,7 +36,6 @@ public:
 
     ChordTile* degreeButton(int degree) const { return m_degrees[static_cast<size_t>(degree)]; }
     QList<ChordTile*> chips() const { return m_chips; }
-    QString emptyText() const;
     QString tempoNote() const;
     KitButton* presetsButton() const { return m_presets; }
     KitButton* clearButton() const { return m_clear; }
