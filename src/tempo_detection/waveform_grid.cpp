@@ -81,7 +81,8 @@ void WaveformGrid::fetchDetail() {
         return;
     dropDetailJob();
     if (m_path.empty() ||
-        !preview::wantsSpanPeaks(m_durationSeconds, m_waveform ? m_waveform->size() : 0, m_view.spanSeconds, width()))
+        !preview::wantsSpanPeaks(m_durationSeconds, m_waveform ? m_waveform->size() : 0,
+                                 m_view.spanSeconds, width()))
         return;
     auto job = std::make_shared<DetailJob>();
     job->receiver = this;
