@@ -1,5 +1,6 @@
 #include "cli/detect_command.h"
 
+#include "cli/address_space.h"
 #include "cli/arguments.h"
 #include "cli/audio_paths.h"
 #include "cli/command_line.h"
@@ -80,33 +81,47 @@ std::variant<DetectOptions, UsageError> readOptions(const ParsedArguments& argum
     return options;
 }
 
+// What a worker posted for one file.
+struct Posted {
+    std::string line;
+    std::string note; // to stderr after the line; empty for none
+    bool failed = false;
+    // Memory did not even suffice to word the failure: the printing thread
+    // words it when it comes to the file.
+    bool outOfMemory = false;
+};
+
 // Results of all files, filled by the workers in any order, printed in order.
 class ResultBoard {
 public:
-    explicit ResultBoard(size_t count) : m_lines(count), m_failed(count, false), m_notes(count) {}
+    explicit ResultBoard(size_t count) : m_posted(count) {}
 
-    // `note` goes to stderr after the line (empty for none).
-    void post(size_t index, std::string line, bool failed, std::string note = {}) {
+    void post(size_t index, Posted posted) {
         {
             const std::lock_guard lock(m_mutex);
-            m_lines[index] = std::move(line);
-            m_failed[index] = failed;
-            m_notes[index] = std::move(note);
+            m_posted[index] = std::move(posted);
+            ++m_finished;
+        }
+        m_changed.notify_all();
+    }
+
+    // Allocates nothing, for a worker that memory failed even for its line.
+    void postOutOfMemory(size_t index) noexcept {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_posted[index].emplace();
+            m_posted[index]->failed = true;
+            m_posted[index]->outOfMemory = true;
             ++m_finished;
         }
         m_changed.notify_all();
     }
 
     // Waits up to `wait` for file `index`; nullopt when it is not done yet.
-    std::optional<std::string> take(size_t index, std::chrono::milliseconds wait, bool& failed,
-                                    std::string& note) {
+    std::optional<Posted> take(size_t index, std::chrono::milliseconds wait) {
         std::unique_lock lock(m_mutex);
-        m_changed.wait_for(lock, wait, [&] { return m_lines[index].has_value(); });
-        if (!m_lines[index])
-            return std::nullopt;
-        failed = m_failed[index];
-        note = std::move(m_notes[index]);
-        return std::exchange(m_lines[index], std::nullopt);
+        m_changed.wait_for(lock, wait, [&] { return m_posted[index].has_value(); });
+        return std::exchange(m_posted[index], std::nullopt);
     }
 
     size_t finished() {
@@ -117,9 +132,7 @@ public:
 private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::vector<std::optional<std::string>> m_lines;
-    std::vector<bool> m_failed;
-    std::vector<std::string> m_notes;
+    std::vector<std::optional<Posted>> m_posted;
     size_t m_finished = 0;
 };
 
@@ -140,25 +153,19 @@ struct Job {
 
 // A failed file: in JSON its own object among the results, in text a line
 // on stderr, so that a pipe of results holds results only.
-void postFailure(const Job& job, ResultBoard& board, size_t index, const std::string& file,
-                 const std::string& message) {
+Posted failurePost(const Job& job, const std::string& file, const std::string& message) {
     if (job.json)
-        board.post(index, jsonFailureLine(file, message), true);
-    else
-        board.post(index, {}, true, textFailureLine(file, message));
+        return {jsonFailureLine(file, message), {}, true};
+    return {{}, textFailureLine(file, message), true};
 }
 
-// Analyses the next file that no thread has taken yet and posts its line;
-// false when none is left or the run was stopped. A cancelled file posts
-// nothing.
-bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
-    const size_t i = next++;
-    if (i >= job.files.size() || job.cancelled())
-        return false;
+// Analyses file `i` and posts its line; false when the run was stopped. A
+// cancelled file posts nothing.
+bool analyseEntry(const Job& job, size_t i, ResultBoard& board) {
     const AudioPath& entry = job.files[i];
     const std::string& file = entry.path;
     if (!entry.error.empty()) {
-        postFailure(job, board, i, file, entry.error);
+        board.post(i, failurePost(job, file, entry.error));
         return true;
     }
     try {
@@ -176,7 +183,7 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
                             : tempoLine + keyTextLine(*analysis.key);
         };
         if (!job.writeTags) {
-            board.post(i, withKey(std::move(line)), false);
+            board.post(i, {withKey(std::move(line)), {}, false});
             return true;
         }
         // Without a key (none asked for, or no tonal content) the file's own
@@ -188,18 +195,48 @@ bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) 
         const tags::TagOutcome tagged =
             tags::writeTempoTags(file, {analysis.estimate.bpm, key, job.force, stamp});
         const bool failed = tagged.result == tags::TagResult::failed;
-        board.post(i, withKey(withTagOutcome(std::move(line), tagged, job.json)), failed,
-                   failed ? tagFailureLine(file, tagged.reason) : std::string());
+        board.post(i, {withKey(withTagOutcome(std::move(line), tagged, job.json)),
+                       failed ? tagFailureLine(file, tagged.reason) : std::string(), failed});
     } catch (const detection::Failure& failure) {
         if (failure.kind() == detection::FailureKind::cancelled)
             return false;
-        postFailure(job, board, i, file, failure.what());
+        board.post(i, failurePost(job, file, failure.what()));
     } catch (const std::bad_alloc&) {
-        postFailure(job, board, i, file, detection::Failure::outOfMemory().what());
+        board.postOutOfMemory(i);
     } catch (const std::exception& error) {
-        postFailure(job, board, i, file, error.what());
+        board.post(i, failurePost(job, file, error.what()));
     }
     return true;
+}
+
+// Analyses the next file that no thread has taken yet; false when none is
+// left or the run was stopped.
+bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
+    const size_t i = next++;
+    if (i >= job.files.size() || job.cancelled())
+        return false;
+    try {
+        return analyseEntry(job, i, board);
+    } catch (const std::bad_alloc&) {
+        // Wording a failure needs memory too.
+        board.postOutOfMemory(i);
+        return true;
+    }
+}
+
+// The line of a file whose worker ran out of memory. Memory comes back as
+// the other analyses end, so a few waits are worth it before giving up.
+Posted outOfMemoryPost(const Job& job, const std::string& file) {
+    constexpr int kAttempts = 100;
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return failurePost(job, file, detection::Failure::outOfMemory().what());
+        } catch (const std::bad_alloc&) {
+            if (attempt == kAttempts)
+                throw;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
 }
 
 // Starts up to `count` workers; when the system refuses a thread (a process
@@ -218,6 +255,8 @@ std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic
                 job.spareThreads->give(job.innerThreads);
             });
         } catch (const std::system_error&) {
+            break;
+        } catch (const std::bad_alloc&) {
             break;
         }
     }
@@ -241,8 +280,8 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
     std::atomic<bool> outputFailed{false};
     const std::vector<AudioPath> files = expandAudioPaths(options.paths);
     const int cores = std::max(environment.defaultThreads, 1);
-    const int threads =
-        std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores);
+    const int threads = threadsWithinAddressSpace(
+        std::clamp(options.threads > 0 ? options.threads : cores, 1, kThreadsPerCore * cores));
     const size_t workers = std::min(files.size(), static_cast<size_t>(threads));
     // Spare threads go inside the analyses when there are fewer files than
     // threads: each its share, and what is left over shared.
@@ -293,22 +332,22 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
         }
         if (pool.empty())
             analyseNext(job, next, board);
-        bool failed = false;
-        std::string note;
-        const std::optional<std::string> line =
-            board.take(i, std::chrono::milliseconds(50), failed, note);
-        if (!line || interrupted)
+        std::optional<Posted> posted = board.take(i, std::chrono::milliseconds(50));
+        if (!posted || interrupted)
             continue;
+        if (posted->outOfMemory)
+            posted = outOfMemoryPost(job, job.files[i].path);
         if (progress) {
             clearProgress(err);
             shown = SIZE_MAX;
         }
-        out << (options.csv && !line->empty() ? csvRow(*line, columns) : *line) << std::flush;
-        err << note;
+        const std::string& line = posted->line;
+        out << (options.csv && !line.empty() ? csvRow(line, columns) : line) << std::flush;
+        err << posted->note;
         // Nobody reads the results any more: stop analysing.
         if (!out)
             outputFailed = true;
-        anyFailed = anyFailed || failed;
+        anyFailed = anyFailed || posted->failed;
         ++i;
     }
     pool.clear();

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -41,6 +42,8 @@ void parallelFor(size_t count, int threads, const std::function<void(size_t)>& b
         } catch (const std::system_error&) {
             // The system refuses more threads: those started and this one
             // share the items.
+            break;
+        } catch (const std::bad_alloc&) {
             break;
         }
     }
