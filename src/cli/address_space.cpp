@@ -33,7 +33,8 @@ int threadsWithinAddressSpace(int wanted) {
     const unsigned long long used = addressSpaceInUse();
     const unsigned long long left = limit.rlim_cur > used ? limit.rlim_cur - used : 0;
     const unsigned long long fit = left / kBytesPerAnalysis;
-    return static_cast<int>(std::clamp<unsigned long long>(fit, 1, static_cast<unsigned long long>(wanted)));
+    return static_cast<int>(
+        std::clamp<unsigned long long>(fit, 1, static_cast<unsigned long long>(wanted)));
 }
 
 } // namespace quorlen::cli
