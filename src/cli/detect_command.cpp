@@ -161,7 +161,7 @@ Posted failurePost(const Job& job, const std::string& file, const std::string& m
 
 // Analyses file `i` and posts its line; false when the run was stopped. A
 // cancelled file posts nothing.
-bool analyseEntry(const Job& job, size_t i, ResultBoard& board) {
+bool analyzeEntry(const Job& job, size_t i, ResultBoard& board) {
     const AudioPath& entry = job.files[i];
     const std::string& file = entry.path;
     if (!entry.error.empty()) {
@@ -211,12 +211,12 @@ bool analyseEntry(const Job& job, size_t i, ResultBoard& board) {
 
 // Analyses the next file that no thread has taken yet; false when none is
 // left or the run was stopped.
-bool analyseNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
+bool analyzeNext(const Job& job, std::atomic<size_t>& next, ResultBoard& board) {
     const size_t i = next++;
     if (i >= job.files.size() || job.cancelled())
         return false;
     try {
-        return analyseEntry(job, i, board);
+        return analyzeEntry(job, i, board);
     } catch (const std::bad_alloc&) {
         // Wording a failure needs memory too.
         board.postOutOfMemory(i);
@@ -249,7 +249,7 @@ std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic
     for (size_t w = 0; w < count; ++w) {
         try {
             pool.emplace_back([&] {
-                while (analyseNext(job, next, board)) {
+                while (analyzeNext(job, next, board)) {
                 }
                 // Out of files: the analyses still running may use its threads.
                 job.spareThreads->give(job.innerThreads);
@@ -331,7 +331,7 @@ int analyzeAll(const DetectOptions& options, std::ostream& out, std::ostream& er
             showProgress(err, shown, files.size(), start);
         }
         if (pool.empty())
-            analyseNext(job, next, board);
+            analyzeNext(job, next, board);
         std::optional<Posted> posted = board.take(i, std::chrono::milliseconds(50));
         if (!posted || interrupted)
             continue;

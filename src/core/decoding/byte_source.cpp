@@ -23,14 +23,14 @@ const char* openErrorMessage(int error) {
     case ENOTDIR:
     case ELOOP:
     case ENAMETOOLONG:
-        return message::kNotFound;
+        return text::failure::kNotFound;
     case EACCES:
     case EPERM:
-        return message::kPermissionDenied;
+        return text::failure::kPermissionDenied;
     case ENOMEM:
-        return message::kOutOfMemory;
+        return text::failure::kOutOfMemory;
     default:
-        return message::kCouldNotRead;
+        return text::failure::kCouldNotRead;
     }
 }
 
@@ -109,7 +109,7 @@ std::unique_ptr<ByteSource> openFileBytes(const std::string& path) {
     struct stat status {};
     if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(fd);
-        throw ReadError(message::kNotRegular);
+        throw ReadError(text::failure::kNotRegular);
     }
     const int flags = ::fcntl(fd, F_GETFL);
     if (flags >= 0)

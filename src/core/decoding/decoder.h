@@ -23,9 +23,9 @@ protected:
     // analysis).
     void setFormat(int rateHz, int channels, long long announcedFrames) {
         if (channels < 1)
-            throw ReadError(message::kNoAudio);
+            throw ReadError(text::failure::kNoAudio);
         if (rateHz < kMinimumRateHz || rateHz > kMaximumRateHz)
-            throw ReadError(message::kUnsupportedRate);
+            throw ReadError(text::failure::kUnsupportedRate);
         m_rateHz = rateHz;
         m_channels = channels;
         m_announcedFrames = announcedFrames;

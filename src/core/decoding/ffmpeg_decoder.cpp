@@ -62,10 +62,10 @@ struct FrameCloser {
 
 const char* openFailure(int error) {
     if (error == AVERROR(ENOMEM))
-        return message::kOutOfMemory;
+        return text::failure::kOutOfMemory;
     if (error == AVERROR(EIO))
-        return message::kCouldNotRead;
-    return message::kNotAudio;
+        return text::failure::kCouldNotRead;
+    return text::failure::kNotAudio;
 }
 
 // The first audio stream that has a decoder; -1 when there is none.
@@ -80,7 +80,7 @@ int firstAudioStream(const AVFormatContext& format, const AVCodec*& codec) {
         if (codec)
             return static_cast<int>(i);
     }
-    throw ReadError(anyAudio ? message::kNotAudio : message::kNoAudio);
+    throw ReadError(anyAudio ? text::failure::kNotAudio : text::failure::kNoAudio);
 }
 
 } // namespace
@@ -129,24 +129,24 @@ private:
 
 void FfmpegDecoder::open() {
     if (!ffmpeg())
-        throw ReadError(message::kNoDecoder);
+        throw ReadError(text::failure::kNoDecoder);
     packet.reset(av().av_packet_alloc());
     decoded.reset(av().av_frame_alloc());
     if (!packet || !decoded)
-        throw ReadError(message::kOutOfMemory);
+        throw ReadError(text::failure::kOutOfMemory);
     auto* buffer = static_cast<unsigned char*>(av().av_malloc(kIoBufferBytes));
     AVIOContext* rawIo = buffer ? av().avio_alloc_context(buffer, kIoBufferBytes, 0, bytes.get(),
                                                           &readBytes, nullptr, &seekBytes)
                                 : nullptr;
     if (!rawIo) {
         av().av_free(buffer);
-        throw ReadError(message::kOutOfMemory);
+        throw ReadError(text::failure::kOutOfMemory);
     }
     io.reset(rawIo);
 
     AVFormatContext* rawFormat = av().avformat_alloc_context();
     if (!rawFormat)
-        throw ReadError(message::kOutOfMemory);
+        throw ReadError(text::failure::kOutOfMemory);
     rawFormat->pb = io.get();
     rawFormat->flags |= AVFMT_FLAG_CUSTOM_IO;
     if (const int error = av().avformat_open_input(&rawFormat, nullptr, nullptr, nullptr);
@@ -165,9 +165,9 @@ void FfmpegDecoder::open() {
 
     codec.reset(av().avcodec_alloc_context3(decoder));
     if (!codec)
-        throw ReadError(message::kOutOfMemory);
+        throw ReadError(text::failure::kOutOfMemory);
     if (av().avcodec_parameters_to_context(codec.get(), stream->codecpar) < 0)
-        throw ReadError(message::kNotAudio);
+        throw ReadError(text::failure::kNotAudio);
     codec->pkt_timebase = stream->time_base;
     codec->thread_count = 1; // files are analysed in parallel instead
     // A FLAC frame whose checksum fails is refused, so that the damage is
@@ -301,7 +301,7 @@ bool FfmpegDecoder::decodeMore() {
         }
         if (read < 0) {
             if (read != AVERROR_INVALIDDATA && !producedAny)
-                throw ReadError(message::kCouldNotRead);
+                throw ReadError(text::failure::kCouldNotRead);
             noteError();
             if (read != AVERROR_INVALIDDATA) {
                 draining = true; // an I/O error ends the file where it broke
@@ -333,7 +333,7 @@ long long FfmpegDecoder::read(float* interleaved, long long frames) {
             producedAny = true;
         }
     } catch (const std::bad_alloc&) {
-        throw ReadError(message::kOutOfMemory);
+        throw ReadError(text::failure::kOutOfMemory);
     }
     return done;
 }
@@ -358,7 +358,7 @@ void FfmpegDecoder::seek(long long frame) {
     if (av().avformat_seek_file(context, index, INT64_MIN, target, target, 0) < 0 &&
         av().avformat_seek_file(context, index, INT64_MIN, notBefore, notBefore, 0) < 0 &&
         av().av_seek_frame(context, index, target, AVSEEK_FLAG_BACKWARD) < 0)
-        throw ReadError(message::kCouldNotRead);
+        throw ReadError(text::failure::kCouldNotRead);
     av().avcodec_flush_buffers(codec.get());
     pending.clear();
     pendingOffset = 0;

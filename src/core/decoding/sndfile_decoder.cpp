@@ -136,7 +136,7 @@ public:
         const sf_count_t read = sf_readf_float(m_file, interleaved, frames);
         if (read < frames && sf_error(m_file) != SF_ERR_NO_ERROR) {
             if (!m_producedAny && read <= 0)
-                throw ReadError(message::kCouldNotRead);
+                throw ReadError(text::failure::kCouldNotRead);
             m_damaged = true; // a damaged tail ends the file where it breaks
             m_atEnd = true;
         }
@@ -186,7 +186,7 @@ std::unique_ptr<Decoder> openSndfileDecoder(std::unique_ptr<ByteSource>& bytes, 
     if (!file) {
         if (const auto rate = statedWavRate(*bytes);
             rate && (*rate == 0 || *rate > std::uint32_t{INT32_MAX}))
-            throw ReadError(message::kUnsupportedRate);
+            throw ReadError(text::failure::kUnsupportedRate);
     }
     return nullptr;
 }

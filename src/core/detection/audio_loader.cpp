@@ -5,6 +5,7 @@
 #include "detection/loudest_window.h"
 #include "detection/resample.h"
 #include "detection/waveform_peaks.h"
+#include "text/failure_texts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -54,7 +55,7 @@ std::vector<float> chunkBuffer(size_t floats) {
     try {
         return std::vector<float>(floats);
     } catch (const std::bad_alloc&) {
-        throw Failure::unreadable("Could not allocate an audio buffer");
+        throw Failure::unreadable(text::failure::kNoAudioBuffer);
     }
 }
 
@@ -199,7 +200,7 @@ void readAll(decoding::AudioFileReader& reader, const CancelCheck& isCancelled, 
         const auto read = static_cast<long long>(chunk.size() / static_cast<size_t>(channels));
         total += static_cast<size_t>(read);
         if (total > maximumFrames)
-            throw Failure::unreadable(kTooLongMessage);
+            throw Failure::unreadable(text::failure::kTooLong);
         take(chunk.data(), read);
     }
     if (total == 0)
@@ -216,7 +217,7 @@ DecodedAudio decodeOpened(decoding::AudioFileReader& reader, const CancelCheck& 
         const auto maximumFrames = static_cast<size_t>(kMaximumSeconds * reader.rateHz());
         result.samples.reserve(std::min(announced + announced / 64 + 4096, maximumFrames));
     } catch (const std::bad_alloc&) {
-        throw Failure::unreadable("Could not allocate an audio buffer");
+        throw Failure::unreadable(text::failure::kNoAudioBuffer);
     }
     readAll(reader, isCancelled, false, [&](const float* chunk, long long frames) {
         appendMonoMix(chunk, frames, reader.channels(), result.samples);

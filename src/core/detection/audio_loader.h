@@ -36,12 +36,11 @@ inline constexpr size_t kReadAheadBytes = size_t{1024} * 1024;
 // Longest audio read: beyond it a file (or a stream that never ends) is
 // refused rather than filling memory. 3 hours at 48 kHz is 2 GB of samples.
 inline constexpr double kMaximumSeconds = 3 * 3600.0;
-inline constexpr const char* kTooLongMessage = "File is longer than 3 hours";
 
 // Decodes the file with the system's audio-file reader and mixes all
 // channels to mono with equal weights. Non-finite samples count as
 // silence. Throws Failure: unreadable with the reader's message (or
-// kTooLongMessage), tooShort for a file without frames, cancelled when
+// the too-long text), tooShort for a file without frames, cancelled when
 // `isCancelled` answers true (polled once per read).
 DecodedAudio loadMono(const std::string& path, const CancelCheck& isCancelled);
 

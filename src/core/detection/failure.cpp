@@ -1,5 +1,7 @@
 #include "detection/failure.h"
 
+#include "text/failure_texts.h"
+
 #include <utility>
 
 namespace quorlen::detection {
@@ -10,11 +12,11 @@ std::string messageFor(FailureKind kind, std::string unreadableMessage) {
     case FailureKind::unreadable:
         return unreadableMessage;
     case FailureKind::tooShort:
-        return "File is too short to detect a tempo";
+        return text::failure::kTooShort;
     case FailureKind::noRhythm:
-        return "No rhythmic content found in this file";
+        return text::failure::kNoRhythm;
     case FailureKind::cancelled:
-        return "Analysis cancelled";
+        return text::failure::kCancelled;
     }
     return unreadableMessage;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "text/failure_texts.h"
+
 #include <exception>
 #include <functional>
 #include <string>
@@ -27,7 +29,7 @@ public:
     static Failure noRhythm() { return Failure(FailureKind::noRhythm); }
     static Failure cancelled() { return Failure(FailureKind::cancelled); }
     // A file longer than memory allows is one more file that cannot be read.
-    static Failure outOfMemory() { return unreadable("Not enough memory to analyse this file"); }
+    static Failure outOfMemory() { return unreadable(text::failure::kAnalysisOutOfMemory); }
 
 private:
     FailureKind m_kind;

@@ -116,7 +116,7 @@ TempoEvidence measureWith(std::span<const float> samples, std::optional<Envelope
     TempoEvidence evidence;
     evidence.durationSeconds = durationSeconds;
     evidence.cropStartSamples = cropStartSamples;
-    evidence.analysedSamples = samples.size();
+    evidence.analyzedSamples = samples.size();
     // Below the classic minimum, a loop without rhythm is still "too short":
     // that is what the classic mode has always said of it.
     const bool classicLength = samples.size() >= kMinimumSamples;
@@ -163,7 +163,7 @@ TempoEvidence measureCroppedTempo(std::vector<float> samples, size_t cropStartSa
 Estimate estimateTempo(const TempoEvidence& evidence, const OctaveMode& octave) {
     const double fps = kEnvelopeFps;
     const bool isClassic = octave.kind == OctaveKind::classic;
-    if (isClassic && evidence.analysedSamples < kMinimumSamples)
+    if (isClassic && evidence.analyzedSamples < kMinimumSamples)
         throw Failure::tooShort();
     std::optional<FinalTempo> classic;
     if (!evidence.candidates.refined.empty()) {

@@ -58,7 +58,7 @@ struct TempoEvidence {
     double envelopeMean = 0.0; // mean of `full`, above 0
     TempoCandidates candidates;
     size_t cropStartSamples = 0; // at 22050 Hz
-    size_t analysedSamples = 0;  // at 22050 Hz, after cropping
+    size_t analyzedSamples = 0;  // at 22050 Hz, after cropping
     double durationSeconds = 0.0;
 };
 

@@ -191,7 +191,8 @@ TaggedFile::TaggedFile(TagLib::IOStream& stream, Container container)
         m_file = open(stream, m_container);
     }
     if (!holdsAudio(m_file.get()))
-        throw WriteError(std::string("not a valid ") + containerName(container) + " file");
+        throw WriteError(std::string(text::failure::kNotValidPrefix) + containerName(container) +
+                         " file");
 }
 
 TaggedFile::~TaggedFile() = default;

@@ -39,7 +39,7 @@ void writeAll(int fd, const char* data, size_t size) {
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-            throw systemWriteError("cannot copy the file", written < 0 ? errno : ENOSPC);
+            throw systemWriteError(text::failure::kCannotCopy, written < 0 ? errno : ENOSPC);
         data += written;
         size -= static_cast<size_t>(written);
     }
@@ -52,7 +52,7 @@ void copyContents(int from, int to) {
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            throw systemWriteError(message::kCannotRead, errno);
+            throw systemWriteError(text::failure::kCannotRead, errno);
         if (got == 0)
             return;
         writeAll(to, chunk.data(), static_cast<size_t>(got));
@@ -86,9 +86,9 @@ ReplacementFile::ReplacementFile(const std::string& target)
     const Descriptor source(::open(target.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat status {};
     if (source.get() < 0 || ::fstat(source.get(), &status) != 0)
-        throw systemWriteError(message::kCannotRead, errno);
+        throw systemWriteError(text::failure::kCannotRead, errno);
     if (!S_ISREG(status.st_mode))
-        throw WriteError("not a regular file");
+        throw WriteError(text::failure::kNotRegularFile);
     m_copiedFrom = stampFrom(status);
 
     m_fd = ::open(m_folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
@@ -104,12 +104,12 @@ ReplacementFile::ReplacementFile(const std::string& target)
             m_name.clear();
     }
     if (m_fd < 0)
-        throw systemWriteError("cannot create a file beside it", errno);
+        throw systemWriteError(text::failure::kCannotCreateBeside, errno);
     try {
         // Mode bits first: the copy then never has more rights than the
         // original, and an owner that cannot be kept only changes who owns it.
         if (::fchmod(m_fd, status.st_mode & 07777) != 0)
-            throw systemWriteError("cannot set the permissions", errno);
+            throw systemWriteError(text::failure::kCannotSetPermissions, errno);
         if (::fchown(m_fd, status.st_uid, status.st_gid) == 0)
             ::fchmod(m_fd, status.st_mode & 07777); // chown clears set-id bits
         copyContents(source.get(), m_fd);
@@ -146,24 +146,24 @@ void ReplacementFile::nameCopy() {
             return;
         }
         if (errno != EEXIST)
-            throw systemWriteError(message::kCannotName, errno);
+            throw systemWriteError(text::failure::kCannotName, errno);
     }
-    throw systemWriteError(message::kCannotName, EEXIST);
+    throw systemWriteError(text::failure::kCannotName, EEXIST);
 }
 
 FileStamp ReplacementFile::replaceTarget() {
     struct stat copied {};
     try {
         if (m_fd < 0)
-            throw WriteError("the new file is gone");
+            throw WriteError(text::failure::kNewFileGone);
         if (::fsync(m_fd) != 0 || ::fstat(m_fd, &copied) != 0)
-            throw systemWriteError("cannot write the file to the disk", errno);
+            throw systemWriteError(text::failure::kCannotSync, errno);
         nameCopy();
         struct stat status {};
         if (::stat(m_target.c_str(), &status) != 0 || stampFrom(status) != m_copiedFrom)
-            throw WriteError("the file changed while its tags were written");
+            throw WriteError(text::failure::kChangedWhileWritten);
         if (::rename(m_name.c_str(), m_target.c_str()) != 0)
-            throw systemWriteError("cannot replace the file", errno);
+            throw systemWriteError(text::failure::kCannotReplace, errno);
     } catch (...) {
         discard();
         throw;

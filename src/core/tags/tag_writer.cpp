@@ -15,29 +15,26 @@
 
 namespace quorlen::tags {
 
-const char* const kUnsupportedReason =
-    "tags are written only to MP3, WAV, AIFF, FLAC, Ogg Vorbis, Opus and M4A files";
-
 namespace {
 
 Container containerOf(const std::string& path) {
     const auto container = containerForName(path);
     if (!container)
-        throw WriteError(kUnsupportedReason);
+        throw WriteError(text::failure::kUnsupportedContainer);
     return *container;
 }
 
 std::string resolved(const std::string& path) {
     char buffer[PATH_MAX];
     if (!::realpath(path.c_str(), buffer))
-        throw systemWriteError("cannot find the file", errno);
+        throw systemWriteError(text::failure::kCannotFind, errno);
     return buffer;
 }
 
 TempoTags readFrom(const std::string& path, Container container) {
     TagLib::FileStream stream(path.c_str(), true);
     if (!stream.isOpen())
-        throw systemWriteError(message::kCannotRead, errno ? errno : EACCES);
+        throw systemWriteError(text::failure::kCannotRead, errno ? errno : EACCES);
     return TaggedFile(stream, container).read();
 }
 
@@ -51,13 +48,13 @@ std::string bpmText(Container container, double bpm) {
 // Fills `outcome` as it learns; throws WriteError.
 void writeOrThrow(const std::string& path, const TagRequest& request, TagOutcome& outcome) {
     if (request.key && !isKeySpelling(*request.key))
-        throw WriteError("'" + *request.key + "' is not a key");
+        throw WriteError("'" + *request.key + text::failure::kNotAKeySuffix);
     const Container container = containerOf(path);
     const std::string target = resolved(path);
-    if (request.analysed && stampOf(target) != request.analysed)
-        throw WriteError(message::kChangedSinceAnalysis);
+    if (request.analyzed && stampOf(target) != request.analyzed)
+        throw WriteError(text::failure::kChangedSinceAnalysis);
     if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
-        throw systemWriteError("cannot write the file", errno);
+        throw systemWriteError(text::failure::kCannotWrite, errno);
 
     outcome.taggedBpm = readFrom(target, container).bpm;
     if (outcome.taggedBpm && !request.replaceExisting) {
@@ -66,17 +63,17 @@ void writeOrThrow(const std::string& path, const TagRequest& request, TagOutcome
     }
 
     ReplacementFile copy(target);
-    if (request.analysed && copy.copiedFrom() != *request.analysed)
-        throw WriteError(message::kChangedSinceAnalysis);
+    if (request.analyzed && copy.copiedFrom() != *request.analyzed)
+        throw WriteError(text::failure::kChangedSinceAnalysis);
     {
         DescriptorStream stream(copy.descriptor(), target);
         TaggedFile tagged(stream, container);
         tagged.set(request.bpm, request.key);
         const bool saved = tagged.save();
         if (stream.failure())
-            throw systemWriteError("cannot write the tags", *stream.failure());
+            throw systemWriteError(text::failure::kCannotWriteTags, *stream.failure());
         if (!saved)
-            throw WriteError("TagLib could not save the tags");
+            throw WriteError(text::failure::kTagsNotSaved);
     }
     // A save that TagLib reported as done but that did not land is caught
     // before the copy replaces anything.
@@ -85,7 +82,7 @@ void writeOrThrow(const std::string& path, const TagRequest& request, TagOutcome
         DescriptorStream stream(copy.descriptor(), target);
         const TempoTags read = TaggedFile(stream, container).read();
         if (read.bpm != written || (request.key && read.key != request.key) || stream.failure())
-            throw WriteError("the new tags did not read back");
+            throw WriteError(text::failure::kTagsNotReadBack);
     }
     outcome.writtenStamp = copy.replaceTarget();
     outcome.result = TagResult::written;
@@ -100,7 +97,7 @@ TagOutcome writeTempoTags(const std::string& path, const TagRequest& request) {
         writeOrThrow(path, request, outcome);
         return outcome;
     } catch (const std::bad_alloc&) {
-        outcome.reason = "not enough memory";
+        outcome.reason = text::failure::kTagsOutOfMemory;
     } catch (const std::exception& error) {
         outcome.reason = error.what();
     }

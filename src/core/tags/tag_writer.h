@@ -2,6 +2,7 @@
 
 #include "tags/audio_tags.h"
 #include "tags/file_stamp.h"
+#include "text/failure_texts.h"
 
 #include <optional>
 #include <string>
@@ -16,7 +17,7 @@ struct TagRequest {
     // Replace a BPM tag the file already has; without it such a file is kept.
     bool replaceExisting = false;
     // The file as it was analysed; a file that differs now is not written.
-    std::optional<FileStamp> analysed = std::nullopt;
+    std::optional<FileStamp> analyzed = std::nullopt;
 };
 
 enum class TagResult { written, kept, failed };
@@ -43,7 +44,7 @@ TagOutcome writeTempoTags(const std::string& path, const TagRequest& request);
 // not a file of a kind whose tags are written.
 TempoTags readTempoTags(const std::string& path);
 
-// "tags are written only to ...": the reason for files of other kinds.
-extern const char* const kUnsupportedReason;
+// Until every caller names it where it lives.
+inline constexpr const char* kUnsupportedReason = text::failure::kUnsupportedContainer;
 
 } // namespace quorlen::tags

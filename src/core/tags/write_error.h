@@ -1,16 +1,14 @@
 #pragma once
 
+#include "text/failure_texts.h"
+
 #include <stdexcept>
 #include <string>
 
 namespace quorlen::tags {
 
-// The reasons given at more than one step of a write.
-namespace message {
-inline constexpr const char* kCannotRead = "cannot read the file";
-inline constexpr const char* kCannotName = "cannot name the new file";
-inline constexpr const char* kChangedSinceAnalysis = "the file changed while it was analysed";
-} // namespace message
+// Until every caller names them where they live.
+namespace message = text::failure;
 
 // Why a file's tags could not be written, as the end of the line
 // "PATH: could not write tags: REASON".
