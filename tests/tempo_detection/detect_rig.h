@@ -2,6 +2,7 @@
 
 #include "audio/fake_audio_backend.h"
 #include "support/wait.h"
+#include "tempo_detection/preview_stream.h"
 #include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_preview_player.h"
 #include "test_signals.h"
@@ -56,6 +57,22 @@ struct DetectRig {
         return path;
     }
     TempoPreviewPlayer& player() { return model->player(); }
+    // Pulls `frames` frames as the audio thread would, once the reader has
+    // buffered enough of them (silence would otherwise stand for an underrun).
+    std::vector<float> pull(int frames, uint64_t bufferedBlocks) {
+        EXPECT_TRUE(waitUntil([&] { return player().stream().buffered() >= bufferedBlocks; }));
+        return backend->pull(frames);
+    }
+    // The left channel of `frames` frames, in blocks the reader keeps ahead of.
+    std::vector<float> pullLeft(int frames) {
+        std::vector<float> left;
+        for (int at = 0; at < frames; at += 1024) {
+            const auto block = pull(1024, 2);
+            for (size_t i = 0; i < block.size(); i += 2)
+                left.push_back(block[i]);
+        }
+        return left;
+    }
 
     generated::TempDir dir;
     double nowSeconds = 100;

@@ -1,6 +1,5 @@
 #include "detect_rig.h"
 #include "preview/preview_frames.h"
-#include "tempo_detection/preview_stream.h"
 
 #include <gtest/gtest.h>
 
@@ -38,22 +37,6 @@ struct Rig : DetectRig {
         return analyse(ramp(frames, rateHz, channels));
     }
     PreviewStream& stream() { return player().stream(); }
-    // Pulls `frames` frames as the audio thread would, once the reader has
-    // buffered enough of them (silence would otherwise stand for an underrun).
-    std::vector<float> pull(int frames, uint64_t bufferedBlocks) {
-        EXPECT_TRUE(waitUntil([&] { return stream().buffered() >= bufferedBlocks; }));
-        return backend->pull(frames);
-    }
-    // The left channel of `frames` frames, taken in blocks the reader keeps ahead of.
-    std::vector<float> pullLeft(int frames) {
-        std::vector<float> left;
-        for (int at = 0; at < frames; at += 1024) {
-            const auto block = pull(1024, 2);
-            for (size_t i = 0; i < block.size(); i += 2)
-                left.push_back(block[i]);
-        }
-        return left;
-    }
 };
 
 TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondFadedInAndFadesOutIn12Steps) {
