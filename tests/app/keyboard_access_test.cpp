@@ -54,6 +54,25 @@ QString describe(const QWidget* widget) {
            widget->objectName() + QLatin1Char(' ') + widget->accessibleName();
 }
 
+// Counts the interactive nodes under `node` and lists those without a name.
+void collectUnnamed(QAccessibleInterface* node, int& interactive, QStringList& unnamed) {
+    using enum QAccessible::Role;
+    static const std::set<QAccessible::Role> kInteractive{
+        Button,       CheckBox, RadioButton, SpinBox,        Slider,
+        EditableText, ComboBox, ButtonMenu,  ButtonDropDown, Link};
+    if (!node || node->state().invisible)
+        return;
+    interactive += kInteractive.count(node->role()) ? 1 : 0;
+    if (kInteractive.count(node->role()) && node->text(QAccessible::Name).trimmed().isEmpty()) {
+        QObject* object = node->object();
+        unnamed << (object ? QString::fromLatin1(object->metaObject()->className()) +
+                                 QLatin1Char(' ') + object->objectName()
+                           : QStringLiteral("part of ") + node->parent()->text(QAccessible::Name));
+    }
+    for (int i = 0; i < node->childCount(); ++i)
+        collectUnnamed(node->child(i), interactive, unnamed);
+}
+
 class KeyboardAccess : public ::testing::TestWithParam<CalculatorTool> {
 protected:
     void SetUp() override {
@@ -67,8 +86,9 @@ protected:
 };
 
 // Tab from the first sidebar row goes once round the window and must meet
-// every shown control of the tool on the way.
-TEST_P(KeyboardAccess, TabReachesEveryControlOfTheTool) {
+// every shown control of the tool on the way; and what a screen reader gets:
+// every interactive node of the tool has a name.
+TEST_P(KeyboardAccess, TabReachesEveryControlOfTheToolAndEveryInteractiveNodeIsNamed) {
     SidebarToolRow* first = view.sidebar()->row(CalculatorTool::bpm);
     first->setFocus(Qt::TabFocusReason);
     std::set<QWidget*> reached;
@@ -98,35 +118,7 @@ TEST_P(KeyboardAccess, TabReachesEveryControlOfTheTool) {
     auto* screen = qobject_cast<ToolScreen*>(view.toolView());
     ASSERT_NE(screen, nullptr);
     EXPECT_TRUE(screen->header()->isAncestorOf(*firstTool)) << describe(*firstTool).toStdString();
-}
 
-bool isInteractiveRole(QAccessible::Role role) {
-    using enum QAccessible::Role;
-    const std::set<QAccessible::Role> interactive{
-        Button,       CheckBox, RadioButton, SpinBox,        Slider,
-        EditableText, ComboBox, ButtonMenu,  ButtonDropDown, Link};
-    return interactive.count(role) > 0;
-}
-
-void collectUnnamed(QAccessibleInterface* node, int& interactive, QStringList& unnamed) {
-    if (!node || node->state().invisible)
-        return;
-    if (isInteractiveRole(node->role())) {
-        ++interactive;
-        if (node->text(QAccessible::Name).trimmed().isEmpty()) {
-            QObject* object = node->object();
-            const QString parent = node->parent()->text(QAccessible::Name);
-            unnamed << (object ? QString::fromLatin1(object->metaObject()->className()) +
-                                     QLatin1Char(' ') + object->objectName()
-                               : QStringLiteral("part of ") + parent);
-        }
-    }
-    for (int i = 0; i < node->childCount(); ++i)
-        collectUnnamed(node->child(i), interactive, unnamed);
-}
-
-// What a screen reader gets: every interactive node of the tool has a name.
-TEST_P(KeyboardAccess, EveryInteractiveNodeHasAnAccessibleName) {
     int interactive = 0;
     QStringList unnamed;
     collectUnnamed(QAccessible::queryAccessibleInterface(view.toolView()), interactive, unnamed);

@@ -19,10 +19,17 @@
 namespace quorlen {
 namespace {
 
-TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
-    Preferences().setStatsOptOut(false);
+// The store is the one file of the app's organisation and name.
+class Settings : public ::testing::Test {
+protected:
     AppearanceController appearance;
     OctaveSetting octave;
+    QSettings store{QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
+                    QStringLiteral("calculator")};
+};
+
+TEST_F(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
+    Preferences().setStatsOptOut(false);
     {
         SettingsDialog dialog(appearance, octave);
         EXPECT_TRUE(dialog.statsToggle()->isChecked()) << "sharing is on by default";
@@ -33,9 +40,6 @@ TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
     SettingsDialog reopened(appearance, octave);
     EXPECT_FALSE(reopened.statsToggle()->isChecked());
 
-    // The store is the one file of the app's organisation and name.
-    QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
-                    QStringLiteral("calculator"));
     EXPECT_TRUE(store.value(QStringLiteral("statsOptOut")).toBool());
     EXPECT_TRUE(store.fileName().endsWith(QStringLiteral("quorlen/calculator.conf")));
 }
@@ -43,10 +47,8 @@ TEST(Settings, TheToggleSharesAndStoresTheInverseAsOptOut) {
 // The unchecked box must show on the dark window: its rim, drawn by the
 // platform style, stands out from the window behind it (3:1 for a
 // control's outline).
-TEST(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
+TEST_F(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
     ColorSchemeHub::instance().setScheme(ColorScheme::Dark);
-    AppearanceController appearance;
-    OctaveSetting octave;
     SettingsDialog dialog(appearance, octave);
     QCheckBox* box = dialog.statsToggle();
     box->setChecked(false);
@@ -57,18 +59,15 @@ TEST(Settings, TheUncheckedBoxIsVisibleOnTheDarkScheme) {
     box->render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
     double strongest = 1;
     // The indicator sits at the leading edge, before the label.
-    for (int x = 0; x < 20; ++x) {
+    for (int x = 0; x < 20; ++x)
         for (int y = 0; y < image.height(); ++y)
             strongest = std::max(strongest, contrastRatio(image.pixelColor(x, y), window));
-    }
     EXPECT_GE(strongest, 3.0);
     ColorSchemeHub::instance().setScheme(ColorScheme::Light);
     Preferences().setStatsOptOut(false);
 }
 
-TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
-    AppearanceController appearance;
-    OctaveSetting octave;
+TEST_F(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
     SettingsDialog dialog(appearance, octave);
     dialog.appearancePicker()->setCurrentIndex(2);
     EXPECT_EQ(currentScheme(), ColorScheme::Dark);
@@ -78,10 +77,8 @@ TEST(Settings, AppearanceChoiceRepaintsAtOnceAndIsRemembered) {
     EXPECT_EQ(AppearanceController().choice(), AppearanceChoice::light);
 }
 
-TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
+TEST_F(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
     Preferences().setTempoOctave(detection::OctaveMode::classic());
-    AppearanceController appearance;
-    OctaveSetting octave;
     {
         SettingsDialog dialog(appearance, octave);
         OctavePicker* picker = dialog.octavePicker();
@@ -105,8 +102,6 @@ TEST(Settings, TempoDetectionModeIsStoredSharedAndShownAgain) {
     SettingsDialog reopened(appearance, reread);
     EXPECT_EQ(reopened.octavePicker()->choice()->currentIndex(), 2);
     EXPECT_EQ(reopened.octavePicker()->highBound()->value(), 190);
-    QSettings store(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("quorlen"),
-                    QStringLiteral("calculator"));
     EXPECT_EQ(store.value(QStringLiteral("tempoDetectionOctave")).toString(), "95-190");
 
     // A stored text that names no mode, or a range beyond the picker's

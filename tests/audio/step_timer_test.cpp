@@ -10,66 +10,61 @@ namespace quorlen {
 namespace {
 
 using testing::RecordingSynthesiser;
+using testing::waitUntil;
 
-// Writes down the timer's calls in order: "q1@due" and "s1".
+// A timer over a recording synthesiser, writing its calls down in order:
+// "q1@due" for a queued step and "s1" for a shown one.
 struct Journal {
+    RecordingSynthesiser synthesiser;
+    StepTimer timer{synthesiser};
     std::vector<std::string> calls;
-    StepTimer::QueueStep queue() {
-        return [this](std::int64_t step, std::int64_t due) {
-            calls.push_back("q" + std::to_string(step) + "@" + std::to_string(due));
-        };
+    void start(double stepSeconds) {
+        timer.start(
+            stepSeconds,
+            [this](std::int64_t step, std::int64_t due) {
+                calls.push_back("q" + std::to_string(step) + "@" + std::to_string(due));
+            },
+            [this](std::int64_t step) { calls.push_back("s" + std::to_string(step)); });
     }
-    StepTimer::ShowStep show() {
-        return [this](std::int64_t step) { calls.push_back("s" + std::to_string(step)); };
+    bool reaches(size_t count) {
+        return waitUntil([&] { return calls.size() >= count; });
     }
 };
 
 TEST(StepTimer, WaitsForTheOutputThenPlacesStepsOnItsClock) {
     // 0.1 s steps are 4410 frames; each is queued 2205 frames (50 ms) ahead
     // and shown once its frame is reached.
-    RecordingSynthesiser synthesiser;
-    synthesiser.outputState = Synthesiser::Output::starting;
-    StepTimer timer(synthesiser);
-    Journal journal;
-    timer.start(0.1, journal.queue(), journal.show());
-    EXPECT_EQ(synthesiser.outputStarts, 1);
+    Journal j;
+    j.synthesiser.outputState = Synthesiser::Output::starting;
+    j.start(0.1);
+    EXPECT_EQ(j.synthesiser.outputStarts, 1);
     QTest::qWait(30);
-    EXPECT_TRUE(journal.calls.empty()) << "nothing before the output runs";
-
-    synthesiser.frame = 10000;
-    synthesiser.outputState = Synthesiser::Output::running;
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 1; }));
-    EXPECT_EQ(journal.calls.back(), "q0@10000");
-
-    synthesiser.frame = 10000 + 4410 - 2205 - 1;
+    EXPECT_TRUE(j.calls.empty()) << "nothing before the output runs";
+    j.synthesiser.frame = 10000;
+    j.synthesiser.outputState = Synthesiser::Output::running;
+    ASSERT_TRUE(j.reaches(1));
+    j.synthesiser.frame = 10000 + 4410 - 2205 - 1;
     QTest::qWait(20);
-    EXPECT_EQ(journal.calls.size(), 1u) << "queued too early";
-    synthesiser.frame += 1;
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 2; }));
-    EXPECT_EQ(journal.calls.back(), "q1@14410");
-    synthesiser.frame = 14410;
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 3; }));
-    EXPECT_EQ(journal.calls[2], "s1");
-    synthesiser.frame = 18820 - 2205;
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() == 4; }));
-    EXPECT_EQ(journal.calls[3], "q2@18820");
-    timer.stop();
+    EXPECT_EQ(j.calls.size(), 1u) << "queued too early";
+    for (const std::int64_t frame : {10000 + 4410 - 2205, 14410, 18820 - 2205}) {
+        j.synthesiser.frame = frame;
+        ASSERT_TRUE(j.reaches(j.calls.size() + 1)) << frame;
+    }
+    EXPECT_EQ(j.calls, (std::vector<std::string>{"q0@10000", "q1@14410", "s1", "q2@18820"}));
+    j.timer.stop();
 }
 
 TEST(StepTimer, AStallLongerThanTheLookAheadShowsStepsWithoutABurstOfSounds) {
-    RecordingSynthesiser synthesiser;
-    synthesiser.outputState = Synthesiser::Output::running;
-    StepTimer timer(synthesiser);
-    Journal journal;
-    timer.start(0.1, journal.queue(), journal.show());
-    ASSERT_EQ(journal.calls, (std::vector<std::string>{"q0@0"}));
-
+    Journal j;
+    j.synthesiser.outputState = Synthesiser::Output::running;
+    j.start(0.1);
+    ASSERT_EQ(j.calls, (std::vector<std::string>{"q0@0"}));
     // The thread comes back 3.5 steps later: steps 1 to 3 are shown, only
     // the one still ahead of the clock (step 4, due 17640) is queued.
-    synthesiser.frame = 15435;
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return journal.calls.size() >= 4; }));
+    j.synthesiser.frame = 15435;
+    ASSERT_TRUE(j.reaches(4));
     QTest::qWait(20);
-    EXPECT_EQ(journal.calls, (std::vector<std::string>{"q0@0", "s1", "s2", "s3", "q4@17640"}));
+    EXPECT_EQ(j.calls, (std::vector<std::string>{"q0@0", "s1", "s2", "s3", "q4@17640"}));
 }
 
 TEST(StepTimer, RunsOnTheSteadyClockWithoutAnOutputAndStopsFromACallback) {
@@ -84,7 +79,7 @@ TEST(StepTimer, RunsOnTheSteadyClockWithoutAnOutputAndStopsFromACallback) {
             if (step == 5)
                 timer.stop();
         });
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return !timer.isRunning(); }));
+    ASSERT_TRUE(waitUntil([&] { return !timer.isRunning(); }));
     EXPECT_EQ(shown, 5);
     // 20 ms = 882 frames a step; nothing is queued after the stop.
     ASSERT_EQ(dues.size(), 6u);
@@ -106,11 +101,11 @@ TEST(StepTimer, MovesOntoTheAudioClockWhenAnOutputComesBack) {
     synthesiser.outputState = Synthesiser::Output::running;
     QTest::qWait(20);
     synthesiser.frame += 8820; // a whole step on: step 1 is surely within reach
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return dues.size() == 2; }));
+    ASSERT_TRUE(waitUntil([&] { return dues.size() == 2; }));
     EXPECT_GE(dues[1], 1'000'000);
     EXPECT_LE(dues[1], 1'000'000 + 2 * 8820);  // within a step of when it was seen
     synthesiser.frame = dues[1] + 8820 - 4410; // shown, and step 2 is 0.1 s ahead
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return dues.size() == 3; }));
+    ASSERT_TRUE(waitUntil([&] { return dues.size() == 3; }));
     EXPECT_EQ(dues[2] - dues[1], 8820);
     timer.stop();
 }

@@ -14,8 +14,6 @@ struct ReceivedRequest {
     QByteArray requestLine;
     QHash<QByteArray, QByteArray> headers;
     QByteArray body;
-
-    QByteArray header(const QByteArray& name) const { return headers.value(name); }
 };
 
 // A minimal HTTP/1.1 server on 127.0.0.1 that records what it receives and
@@ -23,7 +21,12 @@ struct ReceivedRequest {
 class LoopbackServer : public QTcpServer {
 public:
     LoopbackServer() {
-        connect(this, &QTcpServer::newConnection, this, &LoopbackServer::accept);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket* socket = nextPendingConnection()) {
+                socket->setParent(this);
+                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
+            }
+        });
         listen(QHostAddress::LocalHost);
     }
 
@@ -35,13 +38,6 @@ public:
     }
 
 private:
-    void accept() {
-        while (QTcpSocket* socket = nextPendingConnection()) {
-            socket->setParent(this);
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
-        }
-    }
-
     void read(QTcpSocket* socket) {
         QByteArray& buffer = m_buffers[socket];
         buffer += socket->readAll();
@@ -51,15 +47,10 @@ private:
         ReceivedRequest request;
         const QList<QByteArray> lines = buffer.left(headerEnd).split('\n');
         request.requestLine = lines.value(0).trimmed();
-        qsizetype length = 0;
-        for (qsizetype i = 1; i < lines.size(); ++i) {
-            const qsizetype colon = lines[i].indexOf(':');
-            const QByteArray name = lines[i].left(colon).trimmed().toLower();
-            const QByteArray value = lines[i].mid(colon + 1).trimmed();
-            request.headers.insert(name, value);
-            if (name == "content-length")
-                length = value.toLongLong();
-        }
+        for (const QByteArray& line : lines.mid(1))
+            request.headers.insert(line.left(line.indexOf(':')).trimmed().toLower(),
+                                   line.mid(line.indexOf(':') + 1).trimmed());
+        const qsizetype length = request.headers.value("content-length").toLongLong();
         if (buffer.size() < headerEnd + 4 + length)
             return;
         request.body = buffer.mid(headerEnd + 4, length);

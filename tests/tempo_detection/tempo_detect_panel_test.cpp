@@ -4,17 +4,17 @@
 #include "app/preferences.h"
 #include "app/settings_dialog.h"
 #include "app/sidebar.h"
-#include "audio/fake_audio_backend.h"
+#include "detect_rig.h"
+#include "key/key_text.h"
+#include "key_signals.h"
 #include "support/print_qstring.h"
-#include "support/wait.h"
 #include "tags/tag_writer.h"
+#include "tempo_detection/chroma_strip.h"
 #include "tempo_detection/confidence_bar.h"
 #include "tempo_detection/drop_zone.h"
-#include "tempo_detection/preview_stream.h"
-#include "tempo_detection/tempo_detect_model.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tempo_detection/waveform_grid.h"
-#include "test_signals.h"
+#include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_view.h"
 #include "ui/copyable_value.h"
@@ -24,6 +24,7 @@
 #include "ui/theme.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QComboBox>
 #include <QFileDialog>
 #include <QMimeData>
@@ -33,14 +34,20 @@
 #include <QUrl>
 #include <QWheelEvent>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 namespace quorlen {
 namespace {
 
-namespace generated = detection::testing;
-using quorlen::testing::waitUntil;
+using namespace quorlen::testing;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Key;
+
+template <typename T> T* child(QWidget* parent, const char* name) {
+    return parent->findChild<T*>(QLatin1String(name));
+}
 
 // A real drop: enter, then drop, as the window system delivers them.
 bool drop(QWidget* target, const QMimeData& data) {
@@ -56,19 +63,26 @@ bool drop(QWidget* target, const QMimeData& data) {
 
 // The real window on the tempo tool, and beside it four bars of clicks at
 // 128 BPM accented on every bar with a kick: a loop of 7.5 s whose length
-// fits 4 bars exactly.
-class WindowWithLoop : public ::testing::Test {
+// fits 4 bars exactly; an F♯ minor cadence 14 cents flat; and plain clicks.
+class Window : public ::testing::Test {
 protected:
     void SetUp() override {
-        generated::ClickTrain train;
-        train.bpm = 128;
-        train.seconds = 7.5;
-        train.accentEvery = 4;
-        train.kickHz = 60;
-        const std::string file = dir.file("loop128.wav").string();
-        ASSERT_TRUE(generated::writeSound(file, generated::clickTrain(train), 1, 44100,
-                                          SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-        path = QString::fromStdString(file);
+        key::testing::Chords chords = key::testing::aMinorCadence();
+        for (auto& chord : chords.notes)
+            for (int& note : chord)
+                note -= 3; // A minor down a minor third: F♯ minor
+        chords.cents = -14.0;
+        chords.rateHz = 44100.0;
+        const std::pair<const char*, std::vector<float>> files[] = {
+            {"loop128.wav",
+             generated::clickTrain({.bpm = 128, .seconds = 7.5, .accentEvery = 4, .kickHz = 60})},
+            {"fsm.wav", key::testing::chordSequence(chords)},
+            {"clicks.wav", generated::clickTrain({.bpm = 120, .seconds = 8, .kickHz = 60})}};
+        for (const auto& [name, samples] : files)
+            ASSERT_TRUE(generated::writeSound(dir.file(name), samples, 1, 44100,
+                                              SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        Preferences().setFifthsSelectedIndex(0);
+        Preferences().setFifthsMinorSelected(false);
         content.resize(1100, 1400);
         content.show();
         openPanel();
@@ -78,22 +92,22 @@ protected:
         ASSERT_NE(view, nullptr);
         panel = view->detectPanel();
     }
-    template <typename T> T* find(const char* name) {
-        return panel->findChild<T*>(QLatin1String(name));
-    }
-    bool dropLoop() {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(path)});
-        return drop(find<DropZone>("dropZone"), data);
+    template <typename T> T* find(const char* name) { return child<T>(panel, name); }
+    bool analyse(const char* name) {
+        panel->analyse(QString::fromStdString(dir.file(name).string()));
+        return analysed();
     }
     bool analysed() {
         return waitUntil([&] { return !content.detection().isAnalysing(); }, 20000);
     }
     QString shownTempo() { return find<CopyableText>("detectedTempo")->display(); }
     QString note() { return find<SchemeLabel>("detectionNote")->text(); }
+    QString copied(const char* name) {
+        QTest::mouseClick(find<CopyableText>(name), Qt::LeftButton);
+        return QGuiApplication::clipboard()->text();
+    }
 
     generated::TempDir dir;
-    QString path;
     ContentView content{QStringLiteral("bpm")};
     TempoView* view = nullptr;
     QPointer<TempoDetectPanel> panel;
@@ -102,11 +116,13 @@ protected:
 // A person drops a loop, checks the delay times for it meanwhile, and comes
 // back to the analysis: it finished without its panel and is shown, and its
 // tempo can be used.
-TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
+TEST_F(Window, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
     auto* zone = find<DropZone>("dropZone");
     EXPECT_TRUE(zone->showsSymbol());
     EXPECT_FALSE(find<QWidget>("detectionResults")->isVisible());
-    ASSERT_TRUE(dropLoop());
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(dir.file("loop128.wav").string()))});
+    ASSERT_TRUE(drop(zone, data));
     EXPECT_EQ(zone->heading(), "Analysing loop128.wav…");
     EXPECT_FALSE(zone->showsSymbol());
     ASSERT_TRUE(content.detection().isAnalysing());
@@ -114,9 +130,8 @@ TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
     EXPECT_TRUE(waitUntil([&] { return panel.isNull(); }));
     ASSERT_TRUE(analysed());
     for (const CalculatorTool away :
-         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm}) {
+         {CalculatorTool::bpm, CalculatorTool::harmony, CalculatorTool::bpm})
         content.showTool(away);
-    }
     ASSERT_NO_FATAL_FAILURE(openPanel());
     EXPECT_EQ(find<DropZone>("dropZone")->heading(), "Drop another file");
     EXPECT_TRUE(find<QWidget>("detectionResults")->isVisible());
@@ -131,12 +146,10 @@ TEST_F(WindowWithLoop, ADroppedLoopIsAnalysedWhileAwayAndItsTempoUsed) {
     EXPECT_EQ(content.sidebar()->summaryStrip()->text(), "A4 = 440 Hz\n128 BPM = 468.8 ms");
 }
 
-TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
-    panel->analyse(path);
-    ASSERT_TRUE(analysed());
-    ASSERT_EQ(shownTempo(), "128");
-
-    // The range 40-80 folds 128 to 64: the 16 beats of the loop become 8.
+// The setting reaches the window's analysis: the range 40-80 folds 128 to
+// 64, the 16 beats of the loop become 8; "As analysed" brings it back.
+TEST_F(Window, TheTempoDetectionSettingRefoldsTheShownResult) {
+    ASSERT_TRUE(analyse("loop128.wav"));
     AppearanceController appearance;
     SettingsDialog settings(appearance, content.octaveSetting());
     OctavePicker* picker = settings.octavePicker();
@@ -145,53 +158,92 @@ TEST_F(WindowWithLoop, TheTempoDetectionSettingRefoldsTheShownResult) {
     picker->choice()->setCurrentIndex(2);
     ASSERT_FALSE(panel->model().isAnalysing()) << "a new mode re-estimates the shown result";
     EXPECT_EQ(shownTempo(), "64");
-    EXPECT_EQ(find<KitButton>("doubleButton")->text(), "×2 → 128");
     EXPECT_TRUE(note().contains("file length fits exactly 2 bars")) << note().toStdString();
-    QTest::mouseClick(find<KitButton>("useBpmButton"), Qt::LeftButton);
-    EXPECT_EQ(content.state().bpm(), 64);
-
-    // Back to "As analysed": the panel is as it was.
     picker->choice()->setCurrentIndex(0);
     ASSERT_TRUE(analysed());
     EXPECT_EQ(shownTempo(), "128");
-    EXPECT_TRUE(note().contains("fits exactly 4 bars"));
     Preferences().setTempoOctave(detection::OctaveMode::classic());
 }
 
+TEST_F(Window, TheKeyAndTuningShowCopyAndGoToTheWheelAndA4) {
+    ASSERT_TRUE(analyse("fsm.wav"));
+    ASSERT_TRUE(find<QWidget>("detectedKeyRow")->isVisible());
+    EXPECT_FALSE(find<SchemeLabel>("noKeyNote")->isVisible());
+    const key::KeyEstimate& estimate = *content.detection().result()->key;
+    ASSERT_TRUE(estimate.tuningCents);
+    EXPECT_NEAR(*estimate.tuningCents, -14.0, 3.0);
+    const QString cents = QString::fromStdString(key::centsText(*estimate.tuningCents));
+    const QString a4 = QString::fromStdString(key::a4Text(*estimate.tuningCents));
+    EXPECT_EQ(find<ChromaStrip>("chromaStrip")->chroma(), estimate.chroma);
+    EXPECT_EQ(find<ChromaStrip>("chromaStrip")->profile(), estimate.profile);
+    // Every value shows as written and copies as the clipboard spells it.
+    const std::tuple<const char*, QString, QString> values[] = {
+        {"detectedKey", "F♯m", "F#m"},
+        {"detectedCamelot", "11A", "11A"},
+        {"detectedTuning", cents + " cents", cents},
+        {"detectedA4", "A4 " + a4 + " Hz", a4},
+    };
+    for (const auto& [name, display, copy] : values) {
+        EXPECT_EQ(find<CopyableText>(name)->display(), display);
+        EXPECT_EQ(copied(name), copy);
+    }
+    const QString confidence = find<CopyableText>("detectedKeyConfidence")->display();
+    EXPECT_TRUE(confidence.endsWith('%'));
+    EXPECT_EQ(copied("detectedKeyConfidence") + "%", confidence);
+
+    QTest::mouseClick(find<KitButton>("useA4Button"), Qt::LeftButton);
+    EXPECT_DOUBLE_EQ(content.state().a4(), a4.toDouble());
+    EXPECT_EQ(content.state().a4Text(), QString::number(a4.toDouble(), 'f', 1))
+        << "the A4 field's one decimal";
+    QTest::mouseClick(find<KitButton>("useKeyButton"), Qt::LeftButton);
+    content.showTool(CalculatorTool::harmony);
+    auto* wheel = qobject_cast<CircleOfFifthsView*>(content.toolView());
+    ASSERT_NE(wheel, nullptr);
+    EXPECT_EQ(wheel->selection(), (KeySelection{3, true})) << "F♯m on the inner ring";
+}
+
+TEST_F(Window, DrumsShowThatThereIsNoKey) {
+    ASSERT_TRUE(analyse("clicks.wav"));
+    ASSERT_TRUE(find<QWidget>("detectedKeyRow")->isVisible());
+    EXPECT_EQ(find<CopyableText>("detectedKey")->display(), "None");
+    EXPECT_EQ(find<SchemeLabel>("noKeyNote")->text(), "no tonal content");
+    EXPECT_TRUE(find<SchemeLabel>("noKeyNote")->isVisible());
+    EXPECT_FALSE(find<CopyableText>("detectedCamelot")->isVisible());
+    EXPECT_FALSE(find<ChromaStrip>("chromaStrip")->isVisible());
+    EXPECT_FALSE(find<KitButton>("useKeyButton")->isEnabled());
+    EXPECT_FALSE(find<KitButton>("useA4Button")->isEnabled());
+}
+
+TEST(ChromaStrip, BarsShareTheWidthAndGrowFromTheNamesLine) {
+    const QSizeF size(240, 63); // 50 points of bars over a 13-point line of names
+    EXPECT_EQ(ChromaStrip::barRect(0, 1.0, size), QRectF(1.5, 0, 17, 50));
+    EXPECT_EQ(ChromaStrip::barRect(11, 0.5, size), QRectF(221.5, 25, 17, 25));
+    EXPECT_EQ(ChromaStrip::barRect(3, 2.0, size), ChromaStrip::barRect(3, 1.0, size)) << "clipped";
+    EXPECT_EQ(ChromaStrip::barRect(3, -1.0, size).height(), 0.0);
+}
+
 // A panel over a model whose analyses the test decides, and a silent output.
-struct PanelRig {
-    explicit PanelRig(std::function<detection::Analysis()> answer) {
-        auto output = std::make_unique<quorlen::testing::FakeAudioBackend>();
-        backend = output.get();
-        auto player = std::make_unique<TempoPreviewPlayer>(std::move(output));
-        model = std::make_unique<TempoDetectModel>(
-            std::move(player), [answer](const std::string&, const detection::CancelCheck&,
-                                        const detection::OctaveMode&) { return answer(); });
+struct PanelRig : DetectRig {
+    explicit PanelRig(std::function<detection::Analysis()> answer)
+        : DetectRig(answering(std::move(answer))) {
         panel = std::make_unique<TempoDetectPanel>(state, *model);
         panel->resize(700, 400);
         panel->show();
     }
-    bool analyse(const QString& path = QStringLiteral("/music/take.wav")) {
-        panel->analyse(path);
-        return waitUntil([this] { return !panel->model().isAnalysing(); });
+    template <typename T> T* find(const char* name) { return child<T>(panel.get(), name); }
+    void click(const char* button) { QTest::mouseClick(find<KitButton>(button), Qt::LeftButton); }
+    QString note() { return find<SchemeLabel>("detectionNote")->text(); }
+    // The alternative buttons by their labels.
+    std::map<QString, KitButton*> alternatives() {
+        std::map<QString, KitButton*> buttons;
+        for (auto* button : panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
+            buttons[button->text()] = button;
+        return buttons;
     }
-    template <typename T> T* find(const char* name) {
-        return panel->findChild<T*>(QLatin1String(name));
-    }
+
     CalculatorState state;
-    quorlen::testing::FakeAudioBackend* backend;
-    std::unique_ptr<TempoDetectModel> model;
     std::unique_ptr<TempoDetectPanel> panel;
 };
-
-detection::Analysis analysisAt(double bpm, double confidence = 0.82) {
-    detection::Analysis analysis;
-    analysis.estimate.bpm = bpm;
-    analysis.estimate.confidence = confidence;
-    analysis.estimate.durationSeconds = 30;
-    analysis.waveform = std::make_shared<const std::vector<float>>(1600, 0.3f);
-    return analysis;
-}
 
 TEST(TempoDetectPanel, ButtonsFollowTheRangeAndUseRoundsToCents) {
     struct Case {
@@ -210,59 +262,18 @@ TEST(TempoDetectPanel, ButtonsFollowTheRangeAndUseRoundsToCents) {
         ASSERT_TRUE(rig.analyse());
         EXPECT_EQ(rig.find<KitButton>("halveButton")->isEnabled(), c.canHalve) << c.bpm;
         EXPECT_EQ(rig.find<KitButton>("doubleButton")->isEnabled(), c.canDouble) << c.bpm;
-        QTest::mouseClick(rig.find<KitButton>("useBpmButton"), Qt::LeftButton);
+        rig.click("useBpmButton");
         EXPECT_EQ(rig.state.bpm(), c.used);
     }
-}
-
-TEST(TempoDetectPanel, EachAlternativeIsAButtonThatShowsItsTempo) {
-    PanelRig rig([] {
-        detection::Analysis analysis = analysisAt(120);
-        analysis.estimate.alternatives = {60, 180};
-        analysis.estimate.candidates = {{120, 0.6}, {90, 0.3}, {60, 0.1}};
-        return analysis;
-    });
-    ASSERT_TRUE(rig.analyse());
-    auto buttons = [&] {
-        QStringList labels;
-        for (auto* button :
-             rig.panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
-            labels << button->text();
-        labels.sort();
-        return labels;
-    };
-    // The shown tempo and a repeated one get no button.
-    EXPECT_EQ(buttons(), (QStringList{"180 BPM", "60 BPM", "90 BPM"}));
-    EXPECT_FALSE(rig.find<SchemeLabel>("detectionNote")->text().contains("also plausible"));
-
-    KitButton* ninety = nullptr;
-    for (auto* button : rig.panel->findChildren<KitButton*>(QStringLiteral("alternativeButton")))
-        if (button->text() == "90 BPM")
-            ninety = button;
-    ASSERT_NE(ninety, nullptr);
-    EXPECT_EQ(ninety->accessibleName(), "Show 90 BPM");
-    QTest::mouseClick(ninety, Qt::LeftButton);
-    EXPECT_EQ(rig.find<CopyableText>("detectedTempo")->display(), "90");
-    EXPECT_DOUBLE_EQ(rig.panel->model().result()->bpm, 90);
-    // Now 120 is one of the others.
-    EXPECT_EQ(buttons(), (QStringList{"120 BPM", "180 BPM", "60 BPM"}));
 }
 
 // The clicks a preview from the start plays over a silent file: their
 // frames from the first, and whether each is accented (the louder sound).
 std::vector<std::pair<int, bool>> clicksOfPreview(PanelRig& rig, int frames) {
-    TempoDetectModel& model = rig.panel->model();
-    model.startPreview();
-    PreviewStream& stream = model.player().stream();
-    std::vector<float> left;
-    while (int(left.size()) < frames) {
-        EXPECT_TRUE(waitUntil([&] { return stream.buffered() >= 2; }));
-        const std::vector<float> block = rig.backend->pull(1024);
-        for (size_t i = 0; i < block.size(); i += 2)
-            left.push_back(block[i]);
-    }
-    model.stopPreview();
-    EXPECT_TRUE(waitUntil([&] { return !model.player().isPlaying(); }));
+    rig.model->startPreview();
+    const std::vector<float> left = rig.pullLeft(frames);
+    rig.model->stopPreview();
+    EXPECT_TRUE(waitUntil([&] { return !rig.player().isPlaying(); }));
     std::vector<std::pair<int, bool>> clicks;
     for (int i = 0; i < int(left.size()); ++i) {
         if (left[size_t(i)] == 0)
@@ -277,17 +288,19 @@ std::vector<std::pair<int, bool>> clicksOfPreview(PanelRig& rig, int frames) {
     return clicks;
 }
 
-TEST(TempoDetectPanel, TheClickToggleFromTheKeyboardPlaysTheGridShown) {
-    const generated::TempDir dir;
-    const std::string path = dir.file("silence.wav").string();
-    ASSERT_TRUE(generated::writeSound(path, std::vector<float>(3 * 44100, 0.0f), 1, 44100,
-                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+TEST(TempoDetectPanel, AlternativesAndTheClickToggleFromTheKeyboardPlayTheGridShown) {
     PanelRig rig([] {
         detection::Analysis analysis = analysisAt(120);
-        analysis.estimate.alternatives = {90};
+        analysis.estimate.alternatives = {60, 180};
+        analysis.estimate.candidates = {{120, 0.6}, {90, 0.3}, {60, 0.1}};
         return analysis;
     });
-    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+    ASSERT_TRUE(rig.analyse(rig.write("silence.wav", std::vector<float>(3 * 44100, 0.0f))));
+    // The shown tempo and a repeated one get no button.
+    EXPECT_THAT(rig.alternatives(), ElementsAre(Key("180 BPM"), Key("60 BPM"), Key("90 BPM")));
+    EXPECT_FALSE(rig.note().contains("also plausible"));
+    KitButton* ninety = rig.alternatives().at(QStringLiteral("90 BPM"));
+    EXPECT_EQ(ninety->accessibleName(), "Show 90 BPM");
     auto* click = rig.find<KitButton>("clickButton");
     ASSERT_NE(click, nullptr);
     EXPECT_EQ(click->text(), "Click");
@@ -295,24 +308,23 @@ TEST(TempoDetectPanel, TheClickToggleFromTheKeyboardPlaysTheGridShown) {
     click->setFocus();
     QTest::keyClick(click, Qt::Key_Return); // Space taps the tempo here
     EXPECT_TRUE(click->isChecked());
-    EXPECT_TRUE(rig.panel->model().player().isClickOn());
+    EXPECT_TRUE(rig.player().isClickOn());
 
-    // 120 BPM, bars from beat 0: a beat every 22050 frames.
     using Clicks = std::vector<std::pair<int, bool>>;
+    // 120 BPM, bars from beat 0: a beat every 22050 frames.
     EXPECT_EQ(clicksOfPreview(rig, 5292 + 70000),
               (Clicks{{0, true}, {22050, false}, {44100, false}, {66150, false}}));
     // ÷2: one a second, every other bar line kept.
-    QTest::mouseClick(rig.find<KitButton>("halveButton"), Qt::LeftButton);
+    rig.click("halveButton");
     EXPECT_EQ(clicksOfPreview(rig, 5292 + 100000),
               (Clicks{{0, true}, {44100, false}, {88200, false}}));
-    // The alternative shown: 90 BPM.
-    auto* ninety = rig.panel->findChild<KitButton*>(QStringLiteral("alternativeButton"));
-    ASSERT_NE(ninety, nullptr);
-    QTest::mouseClick(ninety, Qt::LeftButton);
+    // The alternative shown: 90 BPM, and now 120 is one of the others.
+    QTest::mouseClick(rig.alternatives().at(QStringLiteral("90 BPM")), Qt::LeftButton);
+    EXPECT_EQ(rig.find<CopyableText>("detectedTempo")->display(), "90");
+    EXPECT_THAT(rig.alternatives(), Contains(Key("120 BPM")));
     EXPECT_EQ(clicksOfPreview(rig, 5292 + 70000),
               (Clicks{{0, true}, {29400, false}, {58800, false}}));
-
-    QTest::keyClick(click, Qt::Key_Return); // Space taps the tempo here
+    QTest::keyClick(click, Qt::Key_Return);
     EXPECT_TRUE(clicksOfPreview(rig, 5292 + 30000).empty()) << "off again";
 }
 
@@ -337,44 +349,42 @@ TEST(TempoDetectPanel, AFailureShowsItsSentenceUnderTheHeadingAndKeepsTheResult)
 // "Save to file" writes the shown tempo into the analysed file, keeps a tag
 // the file has until asked again, and says each time what it did.
 TEST(TempoDetectPanel, SaveToFileWritesTheShownTempoAndSaysWhatItDid) {
-    const generated::TempDir dir;
-    const auto clicks = generated::clickTrain({.bpm = 128, .seconds = 3, .rateHz = 44100});
-    ASSERT_TRUE(generated::writeSound(dir.file("take.wav"), clicks, 1, 44100,
-                                      SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    ASSERT_TRUE(generated::writeSound(dir.file("take.caf"), clicks, 1, 44100,
-                                      SF_FORMAT_CAF | SF_FORMAT_PCM_16));
-    const std::string wav = dir.file("take.wav").string();
     PanelRig rig([] { return analysisAt(127.934); });
-    ASSERT_TRUE(rig.analyse(QString::fromStdString(wav)));
+    const auto clicks = generated::clickTrain({.bpm = 128, .seconds = 3, .rateHz = 44100});
+    const std::string wav = rig.dir.file("take.wav").string();
+    ASSERT_TRUE(generated::writeSound(wav, clicks, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(generated::writeSound(rig.dir.file("take.caf"), clicks, 1, 44100,
+                                      SF_FORMAT_CAF | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(rig.analyse(wav));
     auto* save = rig.find<KitButton>("saveTagsButton");
-    const auto note = [&] { return rig.find<SchemeLabel>("detectionNote")->text(); };
     const auto clickAndWait = [&] {
         QTest::mouseClick(save, Qt::LeftButton);
         return waitUntil([&] { return !rig.model->isSavingTags(); });
     };
     EXPECT_EQ(save->text(), "Save to file");
-
     ASSERT_TRUE(clickAndWait());
-    EXPECT_EQ(note(), "take.wav · 30.0 s · saved 128 BPM to the file");
+    EXPECT_EQ(rig.note(), "take.wav · 30.0 s · saved 128 BPM to the file");
     EXPECT_EQ(tags::readTempoTags(wav).bpm, "128");
 
     // Halved, and saved again: the file keeps its 128 until the second click.
-    QTest::mouseClick(rig.find<KitButton>("halveButton"), Qt::LeftButton);
-    EXPECT_FALSE(note().contains("saved")) << "the note is about the tempo shown";
+    rig.click("halveButton");
+    EXPECT_FALSE(rig.note().contains("saved")) << "the note is about the tempo shown";
     ASSERT_TRUE(clickAndWait());
-    EXPECT_TRUE(note().contains(" · the file already says 128 BPM; \"Replace tag\" overwrites it"))
-        << note().toStdString();
+    EXPECT_TRUE(
+        rig.note().contains(" · the file already says 128 BPM; \"Replace tag\" overwrites it"))
+        << rig.note().toStdString();
     EXPECT_EQ(save->text(), "Replace tag");
     ASSERT_TRUE(clickAndWait());
-    EXPECT_TRUE(note().contains(" · saved 64 BPM to the file, replacing 128"))
-        << note().toStdString();
+    EXPECT_TRUE(rig.note().contains(" · saved 64 BPM to the file, replacing 128"))
+        << rig.note().toStdString();
     EXPECT_EQ(tags::readTempoTags(wav).bpm, "64");
     EXPECT_EQ(save->text(), "Save to file");
 
-    ASSERT_TRUE(rig.analyse(QString::fromStdString(dir.file("take.caf").string())));
+    ASSERT_TRUE(rig.analyse(rig.dir.file("take.caf").string()));
     ASSERT_TRUE(clickAndWait());
-    EXPECT_TRUE(note().contains(QString(" · could not write tags: ") + tags::kUnsupportedReason))
-        << note().toStdString();
+    EXPECT_TRUE(
+        rig.note().contains(QString(" · could not write tags: ") + tags::kUnsupportedReason))
+        << rig.note().toStdString();
 }
 
 TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
@@ -393,9 +403,16 @@ TEST(TempoDetectPanel, ConfidenceBarColoursAndFill) {
     }
 }
 
-TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
+TEST(TempoDetectPanel, AClickOnTheZoneAsksForAFileAndDropsWithoutAFileAreRefused) {
     PanelRig rig([] { return analysisAt(120); });
-    QTest::mouseClick(rig.find<DropZone>("dropZone"), Qt::LeftButton);
+    auto* zone = rig.find<DropZone>("dropZone");
+    QMimeData text;
+    text.setText(QStringLiteral("120 BPM"));
+    EXPECT_FALSE(drop(zone, text));
+    EXPECT_FALSE(zone->isTargeted());
+    EXPECT_EQ(zone->heading(), "Drop an audio file here");
+
+    QTest::mouseClick(zone, Qt::LeftButton);
     QFileDialog* dialog = nullptr;
     ASSERT_TRUE(waitUntil([&] {
         dialog = rig.find<QFileDialog>("audioFileDialog");
@@ -404,50 +421,74 @@ TEST(TempoDetectPanel, AClickOnTheZoneAsksForAnAudioFileToAnalyse) {
     EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
     EXPECT_TRUE(dialog->nameFilters().first().contains("*.wav"));
     dialog->reject();
-    EXPECT_FALSE(rig.panel->model().isAnalysing());
+    EXPECT_FALSE(rig.model->isAnalysing());
 }
 
-TEST(TempoDetectPanel, PreviewTogglesAndTheTickerRunsOnlyWhileItPlays) {
-    generated::TempDir dir;
-    const std::string path = dir.file("tone.wav").string();
-    const std::vector<float> tone = generated::sine(440, 2.0, 44100);
-    ASSERT_TRUE(generated::writeSound(path, tone, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
-    PanelRig rig([] { return analysisAt(120); });
-    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
+TEST(TempoDetectPanel, PreviewAndWaveformAnswerTheMouseAndTheKeyboard) {
+    PanelRig rig([] { return analysisAt(120); }); // beats every 0.5 s from 0 of 30 s
+    ASSERT_TRUE(rig.analyse(rig.write("tone.wav", generated::sine(440, 2.0, 44100))));
     auto* preview = rig.find<KitButton>("previewButton");
+    auto* grid = rig.find<WaveformGrid>("waveformGrid");
+    const auto playhead = [&] { return rig.model->playhead(); };
     EXPECT_EQ(preview->text(), "Preview");
     EXPECT_FALSE(rig.panel->isTickerRunning());
-
     QTest::mouseClick(preview, Qt::LeftButton);
     EXPECT_EQ(preview->text(), "Stop");
     EXPECT_TRUE(rig.panel->isTickerRunning());
 
     // A click on the waveform restarts from there: a quarter of 30 s.
-    auto* grid = rig.find<WaveformGrid>("waveformGrid");
     QTest::mouseClick(grid, Qt::LeftButton, {}, QPoint(grid->width() / 4, 10));
-    ASSERT_TRUE(rig.panel->model().playhead());
-    EXPECT_NEAR(*rig.panel->model().playhead(), 30.0 * (grid->width() / 4) / grid->width(), 1e-9);
-
+    ASSERT_TRUE(playhead());
+    EXPECT_NEAR(*playhead(), 30.0 * (grid->width() / 4) / grid->width(), 1e-9);
     QTest::mouseClick(preview, Qt::LeftButton);
     EXPECT_EQ(preview->text(), "Preview");
-    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_FALSE(playhead());
     EXPECT_FALSE(rig.panel->isTickerRunning());
-
     // Leaving the screen stops a preview too.
     QTest::mouseClick(preview, Qt::LeftButton);
     rig.panel->leave();
-    EXPECT_FALSE(rig.panel->model().playhead());
+    EXPECT_FALSE(playhead());
     EXPECT_FALSE(rig.panel->isTickerRunning());
+
+    // The arrows move the cursor by beats, Page Down by a bar; nothing plays.
+    EXPECT_TRUE(grid->focusPolicy() & Qt::TabFocus);
+    grid->setFocus(Qt::TabFocusReason);
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_PageDown, Qt::Key_Left})
+        QTest::keyClick(grid, key);
+    EXPECT_DOUBLE_EQ(grid->cursor(), 2.5);
+    EXPECT_FALSE(playhead());
+    EXPECT_EQ(grid->accessibleName(), "Waveform, at 2.5 s of 30.0 s");
+    // Space plays from it (and taps no tempo); the arrows then move the playback.
+    QTest::keyClick(grid, Qt::Key_Space);
+    EXPECT_EQ(playhead(), 2.5);
+    QTest::keyClick(grid, Qt::Key_Right);
+    EXPECT_EQ(playhead(), 3.0);
+    QTest::keyClick(grid, Qt::Key_End);
+    EXPECT_DOUBLE_EQ(grid->cursor(), 30.0);
+
+    // + zooms about the cursor; Home then brings the view back to the start.
+    QTest::keyClick(grid, Qt::Key_Plus);
+    QTest::keyClick(grid, Qt::Key_Plus);
+    EXPECT_EQ(grid->view(), (detection::TimeView{22.5, 7.5}));
+    QTest::keyClick(grid, Qt::Key_Home);
+    EXPECT_EQ(grid->view(), (detection::TimeView{0, 7.5}));
+    QTest::keyClick(grid, Qt::Key_Minus);
+    EXPECT_EQ(grid->view(), (detection::TimeView{0, 15}));
+    // Ctrl+wheel zooms about the pointer: at the middle, the middle stays.
+    QWheelEvent wheel(QPointF(grid->width() / 2.0, 10), grid->mapToGlobal(QPointF(0, 0)), QPoint(),
+                      QPoint(0, 240), Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(grid, &wheel);
+    EXPECT_NEAR(grid->view().spanSeconds, 7.5, 1e-9);
+    EXPECT_NEAR(grid->view().startSeconds + grid->view().spanSeconds / 2, 7.5, 1e-6);
 }
 
 // Columns of a grabbed waveform whose bar reaches near the top: loud ones
 // (the focus ring's edges left out).
 int loudColumns(WaveformGrid& grid) {
     const QImage image = grid.grab().toImage();
-    const QRgb quiet = image.pixel(20, 6);
     int loud = 0;
     for (int x = 5; x < image.width() - 5; ++x)
-        loud += image.pixel(x, 6) != quiet ? 1 : 0;
+        loud += image.pixel(x, 6) != image.pixel(20, 6) ? 1 : 0;
     return loud;
 }
 
@@ -455,13 +496,13 @@ TEST(TempoDetectPanel, ZoomedCloseTheWaveformShowsTheFilesOwnDetail) {
     // 200 s with one loud sample at 100.3 s: the 1600 kept peaks give it
     // an eighth of a second, a point a column gives it a point or two.
     const generated::TempDir dir;
-    const std::string path = dir.file("long.wav").string();
     std::vector<float> samples(200 * 8000, 0.0f);
     samples[size_t(100.3 * 8000)] = 1.0f;
-    ASSERT_TRUE(generated::writeSound(path, samples, 1, 8000, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    ASSERT_TRUE(generated::writeSound(dir.file("long.wav"), samples, 1, 8000,
+                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     TempoDetectModel::Detection detection;
     detection.estimate.durationSeconds = 200;
-    detection.path = QString::fromStdString(path);
+    detection.path = QString::fromStdString(dir.file("long.wav").string());
     std::vector<float> peaks(1600, 0.0f);
     peaks[802] = 1.0f; // 100.25 ... 100.375 s
     detection.waveform = std::make_shared<const std::vector<float>>(std::move(peaks));
@@ -480,69 +521,10 @@ TEST(TempoDetectPanel, ZoomedCloseTheWaveformShowsTheFilesOwnDetail) {
     ASSERT_TRUE(waitUntil([&] { return grid.showsDetail(); }));
     EXPECT_GE(loudColumns(grid), 1);
     EXPECT_LE(loudColumns(grid), 2);
-
     // Scrolled away and back: the detail follows the view.
     grid.zoom(0.5, 50);
     EXPECT_FALSE(grid.showsDetail());
     ASSERT_TRUE(waitUntil([&] { return grid.showsDetail(); }));
-}
-
-TEST(TempoDetectPanel, TheWaveformPlaysFromTheKeyboard) {
-    generated::TempDir dir;
-    const std::string path = dir.file("tone.wav").string();
-    ASSERT_TRUE(generated::writeSound(path, generated::sine(440, 2.0, 44100), 1, 44100,
-                                      SF_FORMAT_WAV | SF_FORMAT_FLOAT));
-    PanelRig rig([] { return analysisAt(120); }); // beats every 0.5 s from 0
-    ASSERT_TRUE(rig.analyse(QString::fromStdString(path)));
-    auto* grid = rig.find<WaveformGrid>("waveformGrid");
-    EXPECT_TRUE(grid->focusPolicy() & Qt::TabFocus);
-    grid->setFocus(Qt::TabFocusReason);
-
-    // The arrows move the cursor by beats, Page Down by a bar; nothing plays.
-    QTest::keyClick(grid, Qt::Key_Right);
-    QTest::keyClick(grid, Qt::Key_Right);
-    QTest::keyClick(grid, Qt::Key_PageDown);
-    QTest::keyClick(grid, Qt::Key_Left);
-    EXPECT_DOUBLE_EQ(grid->cursor(), 2.5);
-    EXPECT_FALSE(rig.panel->model().playhead());
-    EXPECT_EQ(grid->accessibleName(), "Waveform, at 2.5 s of 30.0 s");
-
-    // Space plays from it (and taps no tempo); the arrows then move the playback.
-    QTest::keyClick(grid, Qt::Key_Space);
-    ASSERT_TRUE(rig.panel->model().playhead());
-    EXPECT_DOUBLE_EQ(*rig.panel->model().playhead(), 2.5);
-    QTest::keyClick(grid, Qt::Key_Right);
-    ASSERT_TRUE(rig.panel->model().playhead());
-    EXPECT_DOUBLE_EQ(*rig.panel->model().playhead(), 3.0);
-    QTest::keyClick(grid, Qt::Key_End);
-    EXPECT_DOUBLE_EQ(grid->cursor(), 30.0);
-
-    // + zooms about the cursor; Home then brings the view back to the start.
-    QTest::keyClick(grid, Qt::Key_Plus);
-    QTest::keyClick(grid, Qt::Key_Plus);
-    EXPECT_EQ(grid->view(), (detection::TimeView{22.5, 7.5}));
-    QTest::keyClick(grid, Qt::Key_Home);
-    EXPECT_EQ(grid->view(), (detection::TimeView{0, 7.5}));
-    QTest::keyClick(grid, Qt::Key_Minus);
-    EXPECT_EQ(grid->view(), (detection::TimeView{0, 15}));
-
-    // Ctrl+wheel zooms about the pointer: at the middle, the middle stays.
-    QWheelEvent wheel(QPointF(grid->width() / 2.0, 10), grid->mapToGlobal(QPointF(0, 0)), QPoint(),
-                      QPoint(0, 240), Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(grid, &wheel);
-    EXPECT_NEAR(grid->view().spanSeconds, 7.5, 1e-9);
-    EXPECT_NEAR(grid->view().startSeconds + grid->view().spanSeconds / 2, 7.5, 1e-6);
-}
-
-TEST(TempoDetectPanel, DropsWithoutAFileAreRefused) {
-    PanelRig rig([] { return analysisAt(120); });
-    auto* zone = rig.find<DropZone>("dropZone");
-    QMimeData text;
-    text.setText(QStringLiteral("120 BPM"));
-    EXPECT_FALSE(drop(zone, text));
-    EXPECT_FALSE(zone->isTargeted());
-    EXPECT_FALSE(rig.panel->model().isAnalysing());
-    EXPECT_EQ(zone->heading(), "Drop an audio file here");
 }
 
 } // namespace

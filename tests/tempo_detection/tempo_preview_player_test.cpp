@@ -1,93 +1,42 @@
-#include "audio/fake_audio_backend.h"
+#include "detect_rig.h"
 #include "preview/preview_frames.h"
-#include "support/wait.h"
-#include "tempo_detection/preview_stream.h"
-#include "tempo_detection/tempo_detect_model.h"
-#include "tempo_detection/tempo_preview_player.h"
-#include "test_signals.h"
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <cmath>
 
 namespace quorlen {
 namespace {
 
-namespace generated = detection::testing;
-using quorlen::testing::FakeAudioBackend;
-using quorlen::testing::waitUntil;
+using namespace quorlen::testing;
 
 constexpr int kDelayFrames = 5292; // 0.12 s at 44.1 kHz
 
-// Stereo ramp file: left = frame / frames, right = -left, so every played
-// sample tells which file frame it came from.
-std::string writeRamp(const generated::TempDir& dir, const char* name, int frames, int rateHz,
-                      int channels) {
-    std::vector<float> samples;
-    for (int i = 0; i < frames; ++i) {
-        samples.push_back(float(i) / float(frames));
-        if (channels == 2)
-            samples.push_back(-float(i) / float(frames));
-    }
-    const std::string path = dir.file(name).string();
-    EXPECT_TRUE(
-        generated::writeSound(path, samples, channels, rateHz, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
-    return path;
-}
-
-// A model over a fake output and a clock the test sets; the analysis
-// answers with the given duration.
-struct Rig {
-    explicit Rig(double durationSeconds = 3.0, double beatOffsetSeconds = 0, int downbeat = 0) {
-        auto owned = std::make_unique<FakeAudioBackend>();
-        backend = owned.get();
-        auto player =
-            std::make_unique<TempoPreviewPlayer>(std::move(owned), [this] { return nowSeconds; });
-        model = std::make_unique<TempoDetectModel>(
-            std::move(player),
-            [=](const std::string&, const detection::CancelCheck&, const detection::OctaveMode&) {
-                detection::Analysis analysis;
-                analysis.estimate.bpm = 120;
-                analysis.estimate.beatOffsetSeconds = beatOffsetSeconds;
-                analysis.estimate.downbeat = downbeat;
-                analysis.estimate.durationSeconds = durationSeconds;
-                analysis.waveform = std::make_shared<const std::vector<float>>(1600, 0.5f);
-                return analysis;
-            });
-    }
-    bool analyse(const std::string& path) {
-        model->analyse(QString::fromStdString(path));
-        return waitUntil([this] { return !model->isAnalysing(); });
+// A model over a fake output and a clock the test sets, whose analysis
+// finds 120 BPM in a file of the given length; it writes ramp files:
+// left = frame / frames, right = -left, so every played sample tells which
+// file frame it came from.
+struct Rig : DetectRig {
+    explicit Rig(double seconds = 3.0, double beatOffsetSeconds = 0, int downbeat = 0)
+        : DetectRig(answering([=] {
+                        detection::Analysis analysis = analysisAt(120);
+                        analysis.estimate.beatOffsetSeconds = beatOffsetSeconds;
+                        analysis.estimate.downbeat = downbeat;
+                        analysis.estimate.durationSeconds = seconds;
+                        return analysis;
+                    }),
+                    true) {}
+    std::string ramp(int frames, int rateHz = 44100, int channels = 2) {
+        std::vector<float> samples;
+        for (int i = 0; i < frames; ++i)
+            for (int channel = 0; channel < channels; ++channel)
+                samples.push_back((channel ? -1.0f : 1.0f) * float(i) / float(frames));
+        return write("ramp.wav", samples, channels, rateHz);
     }
     bool analyseRamp(int frames, int rateHz = 44100, int channels = 2) {
-        return analyse(writeRamp(dir, "ramp.wav", frames, rateHz, channels));
+        return analyse(ramp(frames, rateHz, channels));
     }
-    TempoPreviewPlayer& player() { return model->player(); }
     PreviewStream& stream() { return player().stream(); }
-    // Pulls `frames` frames as the audio thread would, once the reader has
-    // buffered enough of them (silence would otherwise stand for an underrun).
-    std::vector<float> pull(int frames, uint64_t bufferedBlocks) {
-        EXPECT_TRUE(waitUntil([&] { return stream().buffered() >= bufferedBlocks; }));
-        return backend->pull(frames);
-    }
-
-    // `frames` frames as the audio thread plays them, taken in blocks the
-    // reader keeps ahead of.
-    std::vector<float> pullLeft(int frames) {
-        std::vector<float> left;
-        for (int at = 0; at < frames; at += 1024) {
-            const auto block = pull(1024, 2);
-            for (size_t i = 0; i < block.size(); i += 2)
-                left.push_back(block[i]);
-        }
-        return left;
-    }
-
-    generated::TempDir dir;
-    double nowSeconds = 100;
-    FakeAudioBackend* backend;
-    std::unique_ptr<TempoDetectModel> model;
 };
 
 TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondFadedInAndFadesOutIn12Steps) {
@@ -116,14 +65,11 @@ TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondFadedInAndFadesOutIn12Steps) {
     EXPECT_FALSE(rig.model->playhead());
     // Steps of 129 frames (2.916666 ms): after the first block of 1 frame
     // the volume is 11/12, then one step more per 129 frames.
-    rig.backend->pull(1);
-    EXPECT_FLOAT_EQ(rig.stream().volume(), 11.0f / 12);
-    rig.backend->pull(129);
-    EXPECT_FLOAT_EQ(rig.stream().volume(), 10.0f / 12);
-    rig.backend->pull(129 * 10);
-    EXPECT_FLOAT_EQ(rig.stream().volume(), 0.0f);
+    for (const auto& [pulled, volume] : {std::pair{1, 11.0f / 12}, {129, 10.0f / 12}, {1290, 0}}) {
+        rig.backend->pull(pulled);
+        EXPECT_FLOAT_EQ(rig.stream().volume(), volume);
+    }
     EXPECT_TRUE(rig.player().isPlaying()) << "the node stops only after the pause";
-
     // 35 ms of steps and 120 ms of pause, then the output pauses.
     ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying(); }, 1000));
     EXPECT_EQ(rig.backend->pauses, 1);
@@ -135,37 +81,33 @@ TEST(TempoPreviewPlayer, TheClickSoundsOnTheFilesOwnBeatsWithTheAccentOnBars) {
     // BPM from 0.3 s, bars from beat 1. Played from 1.1 s, with and without
     // the click; what the click adds must start on the frame where the
     // music's own pulse sounds after resampling.
-    const int rateHz = 48000;
     const double offset = 0.3;
-    std::vector<float> samples(4 * rateHz, 0.0f);
+    std::vector<float> samples(4 * 48000, 0.0f);
     for (int k = 0; k < 8; ++k)
-        samples[static_cast<size_t>(std::lround((offset + 0.5 * k) * rateHz))] = 0.8f;
+        samples[static_cast<size_t>(std::lround((offset + 0.5 * k) * 48000))] = 0.8f;
     // One rig each, so that no block of the other playback waits in the ring.
-    Rig withRig(4.0, offset, 1);
-    Rig withoutRig(4.0, offset, 1);
-    const std::string path = withRig.dir.file("beats.wav").string();
-    ASSERT_TRUE(generated::writeSound(path, samples, 1, rateHz, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
-    auto play = [&](Rig& rig, bool click) {
-        EXPECT_TRUE(rig.analyse(path));
-        rig.player().setClickGrid(120, offset, 1);
-        rig.player().setClickOn(click);
-        rig.model->startPreview(1.1);
-        EXPECT_TRUE(rig.player().isPlaying());
-        return rig.pullLeft(kDelayFrames + 2 * 44100);
+    Rig rig(4.0, offset, 1);
+    Rig other(4.0, offset, 1);
+    const std::string path = rig.write("beats.wav", samples, 1, 48000);
+    auto play = [&](Rig& r, bool click) {
+        EXPECT_TRUE(r.analyse(path));
+        r.player().setClickGrid(120, offset, 1);
+        r.player().setClickOn(click);
+        r.model->startPreview(1.1);
+        EXPECT_TRUE(r.player().isPlaying());
+        return r.pullLeft(kDelayFrames + 2 * 44100);
     };
-    const std::vector<float> withClick = play(withRig, true);
-    const std::vector<float> music = play(withoutRig, false);
-    Rig& rig = withRig;
-    const std::vector<float>& accent = rig.stream().accentClick();
-    const std::vector<float>& beat = rig.stream().beatClick();
+    const std::vector<float> withClick = play(rig, true);
+    const std::vector<float> music = play(other, false);
 
     // Beats 2 ... 5 (1.3 ... 2.8 s) sound in these 2 s; beat 5 starts a bar.
     for (int k = 2; k <= 5; ++k) {
-        const double seconds = offset + 0.5 * k - 1.1;
-        const auto at = static_cast<size_t>(kDelayFrames + std::lround(seconds * 44100));
+        const auto at =
+            static_cast<size_t>(kDelayFrames + std::lround((offset + 0.5 * k - 1.1) * 44100));
         const auto loudest = std::max_element(music.begin() + at - 20, music.begin() + at + 20);
         EXPECT_LE(std::abs(loudest - music.begin() - static_cast<long>(at)), 1) << "beat " << k;
-        const std::vector<float>& click = k == 5 ? accent : beat;
+        const std::vector<float>& click =
+            k == 5 ? rig.stream().accentClick() : rig.stream().beatClick();
         for (size_t i = 0; i < 400; ++i)
             ASSERT_NEAR(withClick[at + i] - music[at + i], click[i], 1e-6) << k << " " << i;
         for (size_t i = 1; i < 200; ++i)
@@ -209,8 +151,7 @@ TEST(TempoPreviewPlayer, FilesPlayAtTheirOwnSpeedWhateverTheirRate) {
         Rig rig(0.5);
         ASSERT_TRUE(rig.analyseRamp(rateHz / 2, rateHz, 1));
         rig.model->startPreview();
-        ASSERT_TRUE(waitUntil([&] { return rig.stream().buffered() >= 43; }));
-        rig.backend->pull(kDelayFrames + 30000);
+        rig.pull(kDelayFrames + 30000, 43);
         EXPECT_NEAR(double(rig.stream().framesPlayed()), 22050, 3) << rateHz;
     }
 }
@@ -228,16 +169,13 @@ TEST(TempoPreviewPlayer, ThePlayheadAdvancesWithTheClockAndAStartAtTheEndPlaysNo
     EXPECT_EQ(rig.backend->starts, 0);
 
     rig.model->startPreview(2.0);
-    struct Case {
-        double now, playhead;
-    };
     // playhead = min(3, now - started + 2) with started = 100.12.
-    const Case cases[] = {{100.0, 1.88}, {100.12, 2.0}, {101.0, 2.88}, {101.12, 3.0}, {160, 3.0}};
-    for (const Case& c : cases) {
-        rig.nowSeconds = c.now;
+    for (const auto& [now, playhead] :
+         {std::pair{100.0, 1.88}, {100.12, 2.0}, {101.0, 2.88}, {101.12, 3.0}, {160.0, 3.0}}) {
+        rig.nowSeconds = now;
         rig.model->tickPlayhead();
         ASSERT_TRUE(rig.model->playhead());
-        EXPECT_NEAR(*rig.model->playhead(), c.playhead, 1e-9) << c.now;
+        EXPECT_NEAR(*rig.model->playhead(), playhead, 1e-9) << now;
     }
 }
 
@@ -253,7 +191,6 @@ TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
     QTest::qWait(50); // the old completion, if posted, has arrived
     EXPECT_TRUE(rig.player().isPlaying());
     EXPECT_EQ(rig.model->playhead(), 0.1);
-
     // The new playback's own end does stop the preview.
     rig.pull(kDelayFrames + 5000, 9);
     rig.backend->pull(2048);
@@ -267,8 +204,7 @@ TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
     ASSERT_TRUE(rig.player().isPlaying());
     rig.model->startPreview(1.5); // a click on the waveform: the old one fades
     rig.model->stopPreview();     // then Stop, before the fade is over
-    ASSERT_TRUE(
-        waitUntil([&] { return !rig.player().isPlaying() && rig.backend->pauses > 0; }, 1000));
+    ASSERT_TRUE(waitUntil([&] { return !rig.player().isPlaying() && rig.backend->pauses > 0; }));
     QTest::qWait(200); // past the fade and pause: the waiting start must not come
     EXPECT_FALSE(rig.player().isPlaying());
     EXPECT_FALSE(rig.model->playhead());
@@ -276,29 +212,26 @@ TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
 }
 
 TEST(TempoPreviewPlayer, OutputFailuresAreThePreviewsFailureAndTheDetectionStays) {
-    const std::pair<const char*, std::function<void(Rig&, const std::string&)>> cases[] = {
-        {"No audio output device is available for the preview",
-         [](Rig& rig, const std::string&) {
-             rig.backend->failStarts = true;
-             rig.model->startPreview();
-         }},
-        {"The audio output device went away",
-         [](Rig& rig, const std::string&) {
-             rig.model->startPreview();
-             ASSERT_TRUE(rig.player().isPlaying());
-             rig.backend->disappear();
-         }},
-        {"File not found", // gone after the analysis
-         [](Rig& rig, const std::string& path) {
-             std::filesystem::remove(path);
-             rig.model->startPreview();
-         }},
+    struct Case {
+        const char* status;
+        bool failStart, removeFile, disappear;
     };
-    for (const auto& [status, breakIt] : cases) {
+    const Case cases[] = {
+        {"No audio output device is available for the preview", true, false, false},
+        {"The audio output device went away", false, false, true},
+        {"File not found", false, true, false}, // gone after the analysis
+    };
+    for (const auto& [status, failStart, removeFile, disappear] : cases) {
         Rig rig;
-        const std::string path = writeRamp(rig.dir, "ramp.wav", 44100, 44100, 2);
-        ASSERT_TRUE(rig.analyse(path));
-        breakIt(rig, path);
+        ASSERT_TRUE(rig.analyseRamp(44100));
+        rig.backend->failStarts = failStart;
+        if (removeFile)
+            std::filesystem::remove(rig.dir.file("ramp.wav"));
+        rig.model->startPreview();
+        if (disappear) {
+            ASSERT_TRUE(rig.player().isPlaying());
+            rig.backend->disappear();
+        }
         ASSERT_TRUE(waitUntil([&] { return rig.model->failed(); }, 2000)) << status;
         EXPECT_EQ(rig.model->status(), status);
         EXPECT_FALSE(rig.model->playhead());

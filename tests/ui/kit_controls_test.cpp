@@ -16,18 +16,16 @@
 namespace quorlen {
 namespace {
 
-QPoint downHalf(const Stepper& s) { return {s.width() / 4, s.height() / 2}; }
-QPoint upHalf(const Stepper& s) { return {s.width() * 3 / 4, s.height() / 2}; }
-
 TEST(Stepper, KeysAccessibleActionsAndPressesStepAndHoldingRepeatsUntilRelease) {
     Stepper stepper;
     stepper.setValueText(QStringLiteral("120 BPM"));
     stepper.show();
     QSignalSpy up(&stepper, &Stepper::steppedUp);
     QSignalSpy down(&stepper, &Stepper::steppedDown);
-    QTest::keyClick(&stepper, Qt::Key_Up);
-    QTest::keyClick(&stepper, Qt::Key_Right);
-    QTest::keyClick(&stepper, Qt::Key_Down);
+    const QPoint upHalf(stepper.width() * 3 / 4, stepper.height() / 2);
+    const QPoint downHalf(stepper.width() / 4, stepper.height() / 2);
+    for (const Qt::Key key : {Qt::Key_Up, Qt::Key_Right, Qt::Key_Down})
+        QTest::keyClick(&stepper, key);
     EXPECT_EQ(up.count(), 2);
     EXPECT_EQ(down.count(), 1);
 
@@ -38,10 +36,10 @@ TEST(Stepper, KeysAccessibleActionsAndPressesStepAndHoldingRepeatsUntilRelease) 
     accessible->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
     ASSERT_EQ(up.count(), 3);
 
-    QTest::mousePress(&stepper, Qt::LeftButton, {}, upHalf(stepper));
+    QTest::mousePress(&stepper, Qt::LeftButton, {}, upHalf);
     EXPECT_EQ(up.count(), 4) << "the step comes with the press, not the release";
     ASSERT_TRUE(testing::waitUntil([&] { return up.count() >= 7; }, 3000)) << "held: repeats";
-    QTest::mouseRelease(&stepper, Qt::LeftButton, {}, upHalf(stepper));
+    QTest::mouseRelease(&stepper, Qt::LeftButton, {}, upHalf);
     const qsizetype released = up.count();
     QTest::qWait(3 * Stepper::kRepeatIntervalMs);
     EXPECT_EQ(up.count(), released) << "release ends the repeat";
@@ -49,9 +47,9 @@ TEST(Stepper, KeysAccessibleActionsAndPressesStepAndHoldingRepeatsUntilRelease) 
     // A half at the end of its range ignores presses, and holding there
     // does not step either.
     stepper.setCanStep(false, true);
-    QTest::mousePress(&stepper, Qt::LeftButton, {}, downHalf(stepper));
+    QTest::mousePress(&stepper, Qt::LeftButton, {}, downHalf);
     QTest::qWait(Stepper::kRepeatDelayMs + 2 * Stepper::kRepeatIntervalMs);
-    QTest::mouseRelease(&stepper, Qt::LeftButton, {}, downHalf(stepper));
+    QTest::mouseRelease(&stepper, Qt::LeftButton, {}, downHalf);
     EXPECT_EQ(down.count(), 1);
 }
 
@@ -110,9 +108,9 @@ TEST(Contrast, DarkSchemeInkReadsAndKeepsItsHue) {
     const QColor background = darkSurfaceReference();
     // The palette's own lacquer is about 2.1:1 there.
     EXPECT_LT(contrastRatio(QuorlenTheme::lacquer(), background), 2.5);
-    for (const QColor& hue :
-         {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
-          QuorlenTheme::dusk(), QuorlenTheme::lake()}) {
+    const QColor hues[] = {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
+                           QuorlenTheme::dusk(), QuorlenTheme::lake()};
+    for (const QColor& hue : hues) {
         const QColor ink = textInk(hue, ColorScheme::Dark);
         EXPECT_GE(contrastRatio(ink, background), 4.5) << hue.name().toStdString();
         if (contrastRatio(hue, background) >= 4.5)
@@ -128,10 +126,9 @@ TEST(Contrast, DarkSchemeInkReadsAndKeepsItsHue) {
     EXPECT_GE(contrastRatio(focusRingColor(ColorScheme::Dark), background), 3.0);
     // On a filled button the inner ring stands out from every fill a tool
     // gives its prominent button, pale or dark.
-    for (const QColor& fill :
-         {QuorlenTheme::lacquer(), QuorlenTheme::fern(), QuorlenTheme::saffron(),
-          QuorlenTheme::dusk(), QuorlenTheme::lake(), QuorlenTheme::teal(), QColor(Qt::white),
-          QColor(Qt::black), QColor(128, 128, 128)})
+    std::vector<QColor> fills(std::begin(hues), std::end(hues));
+    fills.insert(fills.end(), {QuorlenTheme::teal(), Qt::white, Qt::black, QColor(128, 128, 128)});
+    for (const QColor& fill : fills)
         EXPECT_GE(contrastRatio(focusRingInnerColor(fill), fill), 4.5) << fill.name().toStdString();
     // Reference points of the formula: black on white is 21:1.
     EXPECT_NEAR(contrastRatio(Qt::black, Qt::white), 21.0, 1e-9);

@@ -20,10 +20,10 @@ struct FieldWindow {
     QPushButton* button;
     int commits = 0;
 
-    FieldWindow() {
+    FieldWindow()
+        : field(new PremiumInputField(QStringLiteral("Tempo"), {}, &window)),
+          button(new QPushButton(QStringLiteral("Elsewhere"), &window)) {
         auto* column = new QVBoxLayout(&window);
-        field = new PremiumInputField(QStringLiteral("Tempo"), {}, &window);
-        button = new QPushButton(QStringLiteral("Elsewhere"), &window);
         column->addWidget(field);
         column->addWidget(button);
         column->addStretch();
@@ -43,9 +43,8 @@ struct FieldWindow {
 };
 
 void scrollAt(QWidget* widget, QPoint position) {
-    const QPointF global = widget->mapToGlobal(QPointF(position));
-    QWheelEvent wheel(QPointF(position), global, QPoint(), QPoint(0, 120), Qt::NoButton,
-                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QWheelEvent wheel(QPointF(position), widget->mapToGlobal(QPointF(position)), QPoint(),
+                      QPoint(0, 120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(widget, &wheel);
 }
 
@@ -57,16 +56,17 @@ TEST(OutsideClickFocusMonitor, ClickOrScrollElsewhereInTheWindowEndsEditingButNo
     EXPECT_TRUE(w.field->isFocused());
     EXPECT_EQ(w.commits, 0);
 
-    QTest::mouseClick(w.button, Qt::LeftButton);
-    EXPECT_FALSE(w.field->isFocused());
-    EXPECT_EQ(w.commits, 1);
-    w.field->setFocused(true);
-    QTest::mouseClick(&w.window, Qt::RightButton, {}, QPoint(290, 230));
-    EXPECT_EQ(w.commits, 2);
-    w.field->setFocused(true);
-    scrollAt(&w.window, QPoint(290, 230));
-    EXPECT_FALSE(w.field->isFocused());
-    EXPECT_EQ(w.commits, 3);
+    // A button, the window's empty part with the right button, a scroll.
+    const std::function<void()> elsewhere[] = {
+        [&] { QTest::mouseClick(w.button, Qt::LeftButton); },
+        [&] { QTest::mouseClick(&w.window, Qt::RightButton, {}, QPoint(290, 230)); },
+        [&] { scrollAt(&w.window, QPoint(290, 230)); }};
+    for (int i = 0; i < 3; ++i) {
+        w.field->setFocused(true);
+        elsewhere[i]();
+        EXPECT_FALSE(w.field->isFocused()) << i;
+        EXPECT_EQ(w.commits, i + 1);
+    }
 
     // An unfocused field ignores clicks: nothing more to commit.
     QTest::mouseClick(&w.window, Qt::LeftButton, {}, QPoint(290, 230));
@@ -87,6 +87,11 @@ TEST(OutsideClickFocusMonitor, ClicksInAnotherWindowLeaveTheFieldAlone) {
 TEST(PremiumInputField, ReturnSubmitsTypingReportsEditsAndEscapeRestores) {
     FieldWindow w;
     w.showAndFocus();
+    const auto type = [&](const char* text, Qt::Key end) {
+        w.field->lineEdit()->selectAll();
+        QTest::keyClicks(w.field->lineEdit(), QString::fromLatin1(text));
+        QTest::keyClick(w.field->lineEdit(), end);
+    };
     QStringList edits;
     int submits = 0;
     QObject::connect(w.field, &PremiumInputField::textEdited,
@@ -104,9 +109,7 @@ TEST(PremiumInputField, ReturnSubmitsTypingReportsEditsAndEscapeRestores) {
     // followers, and leaves the field.
     w.field->setFocused(false);
     w.field->setFocused(true);
-    w.field->lineEdit()->selectAll();
-    QTest::keyClicks(w.field->lineEdit(), QStringLiteral("98"));
-    QTest::keyClick(w.field->lineEdit(), Qt::Key_Escape);
+    type("98", Qt::Key_Escape);
     EXPECT_EQ(w.field->text(), "120");
     EXPECT_EQ(edits.last(), "120");
     EXPECT_FALSE(w.field->isFocused());
@@ -115,13 +118,9 @@ TEST(PremiumInputField, ReturnSubmitsTypingReportsEditsAndEscapeRestores) {
     // Return commits without leaving the field: Escape then goes back to
     // what Return committed, not to the text editing began with.
     w.field->setFocused(true);
-    w.field->lineEdit()->selectAll();
-    QTest::keyClicks(w.field->lineEdit(), QStringLiteral("100"));
-    QTest::keyClick(w.field->lineEdit(), Qt::Key_Return);
+    type("100", Qt::Key_Return);
     EXPECT_TRUE(w.field->isFocused());
-    w.field->lineEdit()->selectAll();
-    QTest::keyClicks(w.field->lineEdit(), QStringLiteral("77"));
-    QTest::keyClick(w.field->lineEdit(), Qt::Key_Escape);
+    type("77", Qt::Key_Escape);
     EXPECT_EQ(w.field->text(), "100");
     EXPECT_EQ(edits.last(), "100");
 }

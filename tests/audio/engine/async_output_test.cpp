@@ -11,22 +11,31 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A device as slow to open as a sound server, which can be told to fail.
+// A device as slow to open as a sound server, which can be told to fail and
+// gives a start up when abandoned; the test sees what it went through.
+struct Device {
+    std::chrono::milliseconds startTime = 300ms;
+    std::atomic<bool> fail{true}, running{false}, starting{false}, abandoned{false};
+};
+
 class SlowDevice final : public AudioBackend {
 public:
-    SlowDevice(std::atomic<bool>& fail, std::atomic<bool>& running)
-        : m_fail(fail), m_running(running) {}
+    explicit SlowDevice(Device& device) : m_device(device) {}
     bool start(RenderSource&) override {
-        std::this_thread::sleep_for(300ms);
-        m_running = !m_fail;
-        return m_running;
+        m_device.starting = true;
+        const auto deadline = std::chrono::steady_clock::now() + m_device.startTime;
+        while (!m_device.abandoned && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(1ms);
+        m_device.running = !m_device.fail && !m_device.abandoned;
+        m_device.starting = false;
+        return m_device.running;
     }
-    void pause() override { m_running = false; }
-    bool isRunning() const override { return m_running; }
+    void pause() override { m_device.running = false; }
+    bool isRunning() const override { return m_device.running; }
+    void abandon() noexcept override { m_device.abandoned = true; }
 
 private:
-    std::atomic<bool>& m_fail;
-    std::atomic<bool>& m_running;
+    Device& m_device;
 };
 
 class CountingSource final : public RenderSource {
@@ -37,9 +46,8 @@ public:
 };
 
 TEST(AsyncOutput, StartsWithoutMakingTheCallerWaitAndAFailedStartDiscardsWhatWasQueued) {
-    std::atomic<bool> fail{true};
-    std::atomic<bool> running{false};
-    AsyncOutput output(std::make_unique<SlowDevice>(fail, running));
+    Device device;
+    AsyncOutput output(std::make_unique<SlowDevice>(device));
     CountingSource source;
     output.start(source);
     ASSERT_TRUE(output.waitUntilSettled(5s));
@@ -48,7 +56,7 @@ TEST(AsyncOutput, StartsWithoutMakingTheCallerWaitAndAFailedStartDiscardsWhatWas
     EXPECT_EQ(source.discards, 1);
 
     // The next start tries again, and the caller does not wait for it.
-    fail = false;
+    device.fail = false;
     const auto before = std::chrono::steady_clock::now();
     EXPECT_TRUE(output.start(source));
     EXPECT_LT(std::chrono::steady_clock::now() - before, 50ms);
@@ -57,53 +65,33 @@ TEST(AsyncOutput, StartsWithoutMakingTheCallerWaitAndAFailedStartDiscardsWhatWas
     ASSERT_TRUE(output.waitUntilSettled(5s));
     EXPECT_EQ(output.state(), AsyncOutput::State::running);
     EXPECT_FALSE(output.isStarting());
-
     output.pause();
     ASSERT_TRUE(output.waitUntilSettled(5s));
     EXPECT_FALSE(output.isRunning());
-    EXPECT_FALSE(running);
+    EXPECT_FALSE(device.running);
 
     // A device that goes away reads as stopped within its check interval.
     output.start(source);
     ASSERT_TRUE(output.waitUntilSettled(5s));
-    running = false;
+    device.running = false;
     const auto deadline = std::chrono::steady_clock::now() + 2s;
     while (output.isRunning() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(10ms);
     EXPECT_EQ(output.state(), AsyncOutput::State::stopped);
 }
 
-// A sound server that never answers a start until the device is abandoned.
-class HangingDevice final : public AudioBackend {
-public:
-    explicit HangingDevice(std::atomic<int>& outcome) : m_outcome(outcome) {}
-    bool start(RenderSource&) override {
-        m_outcome = 1; // under way
-        const auto deadline = std::chrono::steady_clock::now() + 5s;
-        while (!m_abandoned && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(1ms);
-        m_outcome = m_abandoned ? 2 : 3; // given up, or waited the server out
-        return false;
-    }
-    void pause() override {}
-    bool isRunning() const override { return false; }
-    void abandon() noexcept override { m_abandoned = true; }
-
-private:
-    std::atomic<int>& m_outcome;
-    std::atomic<bool> m_abandoned{false};
-};
-
 TEST(AsyncOutput, GoingAwayAbandonsAStartThatHangsInsteadOfWaitingForIt) {
-    std::atomic<int> outcome{0};
+    Device device;
+    device.startTime = 5s; // a sound server that never answers
     CountingSource source;
     {
-        AsyncOutput output(std::make_unique<HangingDevice>(outcome));
+        AsyncOutput output(std::make_unique<SlowDevice>(device));
         output.start(source);
-        while (outcome == 0)
+        while (!device.starting)
             std::this_thread::sleep_for(1ms);
     }
-    EXPECT_EQ(outcome, 2);
+    EXPECT_TRUE(device.abandoned);
+    EXPECT_FALSE(device.starting) << "the start has returned";
 }
 
 } // namespace

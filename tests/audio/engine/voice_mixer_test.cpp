@@ -1,6 +1,9 @@
 #include "audio/engine/peak_limiter.h"
 #include "audio/engine/rate_adapter.h"
+#include "audio/engine/step_grid.h"
 #include "audio/engine/voice_mixer.h"
+#include "audio/engine/voice_pool.h"
+#include "audio/fake_audio_backend.h"
 
 #include <gtest/gtest.h>
 
@@ -35,13 +38,27 @@ std::vector<float> renderLeft(VoiceMixer& mixer, int frames, int blockFrames) {
     return left;
 }
 
-int firstSounding(const std::vector<float>& left) {
-    for (size_t i = 0; i < left.size(); ++i) {
-        if (left[i] != 0.0f)
-            return static_cast<int>(i);
-    }
-    return -1;
+long firstSounding(const std::vector<float>& left) {
+    return std::find_if(left.begin(), left.end(), [](float v) { return v != 0; }) - left.begin();
 }
+
+// A 44.1 kHz sine, continuous across blocks.
+class SineSource final : public RenderSource {
+public:
+    explicit SineSource(double frequencyHz) : m_frequencyHz(frequencyHz) {}
+    void render(float* out, int frameCount) noexcept override {
+        for (int i = 0; i < frameCount; ++i, ++m_frame) {
+            const auto value = static_cast<float>(
+                std::sin(2 * std::numbers::pi * m_frequencyHz * m_frame / kRateHz));
+            out[2 * i] = value;
+            out[2 * i + 1] = -value;
+        }
+    }
+
+private:
+    double m_frequencyHz;
+    long m_frame = 0;
+};
 
 TEST(VoiceMixer, ASoundDueInsideABlockStartsOnItsFrameWhateverTheBlockSize) {
     // Due frames land exactly, also when the due frame is the first or the
@@ -91,8 +108,7 @@ TEST(VoiceMixer, FreesABufferOnlyAfterTheAudioSideLetGoOfIt) {
     VoiceMixer mixer(1.0f);
     auto cut = samples({1, 1, 1, 1});
     auto unheard = samples({2});
-    std::weak_ptr<const std::vector<float>> watchCut = cut;
-    std::weak_ptr<const std::vector<float>> watchUnheard = unheard;
+    const std::weak_ptr<const std::vector<float>> watchCut = cut, watchUnheard = unheard;
     mixer.play(0, std::move(cut));
     render(mixer, 1); // the audio side now reads the first buffer
     mixer.play(1, std::move(unheard), 1000);
@@ -135,14 +151,16 @@ TEST(VoiceMixer, SixteenLoudVoicesStayWithinFullScale) {
     // holds every sample within its ceiling, and the mix recovers its gain
     // once the voices have ended.
     VoiceMixer mixer(0.9f);
-    std::vector<float> sine(4410);
-    for (size_t i = 0; i < sine.size(); ++i)
-        sine[i] = static_cast<float>(std::sin(2 * std::numbers::pi * 440 * i / 44100.0));
+    SineSource sine(440);
+    const auto tone = render(sine, 4410);
+    std::vector<float> left;
+    for (size_t i = 0; i < tone.size(); i += 2)
+        left.push_back(tone[i]);
     for (int voice = 0; voice < VoiceMixer::kVoiceCount; ++voice)
-        mixer.play(voice, samples(sine), voice * 3);
-    float peak = 0;
-    for (const float sample : renderLeft(mixer, 5000, 256))
-        peak = std::max(peak, std::abs(sample));
+        mixer.play(voice, samples(left), voice * 3);
+    const auto mixed = renderLeft(mixer, 5000, 256);
+    const float peak = std::abs(*std::max_element(
+        mixed.begin(), mixed.end(), [](float a, float b) { return std::abs(a) < std::abs(b); }));
     EXPECT_LE(peak, PeakLimiter::kCeiling);
     EXPECT_GT(peak, 0.9f);
 
@@ -176,24 +194,6 @@ TEST(PeakLimiter, LeavesQuietBlocksAloneAndNeverStepsWhileRecovering) {
     }
 }
 
-// A 44.1 kHz sine, continuous across blocks.
-class SineSource final : public RenderSource {
-public:
-    explicit SineSource(double frequencyHz) : m_frequencyHz(frequencyHz) {}
-    void render(float* out, int frameCount) noexcept override {
-        for (int i = 0; i < frameCount; ++i, ++m_frame) {
-            const auto value = static_cast<float>(
-                std::sin(2 * std::numbers::pi * m_frequencyHz * m_frame / kRateHz));
-            out[2 * i] = value;
-            out[2 * i + 1] = -value;
-        }
-    }
-
-private:
-    double m_frequencyHz;
-    long m_frame = 0;
-};
-
 int upwardZeroCrossings(const std::vector<float>& interleaved, int channel) {
     int count = 0;
     for (size_t i = 2 + static_cast<size_t>(channel); i < interleaved.size(); i += 2)
@@ -209,18 +209,76 @@ TEST(RateAdapter, KeepsThePitchAtEveryDeviceRate) {
         SineSource source(1000);
         RateAdapter adapter;
         adapter.reset(deviceRateHz);
-        std::vector<float> second;
-        const int blockFrames = 441;
-        for (int done = 0; done < static_cast<int>(deviceRateHz); done += blockFrames) {
-            std::vector<float> block(2 * blockFrames, 999.0f);
-            adapter.render(source, block.data(), blockFrames);
-            second.insert(second.end(), block.begin(), block.end());
-        }
+        std::vector<float> second(2 * static_cast<size_t>(deviceRateHz) + 2 * 441, 999.0f);
+        for (size_t done = 0; done < static_cast<size_t>(deviceRateHz); done += 441)
+            adapter.render(source, second.data() + 2 * done, 441);
         second.resize(static_cast<size_t>(2 * deviceRateHz));
         EXPECT_NEAR(upwardZeroCrossings(second, 0), 1000, 1) << deviceRateHz;
         // Channels stay apart: the right one is the left inverted.
         EXPECT_FLOAT_EQ(second[1001], -second[1000]) << deviceRateHz;
     }
+}
+
+TEST(StepGrid, DueFramesRoundTheExactProductSoNothingDrifts) {
+    // Steps in frames at 44.1 kHz: 120 BPM sixteenths are 0.125 s = 5512.5
+    // frames, so steps alternate 5512 and 5513 (halves round away from 0);
+    // 90 BPM chords are 4/3 s = 58800 frames exactly; 1/3 s is 14700.
+    struct Case {
+        double stepSeconds;
+        std::vector<std::int64_t> intervals;
+        std::int64_t dueAt1000; // anchor 1000 + round(1000 × step)
+    };
+    const Case cases[] = {
+        {0.125, {5513, 5512, 5513, 5512}, 1000 + 5512500},
+        {120.0 / 90.0, {58800, 58800, 58800, 58800}, 1000 + 58800000},
+        {0.22, {9702, 9702, 9702, 9702}, 1000 + 9702000},
+        {1.0 / 3.0, {14700, 14700, 14700, 14700}, 1000 + 14700000},
+    };
+    for (const Case& c : cases) {
+        const StepGrid grid = StepGrid::fromSeconds(1000, c.stepSeconds);
+        EXPECT_EQ(grid.dueFrame(0), 1000);
+        for (size_t i = 0; i < c.intervals.size(); ++i)
+            EXPECT_EQ(grid.dueFrame(static_cast<std::int64_t>(i) + 1) -
+                          grid.dueFrame(static_cast<std::int64_t>(i)),
+                      c.intervals[i])
+                << c.stepSeconds << " step " << i;
+        EXPECT_EQ(grid.dueFrame(1000), c.dueAt1000) << c.stepSeconds;
+    }
+}
+
+TEST(StepGrid, StepAfterIsTheFirstStepNotYetDue) {
+    const StepGrid grid = StepGrid::fromSeconds(100, 0.125);
+    EXPECT_EQ(grid.stepAfter(0), 0);
+    EXPECT_EQ(grid.stepAfter(100), 1);
+    EXPECT_EQ(grid.stepAfter(100 + 5512), 1);
+    EXPECT_EQ(grid.stepAfter(100 + 5513), 2);
+    EXPECT_EQ(grid.stepAfter(100 + 5512500), 1001);
+}
+
+TEST(StepGrid, TheFirstSafeFrameIsOneBlockPastWhatWasRendered) {
+    VoiceMixer mixer(1.0f);
+    EXPECT_EQ(firstSafeFrame(mixer), 2048) << "the first block may be under way, of any size";
+    std::vector<float> block(2 * 300);
+    mixer.render(block.data(), 300);
+    mixer.render(block.data(), 200);
+    EXPECT_EQ(firstSafeFrame(mixer), 500 + 200);
+}
+
+TEST(VoicePool, SixteenVoicesRoundRobinAndARefusedSoundTakesNoVoice) {
+    auto owned = std::make_unique<testing::FakeAudioBackend>();
+    testing::FakeAudioBackend& backend = *owned;
+    VoicePool voices(std::move(owned));
+    // 64 sounds fill the handoff ring; the 65th is refused and the voice
+    // it would have had goes to the next sound the mixer takes.
+    for (int i = 0; i < 64; ++i) {
+        ASSERT_EQ(voices.nextVoice(), i % 16);
+        ASSERT_TRUE(voices.play({0.1f}, 1'000'000));
+    }
+    EXPECT_FALSE(voices.play({0.1f}, 1'000'000));
+    EXPECT_EQ(voices.nextVoice(), 0);
+    backend.pull(1);
+    EXPECT_TRUE(voices.play({0.1f}, 1'000'000));
+    EXPECT_EQ(voices.nextVoice(), 1);
 }
 
 } // namespace
