@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 
 namespace quorlen::detection {
 namespace {
@@ -31,13 +32,14 @@ std::vector<float> shapedNoise(size_t n, double rateHz, float (*gain)(size_t)) {
     return x;
 }
 
-std::vector<float> streamResample(std::span<const float> x, double fromHz, size_t chunk) {
-    StreamingResampler resampler(fromHz, kAnalysisRateHz);
-    std::vector<float> out;
-    for (size_t at = 0; at < x.size(); at += chunk)
-        EXPECT_TRUE(resampler.push(x.subspan(at, std::min(chunk, x.size() - at)), out, {}));
-    EXPECT_TRUE(resampler.finish(out, {}));
-    return out;
+// Calls `push` with consecutive pieces of `x`, their lengths taken in turn from `pattern`.
+template <typename Push>
+void inPieces(std::span<const float> x, const std::vector<size_t>& pattern, Push push) {
+    for (size_t at = 0, k = 0; at < x.size(); ++k) {
+        const size_t piece = std::min(pattern[k % pattern.size()], x.size() - at);
+        push(x.subspan(at, piece));
+        at += piece;
+    }
 }
 
 TEST(StreamingResampler, MatchesTheWholeSignalVersionAtEveryRateAndChunking) {
@@ -48,28 +50,34 @@ TEST(StreamingResampler, MatchesTheWholeSignalVersionAtEveryRateAndChunking) {
         const std::vector<float> x =
             shapedNoise(size_t(0.7 * rate) + 3, rate, [](size_t) { return 0.5f; });
         const std::vector<float> whole = resample(x, rate, kAnalysisRateHz, {});
-        for (const size_t chunk : {size_t{1}, size_t{7}, size_t{4096}, x.size()})
-            EXPECT_EQ(streamResample(x, rate, chunk), whole) << rate << " Hz in " << chunk;
+        std::vector<float> inPlace = x;
+        ASSERT_TRUE(resampleInPlace(inPlace, rate, kAnalysisRateHz, {}));
+        EXPECT_EQ(inPlace, whole) << rate;
+        for (const size_t chunk : {size_t{1}, size_t{7}, size_t{4096}, x.size()}) {
+            StreamingResampler resampler(rate, kAnalysisRateHz);
+            std::vector<float> out;
+            inPieces(x, {chunk}, [&](auto piece) { EXPECT_TRUE(resampler.push(piece, out, {})); });
+            EXPECT_TRUE(resampler.finish(out, {}));
+            EXPECT_EQ(out, whole) << rate << " Hz in " << chunk;
+        }
     }
-}
-
-TEST(StreamingResampler, InputShorterThanOneOutputGivesNothingAndCancellationStops) {
-    EXPECT_TRUE(streamResample(std::vector<float>{0.5f}, 44100.0, 1).empty());
+    // Input shorter than one output gives nothing; output 0 polls.
     StreamingResampler resampler(44100.0, kAnalysisRateHz);
     std::vector<float> out;
-    const std::vector<float> x(10000, 0.25f);
-    EXPECT_FALSE(resampler.push(x, out, [] { return true; })); // output 0 polls
+    EXPECT_TRUE(resampler.push(std::vector<float>{0.5f}, out, {}));
+    EXPECT_TRUE(resampler.finish(out, {}));
+    EXPECT_TRUE(out.empty());
+    EXPECT_FALSE(StreamingResampler(44100.0, kAnalysisRateHz)
+                     .push(std::vector<float>(10000, 0.25f), out, [] { return true; }));
 }
-
-struct WindowCase {
-    const char* name;
-    size_t samples;
-    float (*gain)(size_t second);
-};
 
 TEST(LoudestWindow, CropsAsLoudestWindowStartDoesWhateverTheChunking) {
     constexpr size_t kWindowSeconds = 4;
-    const WindowCase cases[] = {
+    const struct {
+        const char* name;
+        size_t samples;
+        float (*gain)(size_t second);
+    } cases[] = {
         {"shorter than the window", 3 * kSecond + 5, [](size_t) { return 0.3f; }},
         {"exactly the window", 4 * kSecond, [](size_t) { return 0.3f; }},
         {"window and a partial block", 4 * kSecond + 100,
@@ -82,16 +90,16 @@ TEST(LoudestWindow, CropsAsLoudestWindowStartDoesWhateverTheChunking) {
          [](size_t s) { return s == 3 || s == 15 ? 0.8f : 0.2f; }},
         {"silence", 9 * kSecond, [](size_t) { return 0.0f; }},
     };
-    for (const WindowCase& c : cases) {
+    for (const auto& c : cases) {
         const std::vector<float> x = shapedNoise(c.samples, double(kSecond), c.gain);
         const size_t window = kWindowSeconds * kSecond;
         const size_t start = x.size() <= window ? 0 : loudestWindowStart(x, window);
         const std::vector<float> expected(x.begin() + long(start),
                                           x.begin() + long(std::min(start + window, x.size())));
+        // The length is known beforehand, or not.
         for (const size_t chunk : {size_t{1000}, size_t{22050}, size_t{50000}}) {
             LoudestWindow keeper(kWindowSeconds, chunk == 1000 ? 0 : x.size());
-            for (size_t at = 0; at < x.size(); at += chunk)
-                keeper.push(std::span(x).subspan(at, std::min(chunk, x.size() - at)));
+            inPieces(x, {chunk}, [&](auto piece) { keeper.push(piece); });
             const LoudestWindow::Crop crop = keeper.finish();
             EXPECT_EQ(crop.startSamples, start) << c.name << " in " << chunk;
             EXPECT_EQ(crop.totalSamples, x.size()) << c.name;
@@ -109,10 +117,10 @@ TEST(PeakColumns, ExactAtTheExpectedLengthAndWithinABucketOtherwise) {
         for (const size_t chunk : {size_t{1}, size_t{333}}) {
             PeakColumns known(kColumns, static_cast<long long>(n));
             PeakColumns unknown(kColumns, 0);
-            for (size_t at = 0; at < n; at += chunk) {
-                known.push(std::span(x).subspan(at, std::min(chunk, n - at)));
-                unknown.push(std::span(x).subspan(at, std::min(chunk, n - at)));
-            }
+            inPieces(x, {chunk}, [&](auto piece) {
+                known.push(piece);
+                unknown.push(piece);
+            });
             EXPECT_EQ(known.finish(), exact) << n;
             // Up to 64 buckets per column the buckets are single samples.
             if (n <= 64 * kColumns) {
@@ -137,24 +145,17 @@ TEST(PeakColumns, ExactAtTheExpectedLengthAndWithinABucketOtherwise) {
     }
 }
 
-// Pieces of irregular lengths around the frame (1024) and hop (256).
-std::vector<size_t> irregularPieces() { return {1, 255, 1023, 7, 1025, 256, 3000, 2, 769}; }
-
 TEST(OnsetEnvelopeStream, MatchesTheWholeSignalEnvelopeWhateverThePieces) {
-    const size_t lengths[] = {100, 1024, 1025, 1024 + 3 * 256 + 17, 3 * kSecond + 5};
-    for (const size_t n : lengths) {
+    for (const size_t n :
+         {size_t{100}, size_t{1024}, size_t{1025}, size_t{1024 + 3 * 256 + 17}, 3 * kSecond + 5}) {
         const std::vector<float> x =
             shapedNoise(n, double(kSecond), [](size_t s) { return s == 1 ? 0.9f : 0.2f; });
         const Envelope whole = onsetEnvelope(x, {});
-        const std::vector<std::vector<size_t>> patterns = {{n},    {1},    {256},
-                                                           {1024}, {4096}, irregularPieces()};
-        for (const std::vector<size_t>& pattern : patterns) {
+        // Pieces of regular and irregular lengths around the frame (1024) and hop (256).
+        for (const std::vector<size_t>& pattern : std::vector<std::vector<size_t>>{
+                 {n}, {1}, {256}, {1024}, {4096}, {1, 255, 1023, 7, 1025, 256, 3000, 2, 769}}) {
             OnsetEnvelopeStream stream;
-            for (size_t at = 0, k = 0; at < n; ++k) {
-                const size_t piece = std::min(pattern[k % pattern.size()], n - at);
-                stream.push(std::span(x).subspan(at, piece));
-                at += piece;
-            }
+            inPieces(x, pattern, [&](auto piece) { stream.push(piece); });
             EXPECT_EQ(stream.received(), n);
             const Envelope streamed = stream.finish();
             EXPECT_EQ(streamed.full, whole.full) << n << " in " << pattern.front();
@@ -179,22 +180,22 @@ std::string clickFile(const testing::TempDir& dir, const std::string& name, doub
 
 TEST(AnalysisSignal, DecodingAheadGivesTheSameSignalAndTheEnvelopeOfAWindowAtTheStart) {
     testing::TempDir dir;
-    struct Case {
+    // A 6 s window: the file fits it, or its loudest 6 s start at its start
+    // or later. Only a read ahead measures the envelope of a file announced
+    // longer than the window, since the crop may then not start at 0.
+    const struct {
         const char* name;
         double seconds;
         size_t loudSecond;
         bool decodeAhead;
         bool envelope; // expected
-    };
-    // A 6 s window: the file fits it, or its loudest 6 s start at its start
-    // or later. Only a read ahead measures the envelope of a file announced
-    // longer than the window, since the crop may then not start at 0.
-    const Case cases[] = {
+    } cases[] = {
         {"fits", 5.5, 2, false, true},       {"fits", 5.5, 2, true, true},
         {"loud start", 11.0, 0, true, true}, {"loud start", 11.0, 0, false, false},
         {"loud end", 11.0, 9, true, false},  {"loud end", 11.0, 9, false, false},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.name) + (c.decodeAhead ? " ahead" : ""));
         const std::string path =
             clickFile(dir, std::string(c.name) + ".wav", c.seconds, c.loudSecond);
         const AnalysisRequest plain{.windowSeconds = 6, .waveformColumns = 64};
@@ -203,16 +204,17 @@ TEST(AnalysisSignal, DecodingAheadGivesTheSameSignalAndTheEnvelopeOfAWindowAtThe
         request.onsetEnvelope = true;
         const AnalysisSignal expected = loadAnalysisSignal(path, plain, {});
         const AnalysisSignal signal = loadAnalysisSignal(path, request, {});
-        EXPECT_TRUE(signal.window == expected.window) << c.name << c.decodeAhead;
-        EXPECT_EQ(signal.cropStartSamples, expected.cropStartSamples) << c.name;
-        EXPECT_EQ(signal.analysisSamples, expected.analysisSamples) << c.name;
-        EXPECT_EQ(signal.waveform, expected.waveform) << c.name;
-        EXPECT_EQ(signal.durationSeconds, expected.durationSeconds) << c.name;
-        EXPECT_FALSE(expected.envelope) << c.name;
-        ASSERT_EQ(signal.envelope.has_value(), c.envelope) << c.name << c.decodeAhead;
+        EXPECT_TRUE(signal.window == expected.window);
+        EXPECT_EQ(signal.cropStartSamples, expected.cropStartSamples);
+        EXPECT_EQ(signal.analysisSamples, expected.analysisSamples);
+        EXPECT_EQ(signal.waveform, expected.waveform);
+        EXPECT_EQ(signal.durationSeconds, expected.durationSeconds);
+        EXPECT_FALSE(expected.envelope);
+        ASSERT_EQ(signal.envelope.has_value(), c.envelope);
         if (signal.envelope) {
-            EXPECT_EQ(signal.envelope->full, onsetEnvelope(signal.window, {}).full) << c.name;
-            EXPECT_EQ(signal.envelope->low, onsetEnvelope(signal.window, {}).low) << c.name;
+            const Envelope windowEnvelope = onsetEnvelope(signal.window, {});
+            EXPECT_EQ(signal.envelope->full, windowEnvelope.full);
+            EXPECT_EQ(signal.envelope->low, windowEnvelope.low);
         }
     }
 }
@@ -220,10 +222,9 @@ TEST(AnalysisSignal, DecodingAheadGivesTheSameSignalAndTheEnvelopeOfAWindowAtThe
 TEST(AnalysisSignal, CancellingWhileDecodingAheadStopsAtTheNextChunk) {
     testing::TempDir dir;
     // Four chunks ahead of 1 MB each: 40 s of stereo cannot be all read ahead.
-    std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 40, .rateHz = 44100});
-    std::vector<float> stereo(2 * x.size());
-    for (size_t i = 0; i < x.size(); ++i)
-        stereo[2 * i] = stereo[2 * i + 1] = x[i];
+    std::vector<float> stereo;
+    for (const float v : testing::clickTrain({.bpm = 120, .seconds = 40, .rateHz = 44100}))
+        stereo.insert(stereo.end(), {v, v});
     const auto path = dir.file("long.wav");
     ASSERT_TRUE(testing::writeSound(path, stereo, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
     for (const int pollsBeforeCancel : {0, 1, 3}) {
@@ -254,12 +255,10 @@ TEST(AnalysisSignal, FileAnalysisEqualsTheWholeFileSteps) {
     std::vector<float> resampled = resample(audio.samples, kRateHz, kAnalysisRateHz, {});
     const size_t start = loudestWindowStart(resampled, 300 * kSecond);
     EXPECT_GT(start, 0u);
-    const key::KeyEstimate key =
-        key::estimateKey(std::span(resampled).subspan(start, 300 * kSecond), {});
-    const Estimate estimate =
-        analyze(std::move(resampled), kAnalysisRateHz, audio.durationSeconds(), {}, {2});
-    EXPECT_EQ(streamed.estimate, estimate);
-    EXPECT_EQ(streamed.key, key);
+    EXPECT_EQ(streamed.key,
+              key::estimateKey(std::span(resampled).subspan(start, 300 * kSecond), {}));
+    EXPECT_EQ(streamed.estimate,
+              analyze(std::move(resampled), kAnalysisRateHz, audio.durationSeconds(), {}, {2}));
     EXPECT_EQ(*streamed.waveform, peakEnvelope(audio.samples, kWaveformColumns));
 }
 
@@ -267,24 +266,20 @@ TEST(AnalysisSignal, FileAnalysisEqualsTheWholeFileSteps) {
 // it arrives and the key estimated beside the tempo: the same analysis.
 TEST(AnalysisSignal, OneOrTwoThreadsGiveTheSameAnalysis) {
     testing::TempDir dir;
-    struct Case {
-        const char* name;
-        double seconds;
-        size_t loudSecond;
-    };
     // Under the 300 s window (the envelope is measured on the way), and
     // over it with the loudest part first (the same) or later (measured
     // after the crop).
-    const Case cases[] = {{"short.wav", 20, 3}, {"long-start.wav", 302, 0}, {"long.wav", 302, 301}};
-    for (const Case& c : cases) {
-        const std::string path = clickFile(dir, c.name, c.seconds, c.loudSecond, 8000);
+    const std::tuple<const char*, double, size_t> cases[] = {
+        {"short.wav", 20, 3}, {"long-start.wav", 302, 0}, {"long.wav", 302, 301}};
+    for (const auto& [name, seconds, loudSecond] : cases) {
+        const std::string path = clickFile(dir, name, seconds, loudSecond, 8000);
         for (const OctaveMode& octave : {OctaveMode::classic(), OctaveMode::automatic()}) {
             const Analysis one = analyzeFile(path, {}, {1, true}, octave);
             const Analysis two = analyzeFile(path, {}, {2, true}, octave);
-            EXPECT_EQ(two.estimate, one.estimate) << c.name;
-            EXPECT_EQ(two.key, one.key) << c.name;
-            EXPECT_EQ(*two.waveform, *one.waveform) << c.name;
-            ASSERT_TRUE(one.key) << c.name;
+            EXPECT_EQ(two.estimate, one.estimate) << name;
+            EXPECT_EQ(two.key, one.key) << name;
+            EXPECT_EQ(*two.waveform, *one.waveform) << name;
+            ASSERT_TRUE(one.key) << name;
         }
     }
 }

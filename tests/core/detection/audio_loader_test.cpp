@@ -18,6 +18,7 @@ namespace {
 
 using testing::TempDir;
 using testing::writeSound;
+constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 
 // With two threads the file is decoded ahead on a thread of its own.
 std::string failureMessage(const std::string& path, int threads = 1) {
@@ -29,28 +30,25 @@ std::string failureMessage(const std::string& path, int threads = 1) {
     return "(analysed)";
 }
 
-std::string validWavBytes(const TempDir& dir) {
-    const auto path = dir.file("valid.wav");
-    const std::vector<float> x = testing::sine(440, 0.5, 22050);
-    EXPECT_TRUE(writeSound(path, x, 1, 22050, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    return testing::readBytes(path);
-}
-
 // Failing files, analysed alone or side by side, each keep their own
 // message: the reader's and the detector's.
 TEST(AudioLoader, BadFilesGiveOneClearMessageUnderManyThreads) {
     TempDir dir;
-    const std::string wav = validWavBytes(dir);
+    ASSERT_TRUE(
+        writeSound(dir.file("short.wav"), testing::sine(440, 0.5, 44100), 1, 44100, kWav16));
+    testing::writeBytes(dir.file("header-only.wav"),
+                        testing::readBytes(dir.file("short.wav")).substr(0, 36));
     testing::writeBytes(dir.file("notes.wav"), "These are not the samples you are looking for.\n");
-    testing::writeBytes(dir.file("header-only.wav"), wav.substr(0, 36));
     testing::writeBytes(dir.file("noise.mp3"), std::string(5000, '\x5a'));
     std::filesystem::create_directory(dir.file("folder.m4a"));
+    ASSERT_TRUE(writeSound(dir.file("no-frames.wav"), {}, 1, 44100, kWav16));
+    ASSERT_TRUE(writeSound(dir.file("one-frame.wav"), std::vector<float>{0.5f}, 1, 44100, kWav16));
+    // Channels in opposite phase mix to silence, which has no rhythm.
+    std::vector<float> opposite;
+    for (const float v : testing::clickTrain({.bpm = 120, .seconds = 4, .rateHz = 44100}))
+        opposite.insert(opposite.end(), {v, -v});
     ASSERT_TRUE(
-        writeSound(dir.file("no-frames.wav"), {}, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    ASSERT_TRUE(writeSound(dir.file("one-frame.wav"), std::vector<float>{0.5f}, 1, 44100,
-                           SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    ASSERT_TRUE(writeSound(dir.file("short.wav"), testing::sine(440, 0.5, 44100), 1, 44100,
-                           SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        writeSound(dir.file("opposite.wav"), opposite, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"missing.wav", "File not found"},
         {"notes.wav", "Not an audio file"},
@@ -59,48 +57,36 @@ TEST(AudioLoader, BadFilesGiveOneClearMessageUnderManyThreads) {
         {"folder.m4a", "Not a regular file"},
         {"no-frames.wav", "File is too short to detect a tempo"},
         {"one-frame.wav", "File is too short to detect a tempo"},
-        {"short.wav", "File is too short to detect a tempo"}};
+        {"short.wav", "File is too short to detect a tempo"},
+        {"opposite.wav", "No rhythmic content found in this file"}};
     for (const int threads : {1, 2})
         for (const auto& [name, message] : cases)
             EXPECT_EQ(failureMessage(dir.file(name), threads), message) << name << threads;
+    const size_t n = cases.size();
     for (int round = 0; round < 20; ++round) {
-        std::vector<std::string> seen(8 * cases.size());
+        std::vector<std::string> seen(8 * n);
         std::vector<std::jthread> threads;
         for (size_t t = 0; t < 8; ++t)
             threads.emplace_back([&, t] {
-                for (size_t f = 0; f < cases.size(); ++f)
-                    seen[t * cases.size() + f] =
-                        failureMessage(dir.file(cases[(f + t) % cases.size()].first));
+                for (size_t f = 0; f < n; ++f)
+                    seen[t * n + f] = failureMessage(dir.file(cases[(f + t) % n].first));
             });
         threads.clear();
         for (size_t k = 0; k < seen.size(); ++k)
-            ASSERT_EQ(seen[k], cases[(k % cases.size() + k / cases.size()) % cases.size()].second)
-                << "round " << round;
+            ASSERT_EQ(seen[k], cases[(k % n + k / n) % n].second) << "round " << round;
     }
 }
 
-TEST(AudioLoader, MemoryAndFileGiveTheSameSignal) {
-    TempDir dir;
-    const std::string wav = validWavBytes(dir);
-    const DecodedAudio fromFile = loadMono(dir.file("valid.wav"), {});
-    const DecodedAudio fromMemory = loadMonoFromMemory(std::as_bytes(std::span(wav)), {});
-    EXPECT_EQ(fromMemory.samples, fromFile.samples);
-    EXPECT_EQ(fromMemory.sampleRate, 22050.0);
-    const std::string cut = wav.substr(0, 36);
-    EXPECT_THROW(loadMonoFromMemory(std::as_bytes(std::span(cut)), {}), Failure);
-}
-
-TEST(AudioLoader, ReadsEverySampleFormatToTheSameSignal) {
+TEST(AudioLoader, ReadsEverySampleFormatToTheSameSignalFromFileOrMemory) {
     TempDir dir;
     const std::vector<float> x = testing::sine(440, 0.25, 44100, 0.8f);
-    struct Case {
+    const struct {
         const char* name;
         int format;
         double tolerance; // one quantisation step, or the codec's error
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {"u8.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1.0 / 128},
-        {"s16.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1.0 / 32768},
+        {"s16.wav", kWav16, 1.0 / 32768},
         {"s24.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 1e-6},
         {"s32.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_32, 1e-7},
         {"f32.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 0.0},
@@ -109,14 +95,21 @@ TEST(AudioLoader, ReadsEverySampleFormatToTheSameSignal) {
         {"f32.caf", SF_FORMAT_CAF | SF_FORMAT_FLOAT, 0.0},
         {"s16.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 1.0 / 32768},
     };
-    for (const Case& c : cases) {
-        ASSERT_TRUE(writeSound(dir.file(c.name), x, 1, 44100, c.format)) << c.name;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(writeSound(dir.file(c.name), x, 1, 44100, c.format));
         const DecodedAudio audio = loadMono(dir.file(c.name), {});
-        EXPECT_EQ(audio.sampleRate, 44100.0) << c.name;
-        ASSERT_EQ(audio.samples.size(), x.size()) << c.name;
+        EXPECT_EQ(audio.sampleRate, 44100.0);
+        ASSERT_EQ(audio.samples.size(), x.size());
         for (size_t i = 0; i < x.size(); i += 7)
-            ASSERT_NEAR(audio.samples[i], x[i], c.tolerance) << c.name << " sample " << i;
+            ASSERT_NEAR(audio.samples[i], x[i], c.tolerance) << "sample " << i;
+        const std::string bytes = testing::readBytes(dir.file(c.name));
+        const DecodedAudio fromMemory = loadMonoFromMemory(std::as_bytes(std::span(bytes)), {});
+        EXPECT_EQ(fromMemory.samples, audio.samples);
+        EXPECT_EQ(fromMemory.sampleRate, 44100.0);
     }
+    const std::string cut = testing::readBytes(dir.file("s16.wav")).substr(0, 36);
+    EXPECT_THROW(loadMonoFromMemory(std::as_bytes(std::span(cut)), {}), Failure);
 }
 
 TEST(AudioLoader, MixesAnyChannelCountToTheMeanWithNonFiniteAsSilence) {
@@ -140,27 +133,13 @@ TEST(AudioLoader, MixesAnyChannelCountToTheMeanWithNonFiniteAsSilence) {
     EXPECT_EQ(mono, (std::vector<float>{0.25f, 0.0f, 0.25f}));
 }
 
-TEST(AudioLoader, OppositeChannelsMixToSilenceAndAreNotRhythm) {
-    TempDir dir;
-    const std::vector<float> clicks =
-        testing::clickTrain({.bpm = 120, .seconds = 4, .rateHz = 44100});
-    std::vector<float> frames;
-    for (const float v : clicks) {
-        frames.push_back(v);
-        frames.push_back(-v);
-    }
-    ASSERT_TRUE(
-        writeSound(dir.file("opposite.wav"), frames, 2, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
-    EXPECT_EQ(failureMessage(dir.file("opposite.wav")), "No rhythmic content found in this file");
-}
-
 TEST(AudioLoader, AnalysesClicksFrom8To192KHz) {
     TempDir dir;
     for (const int rate : {8000, 11025, 22050, 44100, 96000, 192000}) {
         const auto path = dir.file("clicks" + std::to_string(rate) + ".wav");
-        const std::vector<float> x =
-            testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = double(rate)});
-        ASSERT_TRUE(writeSound(path, x, 1, rate, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+        ASSERT_TRUE(writeSound(
+            path, testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = double(rate)}), 1, rate,
+            kWav16));
         const Analysis analysis = analyzeFile(path, {}, {2});
         EXPECT_EQ(analysis.estimate.bpm, 120.0) << rate;
         EXPECT_EQ(analysis.estimate.snappedBars, 4) << rate;
@@ -172,7 +151,7 @@ TEST(AudioLoader, AnalysesClicksFrom8To192KHz) {
 TEST(AudioLoader, TruncatedDataKeepsWhatWasReadAndCancellationStopsReading) {
     TempDir dir;
     const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 8, .rateHz = 44100});
-    ASSERT_TRUE(writeSound(dir.file("full.wav"), x, 1, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+    ASSERT_TRUE(writeSound(dir.file("full.wav"), x, 1, 44100, kWav16));
     const std::string bytes = testing::readBytes(dir.file("full.wav"));
     testing::writeBytes(dir.file("cut.wav"), bytes.substr(0, 44 + 2 * 200000 + 1));
     const DecodedAudio cut = loadMono(dir.file("cut.wav"), {});
@@ -188,27 +167,35 @@ TEST(AudioLoader, TruncatedDataKeepsWhatWasReadAndCancellationStopsReading) {
 }
 
 // A 20 s MP3 with a few kilobytes of noise written over it at about 2.4 s.
-std::string damagedMp3(const TempDir& dir) {
-    const auto path = dir.file("clean.mp3");
+// Everything the decoders would say about it goes to our quiet handler.
+TEST(AudioLoader, DamagedMp3IsReadPastTheDamageSaysSoAndPrintsNothingOnStderr) {
+    TempDir dir;
+    const auto clean = dir.file("clean.mp3");
     const std::vector<float> x = testing::clickTrain({.bpm = 120, .seconds = 20, .rateHz = 44100});
-    EXPECT_TRUE(
-        testing::encodeSound(path, x, 1, 44100, {.encoder = "libmp3lame", .bitRate = 128000}));
-    std::string bytes = testing::readBytes(path);
+    ASSERT_TRUE(
+        testing::encodeSound(clean, x, 1, 44100, {.encoder = "libmp3lame", .bitRate = 128000}));
+    std::string bytes = testing::readBytes(clean);
     std::mt19937 random(5);
     const size_t at = bytes.size() * 24 / 200;
     for (size_t i = at; i < at + 3000 && i < bytes.size(); ++i)
         bytes[i] = static_cast<char>(random());
     testing::writeBytes(dir.file("damaged.mp3"), bytes);
-    return dir.file("damaged.mp3");
-}
+    testing::writeBytes(dir.file("noise.mp3"), std::string(3000, '\xff'));
+    const DecodedAudio audio = loadMono(clean, {});
+    EXPECT_FALSE(audio.damaged);
+    EXPECT_NEAR(audio.durationSeconds(), 20.0, 1e-9);
 
-TEST(AudioLoader, DamagedMp3IsReadPastTheDamageAndSaysSo) {
-    TempDir dir;
-    const std::string damaged = damagedMp3(dir);
-    const DecodedAudio clean = loadMono(dir.file("clean.mp3"), {});
-    EXPECT_FALSE(clean.damaged);
-    EXPECT_NEAR(clean.durationSeconds(), 20.0, 1e-9);
-    const Analysis analysis = analyzeFile(damaged, {}, {2});
+    std::fflush(stderr);
+    const int saved = dup(STDERR_FILENO);
+    const int capture = open(dir.file("stderr.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(capture, STDERR_FILENO);
+    const Analysis analysis = analyzeFile(dir.file("damaged.mp3"), {}, {2});
+    (void)failureMessage(dir.file("noise.mp3"));
+    std::fflush(stderr);
+    dup2(saved, STDERR_FILENO);
+    close(capture);
+    close(saved);
+    EXPECT_EQ(testing::readBytes(dir.file("stderr.txt")), "");
     EXPECT_TRUE(analysis.damaged);
     EXPECT_GT(analysis.estimate.durationSeconds, 19.5);
     EXPECT_EQ(analysis.estimate.bpm, 120.0);
@@ -225,14 +212,11 @@ TEST(AudioLoader, DamagedFlacIsReadPastTheDamageKeepingTime) {
     const Analysis reference = analyzeFile(clean, {}, {2});
     ASSERT_FALSE(reference.damaged);
     const std::string bytes = testing::readBytes(clean);
-    struct Case {
-        const char* name;
-        size_t every; // one byte flipped in every `every`, from the first frame on
-    };
-    for (const Case c : {Case{"one byte", bytes.size()}, Case{"one in 500", 500}}) {
-        SCOPED_TRACE(c.name);
+    // One byte flipped, and one in every 500 from the first frame on.
+    for (const size_t every : {bytes.size(), size_t{500}}) {
+        SCOPED_TRACE(every);
         std::string damaged = bytes;
-        for (size_t at = bytes.size() / 2 % c.every + 8192; at < damaged.size(); at += c.every)
+        for (size_t at = bytes.size() / 2 % every + 8192; at < damaged.size(); at += every)
             damaged[at] = static_cast<char>(damaged[at] ^ 0x5a);
         testing::writeBytes(dir.file("damaged.flac"), damaged);
         const Analysis analysis = analyzeFile(dir.file("damaged.flac"), {}, {2});
@@ -242,24 +226,6 @@ TEST(AudioLoader, DamagedFlacIsReadPastTheDamageKeepingTime) {
         EXPECT_NEAR(analysis.estimate.beatOffsetSeconds, reference.estimate.beatOffsetSeconds,
                     0.01);
     }
-}
-
-// Everything the decoders would say goes to our quiet handler.
-TEST(AudioLoader, LibrariesPrintNothingOnStderr) {
-    TempDir dir;
-    const std::string damaged = damagedMp3(dir);
-    testing::writeBytes(dir.file("noise.mp3"), std::string(3000, '\xff'));
-    std::fflush(stderr);
-    const int saved = dup(STDERR_FILENO);
-    const int capture = open(dir.file("stderr.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(capture, STDERR_FILENO);
-    (void)failureMessage(damaged);
-    (void)failureMessage(dir.file("noise.mp3"));
-    std::fflush(stderr);
-    dup2(saved, STDERR_FILENO);
-    close(capture);
-    close(saved);
-    EXPECT_EQ(testing::readBytes(dir.file("stderr.txt")), "");
 }
 
 TEST(AudioLoader, StopsReadingAtThreeHours) {
