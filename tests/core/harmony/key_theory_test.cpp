@@ -1,5 +1,6 @@
 #include "harmony/circle_of_fifths.h"
 #include "harmony/key_selection.h"
+#include "harmony/progression.h"
 #include "support/lines.h"
 
 #include <gtest/gtest.h>
@@ -69,14 +70,12 @@ TEST(CircleOfFifths, SignatureTextAndNotes) {
     }
 }
 
-TEST(KeySelection, NamesScalesAndChordsAtTheEdgesOfTheCircle) {
+TEST(KeySelection, NamesScalesChordsAndQualitiesAtTheEdgesOfTheCircle) {
     // Expected rows written out by hand from the key tables; index 6 is the
     // last sharp key, index 7 the first flat one.
     const struct {
         KeySelection key;
-        const char* longName;
-        const char* scale;
-        const char* chords;
+        const char *longName, *scale, *chords;
     } cases[] = {
         {{0, false}, "C major", "C D E F G A B", "C Dm Em F G Am B°"},
         {{0, true}, "A minor", "A B C D E F G", "Am B° C Dm Em F G"},
@@ -90,20 +89,18 @@ TEST(KeySelection, NamesScalesAndChordsAtTheEdgesOfTheCircle) {
         EXPECT_EQ(c.key.longName(), c.longName);
         EXPECT_EQ(asStrings(c.key.scale()), words(c.scale));
         EXPECT_EQ(asStrings(c.key.chords()), words(c.chords));
+        // The quality each chord's name shows.
+        for (int degree = 0; degree < 7; ++degree) {
+            const std::string chord = words(c.chords)[size_t(degree)];
+            EXPECT_EQ(c.key.triadQuality(degree), chord.ends_with("°")   ? TriadQuality::diminished
+                                                  : chord.ends_with("m") ? TriadQuality::minor
+                                                                         : TriadQuality::major)
+                << chord;
+        }
     }
     EXPECT_EQ(asStrings(KeySelection{3, false}.romanNumerals()), words("I ii iii IV V vi vii°"));
     EXPECT_EQ(asStrings(KeySelection{3, true}.romanNumerals()), words("i ii° III iv v VI VII"));
     EXPECT_EQ(KeySelection({6, true}).shortName(), "D♯m");
-}
-
-TEST(KeySelection, TriadQualitiesFollowTheMode) {
-    using Q = TriadQuality;
-    const Q major[] = {Q::major, Q::minor, Q::minor, Q::major, Q::major, Q::minor, Q::diminished};
-    const Q minor[] = {Q::minor, Q::diminished, Q::major, Q::minor, Q::minor, Q::major, Q::major};
-    for (int degree = 0; degree < 7; ++degree) {
-        EXPECT_EQ(KeySelection({9, false}).triadQuality(degree), major[degree]) << degree;
-        EXPECT_EQ(KeySelection({9, true}).triadQuality(degree), minor[degree]) << degree;
-    }
 }
 
 TEST(KeySelection, RootFrequencies) {
@@ -111,35 +108,30 @@ TEST(KeySelection, RootFrequencies) {
     EXPECT_EQ(KeySelection({0, true}).rootFrequency(0, 440), 220.0);
     EXPECT_NEAR(KeySelection({0, false}).rootFrequency(0, 440), 130.8128, 1e-4);
     EXPECT_NEAR(KeySelection({0, false}).rootFrequency(6, 440), 246.9417, 1e-4);
-
     // The wrap is on the root alone: in G major IV…vii° (C D E F♯) sound
     // below the tonic G3 = 196.00 Hz; in E major vi and vii° below E3.
     const KeySelection g{1, false};
-    const double gHz = g.rootFrequency(0, 440);
-    EXPECT_NEAR(gHz, 195.9977, 1e-4);
-    EXPECT_GT(g.rootFrequency(2, 440), gHz); // B3
+    EXPECT_NEAR(g.rootFrequency(0, 440), 195.9977, 1e-4);
+    EXPECT_GT(g.rootFrequency(2, 440), g.rootFrequency(0, 440)); // B3
     for (int degree = 3; degree < 7; ++degree)
-        EXPECT_LT(g.rootFrequency(degree, 440), gHz) << degree;
+        EXPECT_LT(g.rootFrequency(degree, 440), g.rootFrequency(0, 440)) << degree;
     const KeySelection e{4, false};
     EXPECT_NEAR(e.rootFrequency(0, 440), 164.8138, 1e-4);
     EXPECT_NEAR(e.rootFrequency(5, 440), 138.5913, 1e-4); // C♯3
     EXPECT_NEAR(e.rootFrequency(6, 440), 155.5635, 1e-4); // D♯3
-
     // Every root of every key lies in C3…B3 and scales with A4.
-    for (int index = 0; index < 12; ++index) {
-        for (const bool minor : {false, true}) {
-            for (int degree = 0; degree < 7; ++degree) {
-                const KeySelection key{index, minor};
-                const double hz = key.rootFrequency(degree, 440);
-                EXPECT_GE(hz, 130.81);
-                EXPECT_LE(hz, 246.95);
-                EXPECT_NEAR(key.rootFrequency(degree, 432), hz * 432 / 440, 1e-9);
-            }
+    for (int index = 0; index < 24; ++index) {
+        for (int degree = 0; degree < 7; ++degree) {
+            const KeySelection key{index % 12, index >= 12};
+            const double hz = key.rootFrequency(degree, 440);
+            EXPECT_GE(hz, 130.81);
+            EXPECT_LE(hz, 246.95);
+            EXPECT_NEAR(key.rootFrequency(degree, 432), hz * 432 / 440, 1e-9);
         }
     }
 }
 
-TEST(KeySelection, RelatedKeys) {
+TEST(KeySelection, RelatedKeysAcrossTheWrap) {
     const struct {
         KeySelection key, relative, dominant, subdominant;
     } cases[] = {
@@ -153,15 +145,12 @@ TEST(KeySelection, RelatedKeys) {
         EXPECT_EQ(c.key.dominant(), c.dominant);
         EXPECT_EQ(c.key.subdominant(), c.subdominant);
     }
+    const std::pair<int, int> wraps[] = {{0, 0}, {13, 1}, {-1, 11}, {-25, 11}};
+    for (const auto& [index, wrapped] : wraps)
+        EXPECT_EQ(CircleOfFifths::wrappedIndex(index), wrapped) << index;
 }
 
-TEST(ClipboardSpelling, OnlyAccidentalsChange) {
-    EXPECT_EQ(clipboardSpelling("E♯°"), "E#°");
-    EXPECT_EQ(clipboardSpelling("D♭ E♭ F♯ ♯♭"), "Db Eb F# #b");
-    EXPECT_EQ(clipboardSpelling(""), "");
-}
-
-TEST(ParseKeyName, SpellingsMapToTheSlotWithTheSamePitch) {
+TEST(KeyNames, ParseSpellingsToTheSlotWithTheSamePitchAndCopyThemInAscii) {
     const struct {
         const char* text;
         KeySelection key;
@@ -172,21 +161,31 @@ TEST(ParseKeyName, SpellingsMapToTheSlotWithTheSamePitch) {
         {"F#m", {3, true}}, {"Bbm", {7, true}}, {"A#m", {7, true}},  {"D#m", {6, true}},
         {"Ebm", {6, true}}, {"e♭m", {6, true}}, {"Dm", {11, true}},  {"bm", {2, true}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        const auto parsed = parseKeyName(c.text);
-        ASSERT_TRUE(parsed);
-        EXPECT_EQ(*parsed, c.key);
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(parseKeyName(c.text), c.key) << c.text;
     for (const char* bad : {"", "H", "C##", "Cmaj", "Am7", " C", "C ", "m", "#", "Cbb"})
         EXPECT_FALSE(parseKeyName(bad)) << bad;
+    // Only the accidentals change on the clipboard.
+    EXPECT_EQ(clipboardSpelling("E♯°"), "E#°");
+    EXPECT_EQ(clipboardSpelling("D♭ E♭ F♯ ♯♭"), "Db Eb F# #b");
+    EXPECT_EQ(clipboardSpelling(""), "");
 }
 
-TEST(CircleOfFifths, WrappedIndex) {
-    EXPECT_EQ(CircleOfFifths::wrappedIndex(0), 0);
-    EXPECT_EQ(CircleOfFifths::wrappedIndex(13), 1);
-    EXPECT_EQ(CircleOfFifths::wrappedIndex(-1), 11);
-    EXPECT_EQ(CircleOfFifths::wrappedIndex(-25), 11);
+TEST(Progression, StepLengthTempoNoteAndWrap) {
+    // Two beats per chord, 120 / BPM s, tempo held to (20, 400].
+    const std::pair<double, double> steps[] = {{120, 1.0}, {90, 120.0 / 90},   {15, 6.0},
+                                               {20, 6.0},  {20.5, 120 / 20.5}, {400, 0.3},
+                                               {500, 0.3}};
+    for (const auto& [bpm, seconds] : steps)
+        EXPECT_DOUBLE_EQ(progressionStepSeconds(bpm), seconds) << bpm;
+    EXPECT_EQ(progressionTempoNote(120), "120 BPM · 2 beats/chord");
+    EXPECT_EQ(progressionTempoNote(98.9), "98 BPM · 2 beats/chord"); // truncated
+    EXPECT_EQ(nextProgressionStep(std::nullopt, 3), 0);
+    EXPECT_EQ(nextProgressionStep(0, 3), 1);
+    EXPECT_EQ(nextProgressionStep(2, 3), 0);
+    EXPECT_EQ(nextProgressionStep(0, 1), 0); // one chord re-strikes
+    EXPECT_EQ(nextProgressionStep(2, 2), 1); // playing step removed: (2 + 1) mod 2
+    EXPECT_EQ(nextProgressionStep(5, 4), 2); // preset shorter than the old loop
 }
 
 } // namespace
