@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cmath>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace quorlen::decoding {
@@ -79,13 +80,8 @@ TEST(AudioFileReader, DecodesCompressedFormatsToTheirLength) {
     std::vector<float> stereo;
     for (const float v : loop)
         stereo.insert(stereo.end(), {v, 0.5f * v});
-    struct Case {
-        const char* name;
-        Encoding encoding;
-        int rateHz;
-        long long toleranceFrames; // FFmpeg's AAC-in-MP4 and WMA keep the last frame's padding
-    };
-    const std::vector<Case> cases = {
+    // FFmpeg's AAC-in-MP4 and WMA keep the last frame's padding.
+    const std::tuple<const char*, Encoding, int, long long> cases[] = {
         {"lame.mp3", {.encoder = "libmp3lame", .bitRate = 192000}, 44100, 0},
         {"aac.m4a", {.encoder = "aac", .bitRate = 128000}, 44100, 1024},
         {"alac.m4a", {.encoder = "alac"}, 44100, 0},
@@ -94,16 +90,17 @@ TEST(AudioFileReader, DecodesCompressedFormatsToTheirLength) {
         {"wma.wma", {.encoder = "wmav2", .bitRate = 128000}, 44100, 4096},
         {"film.mp4", {.encoder = "aac", .bitRate = 128000, .withVideo = true}, 44100, 1024},
     };
-    for (const Case& c : cases) {
+    for (const auto& [name, encoding, rateHz, toleranceFrames] : cases) {
+        SCOPED_TRACE(name);
         const std::vector<float> source =
-            c.rateHz == 44100 ? stereo : std::vector<float>(2 * 4 * size_t(c.rateHz), 0.1f);
-        ASSERT_TRUE(t::encodeSound(dir.file(c.name), source, 2, c.rateHz, c.encoding)) << c.name;
-        AudioFileReader reader(dir.file(c.name).string());
-        EXPECT_EQ(reader.rateHz(), c.rateHz) << c.name;
-        EXPECT_EQ(reader.channels(), 2) << c.name;
-        const auto frames = static_cast<long long>(readAll(reader).size() / 2);
-        EXPECT_NEAR(frames, 4 * c.rateHz, c.toleranceFrames) << c.name;
-        EXPECT_FALSE(reader.damaged()) << c.name;
+            rateHz == 44100 ? stereo : std::vector<float>(2 * 4 * size_t(rateHz), 0.1f);
+        ASSERT_TRUE(t::encodeSound(dir.file(name), source, 2, rateHz, encoding));
+        AudioFileReader reader(dir.file(name).string());
+        EXPECT_EQ(reader.rateHz(), rateHz);
+        EXPECT_EQ(reader.channels(), 2);
+        EXPECT_NEAR(static_cast<long long>(readAll(reader).size() / 2), 4 * rateHz,
+                    toleranceFrames);
+        EXPECT_FALSE(reader.damaged());
     }
 }
 
@@ -113,31 +110,27 @@ TEST(AudioFileReader, DecodesCompressedFormatsToTheirLength) {
 TEST(AudioFileReader, ZeroedBytesMidwayAreDamageInEveryCompressedFormat) {
     TempDir dir;
     const std::vector<float> loop = t::clickTrain({.bpm = 120, .seconds = 40, .rateHz = 44100});
-    const struct {
-        const char* name;
-        Encoding encoding;
-    } cases[] = {
+    const std::pair<const char*, Encoding> cases[] = {
         {"vorbis.ogg", {.encoder = "libvorbis"}}, {"opus.opus", {.encoder = "libopus"}},
         {"aac.m4a", {.encoder = "aac"}},          {"alac.m4a", {.encoder = "alac"}},
-        {"lame.mp3", {.encoder = "libmp3lame"}},  {"flac.flac", {.encoder = "flac"}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const int rateHz = std::string_view(c.name).ends_with(".opus") ? 48000 : 44100;
+        {"lame.mp3", {.encoder = "libmp3lame"}},  {"flac.flac", {.encoder = "flac"}}};
+    for (const auto& [name, encoding] : cases) {
+        SCOPED_TRACE(name);
+        const int rateHz = std::string_view(name).ends_with(".opus") ? 48000 : 44100;
         const std::vector<float> source =
             rateHz == 44100 ? loop
                             : t::clickTrain({.bpm = 120, .seconds = 40, .rateHz = double(rateHz)});
-        ASSERT_TRUE(t::encodeSound(dir.file(c.name), source, 1, rateHz, c.encoding));
-        std::string bytes = t::readBytes(dir.file(c.name));
+        ASSERT_TRUE(t::encodeSound(dir.file(name), source, 1, rateHz, encoding));
+        std::string bytes = t::readBytes(dir.file(name));
         {
-            AudioFileReader clean(dir.file(c.name).string());
+            AudioFileReader clean(dir.file(name).string());
             readAll(clean);
             ASSERT_FALSE(clean.damaged());
         }
         const size_t run = std::min<size_t>(10240, bytes.size() / 8);
         std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), run, '\0');
-        t::writeBytes(dir.file(c.name), bytes);
-        AudioFileReader reader(dir.file(c.name).string());
+        t::writeBytes(dir.file(name), bytes);
+        AudioFileReader reader(dir.file(name).string());
         readAll(reader);
         EXPECT_TRUE(reader.damaged());
     }

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <tuple>
 
 namespace quorlen {
 namespace {
@@ -51,22 +53,17 @@ TEST(CircleOfFifths, EverySlotIsAConsistentMajorKey) {
 }
 
 TEST(CircleOfFifths, SignatureTextAndNotes) {
-    // Worked examples: the sign picks the accidental, the order is fixed.
-    const struct {
-        int accidentals;
-        const char* text;
-        const char* notes;
-    } cases[] = {
-        {0, "0", ""},
-        {6, "6♯", "F♯ C♯ G♯ D♯ A♯ E♯"},
-        {-2, "2♭", "B♭ E♭"},
-        {9, "9♯", "F♯ C♯ G♯ D♯ A♯ E♯ B♯"}, // beyond seven: all seven
-        {-8, "8♭", "B♭ E♭ A♭ D♭ G♭ C♭ F♭"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.accidentals);
-        EXPECT_EQ(CircleOfFifths::signatureText(c.accidentals), c.text);
-        EXPECT_EQ(asStrings(CircleOfFifths::signatureNotes(c.accidentals)), words(c.notes));
+    // Worked examples: the sign picks the accidental, the order is fixed;
+    // beyond seven, all seven.
+    const std::tuple<int, const char*, const char*> cases[] = {{0, "0", ""},
+                                                               {6, "6♯", "F♯ C♯ G♯ D♯ A♯ E♯"},
+                                                               {-2, "2♭", "B♭ E♭"},
+                                                               {9, "9♯", "F♯ C♯ G♯ D♯ A♯ E♯ B♯"},
+                                                               {-8, "8♭", "B♭ E♭ A♭ D♭ G♭ C♭ F♭"}};
+    for (const auto& [accidentals, text, notes] : cases) {
+        SCOPED_TRACE(accidentals);
+        EXPECT_EQ(CircleOfFifths::signatureText(accidentals), text);
+        EXPECT_EQ(asStrings(CircleOfFifths::signatureNotes(accidentals)), words(notes));
     }
 }
 
@@ -132,18 +129,16 @@ TEST(KeySelection, RootFrequencies) {
 }
 
 TEST(KeySelection, RelatedKeysAcrossTheWrap) {
-    const struct {
-        KeySelection key, relative, dominant, subdominant;
-    } cases[] = {
-        {{0, false}, {0, true}, {1, false}, {11, false}},
-        {{0, true}, {0, false}, {1, true}, {11, true}},     // Am: C, Em, Dm
-        {{11, false}, {11, true}, {0, false}, {10, false}}, // F: dominant C
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.key.index);
-        EXPECT_EQ(c.key.relative(), c.relative);
-        EXPECT_EQ(c.key.dominant(), c.dominant);
-        EXPECT_EQ(c.key.subdominant(), c.subdominant);
+    // Key, relative, dominant, subdominant: C; Am (C, Em, Dm); F (dominant C).
+    const std::array<KeySelection, 4> cases[] = {
+        {{{0, false}, {0, true}, {1, false}, {11, false}}},
+        {{{0, true}, {0, false}, {1, true}, {11, true}}},
+        {{{11, false}, {11, true}, {0, false}, {10, false}}}};
+    for (const auto& [key, relative, dominant, subdominant] : cases) {
+        SCOPED_TRACE(key.index);
+        EXPECT_EQ(key.relative(), relative);
+        EXPECT_EQ(key.dominant(), dominant);
+        EXPECT_EQ(key.subdominant(), subdominant);
     }
     const std::pair<int, int> wraps[] = {{0, 0}, {13, 1}, {-1, 11}, {-25, 11}};
     for (const auto& [index, wrapped] : wraps)
@@ -151,18 +146,14 @@ TEST(KeySelection, RelatedKeysAcrossTheWrap) {
 }
 
 TEST(KeyNames, ParseSpellingsToTheSlotWithTheSamePitchAndCopyThemInAscii) {
-    const struct {
-        const char* text;
-        KeySelection key;
-    } cases[] = {
+    const std::pair<const char*, KeySelection> cases[] = {
         {"C", {0, false}},  {"G", {1, false}},  {"F#", {6, false}},  {"F♯", {6, false}},
         {"Gb", {6, false}}, {"Db", {7, false}}, {"C#", {7, false}},  {"D♭", {7, false}},
         {"Cb", {5, false}}, {"B", {5, false}},  {"bb", {10, false}}, {"Am", {0, true}},
         {"F#m", {3, true}}, {"Bbm", {7, true}}, {"A#m", {7, true}},  {"D#m", {6, true}},
-        {"Ebm", {6, true}}, {"e♭m", {6, true}}, {"Dm", {11, true}},  {"bm", {2, true}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(parseKeyName(c.text), c.key) << c.text;
+        {"Ebm", {6, true}}, {"e♭m", {6, true}}, {"Dm", {11, true}},  {"bm", {2, true}}};
+    for (const auto& [text, key] : cases)
+        EXPECT_EQ(parseKeyName(text), key) << text;
     for (const char* bad : {"", "H", "C##", "Cmaj", "Am7", " C", "C ", "m", "#", "Cbb"})
         EXPECT_FALSE(parseKeyName(bad)) << bad;
     // Only the accidentals change on the clipboard.

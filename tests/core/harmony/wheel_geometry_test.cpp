@@ -16,13 +16,11 @@ std::optional<SegmentID> at(double r, double deg, bool shape = false) {
 
 TEST(WheelGeometry, CompassPointsAndRingEdges) {
     // Up is C (0), right A (3), down F♯ (6), left E♭ (9).
-    const struct {
-        double deg;
-        int index;
-    } compass[] = {{-90, 0}, {0, 3}, {90, 6}, {180, 9}, {-120, 11}, {-60, 1}};
-    for (const auto& c : compass) {
-        EXPECT_EQ(at(0.85, c.deg), (SegmentID{Ring::major, c.index})) << c.deg;
-        EXPECT_EQ(at(0.6, c.deg), (SegmentID{Ring::minor, c.index})) << c.deg;
+    const std::pair<double, int> compass[] = {{-90, 0}, {0, 3},     {90, 6},
+                                              {180, 9}, {-120, 11}, {-60, 1}};
+    for (const auto& [deg, index] : compass) {
+        EXPECT_EQ(at(0.85, deg), (SegmentID{Ring::major, index})) << deg;
+        EXPECT_EQ(at(0.6, deg), (SegmentID{Ring::minor, index})) << deg;
     }
     // Band edges are inclusive; the gap, the badge and the rim are empty.
     EXPECT_EQ(at(0.47, -90), (SegmentID{Ring::minor, 0}));

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cmath>
 #include <random>
+#include <tuple>
 
 namespace quorlen::key {
 namespace {
@@ -60,17 +61,13 @@ TEST(KeyNames, CamelotCodesAcceptEitherCaseAndNothingElse) {
 
 TEST(KeyText, TuningFiguresAgreeAndRoundHalvesAway) {
     // a4 = 440 × 2^(c / 1200) of the shown cents, to two decimals.
-    const struct {
-        double cents;
-        const char *shown, *a4;
-    } cases[] = {
-        {-14.0, "-14.0", "436.46"}, {25.0, "+25.0", "446.40"},  {0.0, "0.0", "440.00"},
-        {-0.04, "0.0", "440.00"},   {0.05, "+0.1", "440.03"},   {-31.77, "-31.8", "431.99"},
-        {50.0, "+50.0", "452.89"},  {-50.0, "-50.0", "427.47"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(centsText(c.cents), c.shown) << c.cents;
-        EXPECT_EQ(a4Text(c.cents), c.a4) << c.cents;
+    const std::tuple<double, const char*, const char*> cases[] = {
+        {-14.0, "-14.0", "436.46"}, {25.0, "+25.0", "446.40"}, {0.0, "0.0", "440.00"},
+        {-0.04, "0.0", "440.00"},   {0.05, "+0.1", "440.03"},  {-31.77, "-31.8", "431.99"},
+        {50.0, "+50.0", "452.89"},  {-50.0, "-50.0", "427.47"}};
+    for (const auto& [cents, shown, a4] : cases) {
+        EXPECT_EQ(centsText(cents), shown) << cents;
+        EXPECT_EQ(a4Text(cents), a4) << cents;
     }
     EXPECT_DOUBLE_EQ(shownA4(-14.0), 436.46);
 }
@@ -103,29 +100,25 @@ std::vector<float> gaussianNoise(size_t n, float sigma, unsigned seed) {
 }
 
 TEST(KeyDetector, CadencesNameTheirKeyNotItsRelativeWhereverTheyAreTransposedAndTuned) {
-    const struct {
-        int semitones; // transposition of the cadence
-        bool minor;
-        double cents;
-        const char* key;
-    } cases[] = {
-        {0, false, 0.0, "C"},    {0, true, 0.0, "Am"}, // the same notes but for G#, tonic A
-        {0, false, 25.0, "C"},   {6, false, -40.0, "F#"}, {3, true, 25.0, "Cm"},
-        {-2, true, -12.5, "Gm"}, {1, false, 0.0, "Db"},   {4, true, 40.0, "C#m"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.key);
-        testing::Chords chords = c.minor ? aMinorCadence() : cMajorCadence();
+    // Transposition, mode, tuning, key. A minor has the notes of C major
+    // but for G#, and its tonic is A.
+    const std::tuple<int, bool, double, const char*> cases[] = {
+        {0, false, 0.0, "C"},    {0, true, 0.0, "Am"},  {0, false, 25.0, "C"},
+        {6, false, -40.0, "F#"}, {3, true, 25.0, "Cm"}, {-2, true, -12.5, "Gm"},
+        {1, false, 0.0, "Db"},   {4, true, 40.0, "C#m"}};
+    for (const auto& [semitones, minor, cents, key] : cases) {
+        SCOPED_TRACE(key);
+        testing::Chords chords = minor ? aMinorCadence() : cMajorCadence();
         for (auto& chord : chords.notes)
             for (int& note : chord)
-                note += c.semitones;
-        chords.cents = c.cents;
+                note += semitones;
+        chords.cents = cents;
         const KeyEstimate estimate = estimateKey(chordSequence(chords), {});
         ASSERT_TRUE(estimate.key);
-        EXPECT_EQ(asciiKeyName(*estimate.key), c.key);
+        EXPECT_EQ(asciiKeyName(*estimate.key), key);
         EXPECT_GT(estimate.confidence, 0.5);
         ASSERT_TRUE(estimate.tuningCents);
-        EXPECT_NEAR(*estimate.tuningCents, c.cents, 3.0);
+        EXPECT_NEAR(*estimate.tuningCents, cents, 3.0);
     }
 }
 

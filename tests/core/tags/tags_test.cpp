@@ -53,35 +53,27 @@ std::string patterned(size_t size) {
 TEST(DescriptorStream, InsertAndRemoveMatchAStringEdit) {
     const size_t size = (size_t{5} << 20) / 2;
     const size_t chunkAndAHalf = (size_t{3} << 20) / 2;
-    const struct {
-        const char* name;
-        unsigned long start, replace;
-        size_t inserted;
-    } cases[] = {
-        {"a tag grows at the front", 0, 10, 4096},
-        {"a tag shrinks at the front", 0, 4096, 10},
-        {"same size in place", 1000, 64, 64},
-        {"grows by more than a chunk", 0, 0, chunkAndAHalf},
-        {"shrinks by more than a chunk", 100, chunkAndAHalf, 1},
-        {"grows in the middle", size / 2, 3, 5},
-        {"appended at the end", size, 0, 300},
-        {"the end cut off", size - 500, 500, 0},
-    };
+    // Start, bytes replaced, bytes inserted: a tag grows and shrinks at the
+    // front, keeps its size in place, grows and shrinks by more than a chunk,
+    // grows in the middle, is appended at the end, and the end is cut off.
+    const std::tuple<unsigned long, unsigned long, size_t> cases[] = {
+        {0, 10, 4096},           {0, 4096, 10},    {1000, 64, 64}, {0, 0, chunkAndAHalf},
+        {100, chunkAndAHalf, 1}, {size / 2, 3, 5}, {size, 0, 300}, {size - 500, 500, 0}};
     const TempDir dir;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [start, replace, inserted] : cases) {
+        SCOPED_TRACE(std::to_string(start) + " " + std::to_string(replace) + " " +
+                     std::to_string(inserted));
         std::string expected = patterned(size);
         writeBytes(dir.file("f"), expected);
-        const std::string data(c.inserted, '#');
-        expected.replace(c.start, c.replace, data);
+        const std::string data(inserted, '#');
+        expected.replace(start, replace, data);
         const int fd = ::open(dir.file("f").c_str(), O_RDWR);
         ASSERT_GE(fd, 0);
         DescriptorStream stream(fd, "f");
-        if (c.inserted == 0)
-            stream.removeBlock(c.start, c.replace);
+        if (inserted == 0)
+            stream.removeBlock(start, replace);
         else
-            stream.insert(TagLib::ByteVector(data.data(), unsigned(data.size())), c.start,
-                          c.replace);
+            stream.insert(TagLib::ByteVector(data.data(), unsigned(data.size())), start, replace);
         EXPECT_FALSE(stream.failure());
         EXPECT_EQ(stream.length(), long(expected.size()));
         ::close(fd);
