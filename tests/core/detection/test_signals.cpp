@@ -11,10 +11,18 @@
 
 namespace quorlen::detection::testing {
 
+// A tone of `hz` decaying with time constant `tau`, added from `start`.
+static void addDecay(std::vector<float>& out, size_t start, size_t length, double rateHz, double hz,
+                     double tau, float gain) {
+    for (size_t k = 0; k < length && start + k < out.size(); ++k) {
+        const double s = double(k) / rateHz;
+        out[start + k] += gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * hz * s) *
+                                                    std::exp(-s / tau));
+    }
+}
+
 std::vector<float> clickTrain(const ClickTrain& train) {
-    const auto n = static_cast<size_t>(std::llround(train.seconds * train.rateHz));
-    std::vector<float> out(n, 0.0f);
-    const auto clickLength = static_cast<size_t>(0.01 * train.rateHz);
+    std::vector<float> out(static_cast<size_t>(std::llround(train.seconds * train.rateHz)), 0.0f);
     const double period = 60.0 / train.bpm;
     int index = 0;
     for (double t = train.firstClickSeconds; t < train.seconds;
@@ -23,19 +31,10 @@ std::vector<float> clickTrain(const ClickTrain& train) {
                             (index - train.accentFirst) % train.accentEvery == 0;
         const float gain = accent ? train.accentGain : train.gain;
         const auto start = static_cast<size_t>(std::llround(t * train.rateHz));
-        for (size_t k = 0; k < clickLength && start + k < n; ++k) {
-            const double s = double(k) / train.rateHz;
-            out[start + k] =
-                gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * 1000.0 * s) *
-                                          std::exp(-s / 0.002));
-        }
-        const auto kickLength = static_cast<size_t>(0.15 * train.rateHz);
-        for (size_t k = 0; accent && train.kickHz > 0.0 && k < kickLength && start + k < n; ++k) {
-            const double s = double(k) / train.rateHz;
-            out[start + k] +=
-                gain * static_cast<float>(std::sin(2.0 * std::numbers::pi * train.kickHz * s) *
-                                          std::exp(-s / 0.04));
-        }
+        addDecay(out, start, size_t(0.01 * train.rateHz), train.rateHz, 1000.0, 0.002, gain);
+        if (accent && train.kickHz > 0.0)
+            addDecay(out, start, size_t(0.15 * train.rateHz), train.rateHz, train.kickHz, 0.04,
+                     gain);
     }
     return out;
 }

@@ -5,51 +5,55 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
+#include <tuple>
 #include <vector>
 
 namespace quorlen::synth {
 namespace {
 
-float peak(const std::vector<float>& samples, size_t from, size_t to) {
+float peak(const std::vector<float>& samples) {
     float result = 0;
-    for (size_t i = from; i < to; ++i)
-        result = std::max(result, std::abs(samples[i]));
+    for (const float v : samples)
+        result = std::max(result, std::abs(v));
     return result;
 }
 
 TEST(Triad, FrequenciesFollowEqualTemperament) {
-    // Expected values: the equal-tempered table on A4 = 440 Hz (C#5 554.365,
-    // E5 659.255, C5 523.251, D#5 622.254).
-    struct Case {
-        TriadQuality quality;
-        double third;
-        double fifth;
-    };
-    const Case cases[] = {
+    // The equal-tempered table on A4 = 440 Hz: C#5 554.365, E5 659.255,
+    // C5 523.251, D#5 622.254.
+    const std::tuple<TriadQuality, double, double> cases[] = {
         {TriadQuality::major, 554.365, 659.255},
         {TriadQuality::minor, 523.251, 659.255},
-        {TriadQuality::diminished, 523.251, 622.254},
-    };
-    for (const Case& c : cases) {
-        const auto notes = triadFrequencies(440, c.quality);
+        {TriadQuality::diminished, 523.251, 622.254}};
+    for (const auto& [quality, third, fifth] : cases) {
+        const auto notes = triadFrequencies(440, quality);
         EXPECT_DOUBLE_EQ(notes[0], 440);
-        EXPECT_NEAR(notes[1], c.third, 1e-3);
-        EXPECT_NEAR(notes[2], c.fifth, 1e-3);
+        EXPECT_NEAR(notes[1], third, 1e-3);
+        EXPECT_NEAR(notes[2], fifth, 1e-3);
     }
 }
 
-TEST(ToneBuffers, HaveTheirFixedLengthsWhateverTheInputAndEmptyIsSilent) {
+TEST(ToneBuffers, HaveFixedLengthsStartAtZeroFadeToSilenceAndEmptyIsSilent) {
     const double chord[] = {440, 554.37, 659.26};
     const Partial partials[] = {{110, 1}, {220, 0.5f}};
-    EXPECT_EQ(makeBuffer(chord).size(), 55125u);            // 1.25 s at 44.1 kHz
-    EXPECT_EQ(makePartialsBuffer(partials).size(), 70560u); // 1.6 s
-    EXPECT_EQ(makeTickBuffer(1760, 0.55f).size(), 3087u);   // 70 ms
-    const std::vector<float> emptyChord = makeBuffer({});
-    const std::vector<float> emptyPartials = makePartialsBuffer({});
-    EXPECT_EQ(emptyChord.size(), 55125u);
-    EXPECT_EQ(emptyPartials.size(), 70560u);
-    EXPECT_EQ(peak(emptyChord, 0, emptyChord.size()), 0.0f);
-    EXPECT_EQ(peak(emptyPartials, 0, emptyPartials.size()), 0.0f);
+    // 1.25 s, 1.6 s and 70 ms at 44.1 kHz. Every attack starts from 0; the
+    // last frame is 1/44100 s from the end of a linear fade of 12 to 100 ms,
+    // so below 0.2 % of the fade's start.
+    const std::pair<std::vector<float>, size_t> buffers[] = {{makeBuffer(chord), 55125},
+                                                             {makePartialsBuffer(partials), 70560},
+                                                             {makeTickBuffer(1760, 1), 3087}};
+    for (const auto& [samples, length] : buffers) {
+        EXPECT_EQ(samples.size(), length);
+        EXPECT_EQ(samples.front(), 0.0f);
+        EXPECT_LT(std::abs(samples.back()), 1e-3f);
+        EXPECT_GT(peak(samples), 0.1f);
+    }
+    for (const auto& [samples, length] :
+         {std::pair{makeBuffer({}), 55125u}, std::pair{makePartialsBuffer({}), 70560u}}) {
+        EXPECT_EQ(samples.size(), length);
+        EXPECT_EQ(peak(samples), 0.0f);
+    }
 }
 
 TEST(ToneBuffers, SamplesMatchHandWorkedValues) {
@@ -68,48 +72,27 @@ TEST(ToneBuffers, SamplesMatchHandWorkedValues) {
     EXPECT_NEAR(makeTickBuffer(1760, 0.55f)[441], -0.0808905, 2e-6);
 }
 
-TEST(ToneBuffers, StartAtZeroAndFadeToSilence) {
-    const double chord[] = {440, 554.37, 659.26};
-    const Partial partials[] = {{220, 1}};
-    const std::vector<float> buffers[] = {makeBuffer(chord), makePartialsBuffer(partials),
-                                          makeTickBuffer(1760, 1)};
-    for (const auto& samples : buffers) {
-        // Every attack starts from 0; the last frame is 1/44100 s from the end
-        // of a linear fade of 12 to 100 ms, so below 0.2 % of the fade's start.
-        EXPECT_EQ(samples.front(), 0.0f);
-        EXPECT_LT(std::abs(samples.back()), 1e-3f);
-        EXPECT_GT(peak(samples, 0, samples.size()), 0.1f);
-    }
-}
-
-TEST(ToneBuffers, StrummedNotesEnter45MsApart) {
+TEST(ToneBuffers, StrummedNotesEnter45MsApartUnnormalised) {
     // Adding note i changes nothing before its entry at 45 ms × i: frame
     // 1985 for the second note (1984.5 frames), 3970 for the third (3969
     // frames, where its attack still gives 0).
-    const double one[] = {440};
-    const double two[] = {440, 554.37};
-    const double three[] = {440, 554.37, 659.26};
-    const auto a = makeBuffer(one);
-    const auto b = makeBuffer(two);
-    const auto c = makeBuffer(three);
-    struct Case {
-        const std::vector<float>& before;
-        const std::vector<float>& after;
-        size_t entryFrame;
-    };
-    for (const Case& step : {Case{a, b, 1985}, Case{b, c, 3970}}) {
-        for (size_t n = 0; n < step.entryFrame; ++n)
-            ASSERT_EQ(step.before[n], step.after[n]) << "frame " << n;
-        EXPECT_NE(step.before[step.entryFrame + 5], step.after[step.entryFrame + 5]);
+    const double notes[] = {440, 554.37, 659.26};
+    const auto a = makeBuffer(std::span(notes).first(1));
+    const auto b = makeBuffer(std::span(notes).first(2));
+    const auto c = makeBuffer(notes);
+    for (const auto& [before, after, entry] :
+         {std::tuple{&a, &b, 1985}, std::tuple{&b, &c, 3970}}) {
+        EXPECT_TRUE(std::equal(before->begin(), before->begin() + entry, after->begin())) << entry;
+        EXPECT_NE((*before)[size_t(entry) + 5], (*after)[size_t(entry) + 5]);
     }
     // No normalisation: three notes reach higher than one.
-    EXPECT_GT(peak(c, 0, c.size()), 1.5f * peak(a, 0, a.size()));
+    EXPECT_GT(peak(c), 1.5f * peak(a));
 }
 
 TEST(ToneBuffers, PartialsAreScaledByTheirSumButNeverBoostedTicksByTheirGain) {
-    // Expected: sample = e × 0.55 / max(1, Σa) × Σ(a sin). A lone sine of
-    // amplitude 0.5 keeps the 0.55 scale (half of amplitude 1); two of 1.1
-    // sum to 2.2 and are scaled by 0.25, which sounds as one of amplitude 1.
+    // sample = e × 0.55 / max(1, Σa) × Σ(a sin). A lone sine of amplitude
+    // 0.5 keeps the 0.55 scale (half of amplitude 1); two of 1.1 sum to 2.2
+    // and are scaled by 0.25, which sounds as one of amplitude 1.
     const Partial unit[] = {{330, 1}};
     const Partial quiet[] = {{330, 0.5f}};
     const Partial loud[] = {{330, 1.1f}, {330, 1.1f}};
