@@ -156,9 +156,10 @@ TEST(Commands, JsonHoldsTheListedMembersUnrounded) {
 
 TEST(Commands, EverySpellingOfANoteOrKeyGivesTheSameAnswer) {
     // The circle lists D♭ and B♭m, not C♯ and A♯m; ♯/♭ and #/b are the same.
-    const std::pair<const char*, const char*> same[] = {
-        {"key C#", "key Db"}, {"key B♭m", "key Bbm"}, {"key Gb", "key F#"},
-        {"harmonics Bb2", "harmonics A#2"}};
+    const std::pair<const char*, const char*> same[] = {{"key C#", "key Db"},
+                                                        {"key B♭m", "key Bbm"},
+                                                        {"key Gb", "key F#"},
+                                                        {"harmonics Bb2", "harmonics A#2"}};
     for (const auto& [one, other] : same)
         EXPECT_EQ(jsonOf(std::string(one) + " --json"), jsonOf(std::string(other) + " --json"));
     // Every name `detect --key` prints, and its Camelot code, names the key.
