@@ -11,8 +11,6 @@
 #include "ui/theme.h"
 #include "ui/tool_header.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
 #include <QTest>

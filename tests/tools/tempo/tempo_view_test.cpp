@@ -19,8 +19,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 namespace quorlen {
 namespace {
 
