@@ -158,37 +158,6 @@ TEST_F(CliFaults, EveryCommandReportsOutputThatCannotBeWritten) {
     }
 }
 
-TEST_F(CliFaults, HostileFileNamesKeepJsonValidAndTheTerminalSafe) {
-    // A name that clears the screen and moves the cursor home, and one in
-    // Latin-1 (no UTF-8).
-    fs::rename(file("loop0.wav"), file("\x1b[2J\x1b[H.wav"));
-    fs::rename(file("loop1.wav"), file("caf\xe9.wav"));
-    const ChildResult json = runChild(quorlen({"detect", "--json", all}));
-    expectCleanEnd(json, {0});
-    const auto records = lines(json.out);
-    ASSERT_EQ(records.size(), kLoops);
-    for (const std::string& record : records)
-        EXPECT_TRUE(readJson(record)) << record;
-
-    const ChildResult text = runChild(quorlen({"detect", all}));
-    EXPECT_EQ(text.status, 0) << text.err;
-    EXPECT_TRUE(std::ranges::none_of(text.out, [](char c) {
-        return (static_cast<unsigned char>(c) < 0x20 && c != '\n') || c == '\x7f';
-    })) << text.out;
-    EXPECT_NE(text.out.find("\\x1b[2J\\x1b[H.wav: 120 BPM"), std::string::npos) << text.out;
-    EXPECT_NE(text.out.find("caf\\xe9.wav: 120 BPM"), std::string::npos) << text.out;
-}
-
-TEST_F(CliFaults, AFifoIsRefusedAtOnceAndHoldsUpNoOtherFile) {
-    const std::string fifo = file("stream.wav");
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    const ChildResult result = runChild(quorlen({"detect", fifo, file("loop0.wav")}));
-    expectCleanEnd(result, {1}, 10);
-    EXPECT_EQ(result.err, fifo + ": Not a regular file\n");
-    ASSERT_EQ(lines(result.out).size(), 1u) << result.out;
-    EXPECT_NE(result.out.find("loop0.wav: 120 BPM"), std::string::npos) << result.out;
-}
-
 TEST_F(CliFaults, AHeaderClaimingAThousandChannelsStaysInBoundedMemory) {
     QUORLEN_SKIP_UNDER_SANITIZER();
     const TempDir wide;
@@ -269,55 +238,72 @@ TEST_F(CliFaults, PermissionsAreReportedNotOverridden) {
     EXPECT_EQ(namesIn(file("locked")), std::vector<std::string>{"loop.wav"});
 }
 
-// Files and arguments that reached past the reader's and the octave modes'
-// checks before: each ends with its own line and status.
-TEST(CliFaultsAlone, HostileFilesAndRangesEndWithTheirOwnLine) {
-    const TempDir dir;
+// Hostile names, files and arguments, some of which reached past the
+// reader's and the octave modes' checks before: each ends with its own line
+// and status, and no output reaches the terminal raw.
+TEST_F(CliFaults, HostileNamesFilesAndRangesEndWithTheirOwnLine) {
+    // A name that clears the screen and moves the cursor home, and one in
+    // Latin-1 (no UTF-8).
+    fs::rename(file("loop0.wav"), file("\x1b[2J\x1b[H.wav"));
+    fs::rename(file("loop1.wav"), file("caf\xe9.wav"));
     const auto clicks = t::clickTrain({.bpm = 120, .seconds = 20, .rateHz = 44100});
     ASSERT_TRUE(
-        t::writeSound(dir.file("clean.flac"), clicks, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
-    std::string flac = t::readBytes(dir.file("clean.flac"));
+        t::writeSound(file("clean.flac"), clicks, 1, 44100, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+    std::string flac = t::readBytes(file("clean.flac"));
     flac[flac.size() / 2] = static_cast<char>(flac[flac.size() / 2] ^ 0xff);
-    t::writeBytes(dir.file("flipped.flac"), flac);
+    t::writeBytes(file("flipped.flac"), flac);
     // Noise at -90 dBFS: inaudible, and long enough to offer a tempo.
     std::vector<float> noise(60 * 22050);
     std::mt19937 random(90);
     std::normal_distribution<float> gaussian(0.0f, 3.2e-5f);
     std::ranges::generate(noise, [&] { return gaussian(random); });
-    ASSERT_TRUE(
-        t::writeSound(dir.file("noise.wav"), noise, 1, 22050, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
+    ASSERT_TRUE(t::writeSound(file("noise.wav"), noise, 1, 22050, SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     std::string huge = t::pcm16WavHeader(1, 44100, 2000) + std::string(2000, '\0');
     huge[27] = '\x80'; // 2^31 Hz
-    t::writeBytes(dir.file("2^31hz.wav"), huge);
-    ASSERT_TRUE(t::writeSound(dir.file("short.wav"),
+    t::writeBytes(file("2^31hz.wav"), huge);
+    ASSERT_TRUE(t::writeSound(file("short.wav"),
                               t::clickTrain({.bpm = 120, .seconds = 1.21, .rateHz = 44100}), 1,
                               44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
-    const std::string file = dir.path().string() + "/";
-    const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
-        // What the output holds (failures: stderr, in text).
-        {{"--json", file + "flipped.flac"}, 0, R"("bpm":120,"beatOffset":0.)"},
-        {{"--json", file + "flipped.flac"}, 0, R"("duration":20,"damaged":true})"},
-        {{file + "noise.wav"}, 1, ": No rhythmic content found in this file"},
-        {{file + "2^31hz.wav"}, 1, ": Unsupported sample rate"},
-        {{"--octave", "100000000000-200000000000", file + "short.wav"}, 2, ""},
-        {{"--octave", "0.0000000001-1", file + "short.wav"}, 2, ""},
-        {{"--json", "--octave", "45.5-91", file + "short.wav"}, 0, R"("octave":"45.5-91")"},
+    const std::string fifo = file("stream.wav");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        std::string out, err; // what each holds
+    } cases[] = {
+        {{"--json", all}, 1, R"("error":"Unsupported sample rate")", ""},
+        {{file("\x1b[2J\x1b[H.wav"), file("caf\xe9.wav")}, 0, "\\x1b[2J\\x1b[H.wav: 120 BPM", ""},
+        {{file("caf\xe9.wav")}, 0, "caf\\xe9.wav: 120 BPM", ""},
+        // A FIFO is refused at once and holds up no other file.
+        {{fifo, file("loop2.wav")}, 1, "loop2.wav: 120 BPM", fifo + ": Not a regular file\n"},
+        {{"--json", file("flipped.flac")}, 0, R"("bpm":120,"beatOffset":0.)", ""},
+        {{"--json", file("flipped.flac")}, 0, R"("duration":20,"damaged":true})", ""},
+        {{file("noise.wav")}, 1, "", ": No rhythmic content found in this file"},
+        {{file("2^31hz.wav")}, 1, "", ": Unsupported sample rate"},
+        {{"--octave", "100000000000-200000000000", file("short.wav")}, 2, "", "is not an octave"},
+        {{"--octave", "0.0000000001-1", file("short.wav")}, 2, "", "is not an octave"},
+        {{"--json", "--octave", "45.5-91", file("short.wav")}, 0, R"("octave":"45.5-91")", ""},
     };
-    for (const auto& [args, status, shown] : cases) {
-        SCOPED_TRACE(args.back() + " " + shown);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args.back() + " " + c.out + c.err);
         std::vector<std::string> command = {"detect"};
-        command.insert(command.end(), args.begin(), args.end());
+        command.insert(command.end(), c.args.begin(), c.args.end());
         const ChildResult result = runChild(quorlen(command));
-        expectCleanEnd(result, {status});
-        EXPECT_NE((status == 1 ? result.err : result.out).find(shown), std::string::npos)
-            << result.out << result.err;
-        // The alternatives name each tempo once.
-        if (const auto json = readJson(result.out)) {
+        expectCleanEnd(result, {c.status}, 10);
+        EXPECT_NE(result.out.find(c.out), std::string::npos) << result.out;
+        EXPECT_NE(result.err.find(c.err), std::string::npos) << result.err;
+        EXPECT_TRUE(std::ranges::none_of(result.out, [](char ch) {
+            return (static_cast<unsigned char>(ch) < 0x20 && ch != '\n') || ch == '\x7f';
+        })) << result.out;
+        for (const std::string& record : lines(c.args[0] == "--json" ? result.out : "")) {
+            const auto json = readJson(record);
+            ASSERT_TRUE(json) << record;
+            // The alternatives name each tempo once.
             std::vector<double> alternatives;
             for (const auto& value : (*json)[QStringLiteral("alternatives")].toArray())
                 alternatives.push_back(value.toDouble());
             std::ranges::sort(alternatives);
-            EXPECT_EQ(std::ranges::adjacent_find(alternatives), alternatives.end()) << result.out;
+            EXPECT_EQ(std::ranges::adjacent_find(alternatives), alternatives.end()) << record;
         }
     }
 }
