@@ -47,7 +47,6 @@ ChildRun quorlenWithServer(const std::string& command, const std::string& server
     run.argv = words(command);
     run.argv.insert(run.argv.begin(), QUORLEN_CLI_PATH);
     run.environment = {{"PULSE_SERVER", server}};
-    run.timeout = 20s;
     run.events = std::move(events);
     return run;
 }

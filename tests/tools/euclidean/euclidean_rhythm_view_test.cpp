@@ -17,7 +17,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <cmath>
 #include <memory>
 
 namespace quorlen {
@@ -41,13 +41,6 @@ struct Screen {
         return widget;
     }
     QString label(const char* name) const { return find<QLabel>(name)->text(); }
-    // Clicks on the − (left, times < 0) or + (right) half of a stepper.
-    void step(const char* stepper, int times) {
-        auto* target = find<Stepper>(stepper);
-        const QPoint at(target->width() * (times > 0 ? 3 : 1) / 4, target->height() / 2);
-        for (int i = 0; i < std::abs(times); ++i)
-            QTest::mouseClick(target, Qt::LeftButton, {}, at);
-    }
     void pickNote(int segment) {
         auto* picker = find<SegmentedPicker>("euclidNotePicker");
         QTest::mouseClick(picker, Qt::LeftButton, {}, picker->segmentRect(segment).center());
@@ -90,7 +83,10 @@ TEST(EuclideanRhythmView, SteppersAndPresetsSetThePatternAndNoPulsesDisablePlay)
     screen.state.setEuclidSteps(12);
     screen.state.setEuclidPulses(7);
     screen.state.setEuclidRotation(9);
-    screen.step("euclidStepsStepper", -7);
+    auto* steps = screen.find<Stepper>("euclidStepsStepper");
+    for (int i = 0; i < 7; ++i) // on its − half
+        QTest::mouseClick(steps, Qt::LeftButton, {},
+                          QPoint(steps->width() / 4, steps->height() / 2));
     EXPECT_EQ(screen.state.euclidSteps(), 5);
     EXPECT_EQ(screen.label("euclidPulsesValue"), QStringLiteral("5"));
     EXPECT_EQ(screen.label("euclidRotationValue"), QStringLiteral("4"));

@@ -87,13 +87,11 @@ TEST_F(TempoViewTest, TypingFollowsLiveAndCommitsOnAClickOutsideOrReturn) {
     EXPECT_FALSE(field->isFocused());
     EXPECT_EQ(field->text(), "140.50");
 
-    // Return commits within the typed range, and nonsense puts back the text.
-    for (const char* typed : {"5000", "abc"}) {
-        typeInField(QString::fromLatin1(typed));
-        QTest::keyClick(field->lineEdit(), Qt::Key_Return);
-        EXPECT_EQ(content.state().bpm(), 999) << typed;
-        EXPECT_EQ(field->text(), "999") << typed;
-    }
+    // Nonsense committed with Return puts back the text.
+    typeInField(QStringLiteral("abc"));
+    QTest::keyClick(field->lineEdit(), Qt::Key_Return);
+    EXPECT_EQ(content.state().bpm(), 140.5);
+    EXPECT_EQ(field->text(), "140.50");
 }
 
 TEST_F(TempoViewTest, TapsAndSpaceSetTheTempoUnlessTheFieldIsTyping) {
