@@ -54,6 +54,9 @@ TEST(NoteFrequencyView, TypedSteppedAndResetPitchReachesTheStateHeaderAndMatrix)
     QTest::mouseClick(view.findChild<QAbstractButton*>(QStringLiteral("resetA4")), Qt::LeftButton);
     EXPECT_EQ(state.a4(), 440);
     EXPECT_EQ(c4->copyText(), QStringLiteral("261.6"));
+    state.setA4(480);
+    view.controls()->stepper()->stepUp();
+    EXPECT_EQ(state.a4(), 480) << "the top of the range offers no step";
 
     // Typed but never committed: switching tools commits it.
     type("432");
