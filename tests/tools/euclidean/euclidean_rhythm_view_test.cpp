@@ -90,6 +90,9 @@ TEST(EuclideanRhythmView, SteppersAndPresetsSetThePatternAndNoPulsesDisablePlay)
     EXPECT_EQ(screen.state.euclidSteps(), 5);
     EXPECT_EQ(screen.label("euclidPulsesValue"), QStringLiteral("5"));
     EXPECT_EQ(screen.label("euclidRotationValue"), QStringLiteral("4"));
+    auto* pulses = screen.find<Stepper>("euclidPulsesStepper");
+    QTest::mouseClick(pulses, Qt::LeftButton, {}, QPoint(pulses->width() * 3 / 4, 5)); // its + half
+    EXPECT_EQ(screen.state.euclidPulses(), 5) << "no more pulses than steps";
 
     const auto actions = screen.find<KitButton>("euclidPresets")->menu()->actions();
     ASSERT_EQ(actions.size(), 4);
