@@ -1,7 +1,12 @@
 #pragma once
 
 #include "cli/command_line.h"
+#include "support/json.h"
+#include "support/lines.h"
 
+#include <gtest/gtest.h>
+
+#include <ranges>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -15,26 +20,39 @@ struct Outcome {
     std::string err;
 };
 
-inline Outcome run(std::vector<std::string_view> args) {
-    std::ostringstream out;
-    std::ostringstream err;
+using Args = std::vector<std::string_view>;
+using Words = std::vector<std::string>;
+
+inline Outcome run(const Args& args) {
+    std::ostringstream out, err;
     const int status = runCommandLine(args, out, err);
     return {status, out.str(), err.str()};
 }
 
-using Words = std::vector<std::string>;
+// A command line as typed: its arguments split at single spaces.
+inline Args split(std::string_view line) {
+    Args args;
+    for (const auto word : std::views::split(line, ' '))
+        args.emplace_back(word.begin(), word.end());
+    return args;
+}
 
-// The blank-separated words of the output line that starts with `first`,
-// or nothing when no line does.
-inline std::vector<std::string> wordsOfLine(const std::string& text, const std::string& first) {
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream words(line);
-        std::vector<std::string> result;
-        for (std::string word; words >> word;)
-            result.push_back(word);
-        if (!result.empty() && result.front() == first)
-            return result;
+inline Outcome typed(std::string_view line) { return run(split(line)); }
+
+// The JSON a command line prints, which must succeed and be one object.
+inline QJsonObject jsonOf(std::string_view line) {
+    const Outcome result = typed(line);
+    EXPECT_EQ(result.status, kExitOk) << line << ": " << result.err;
+    const auto json = quorlen::testing::readJson(result.out);
+    EXPECT_TRUE(json) << line << ": " << result.out;
+    return json.value_or(QJsonObject{});
+}
+
+// The words of the output line whose first word is `first`, or none.
+inline Words wordsOfLine(const std::string& text, const std::string& first) {
+    for (const std::string& line : quorlen::testing::lines(text)) {
+        if (Words found = quorlen::testing::words(line); !found.empty() && found[0] == first)
+            return found;
     }
     return {};
 }

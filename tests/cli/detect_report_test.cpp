@@ -1,6 +1,5 @@
 #include "cli/csv_report.h"
 #include "cli/detect_report.h"
-#include "cli/json_writer.h"
 #include "cli/progress_line.h"
 #include "support/json.h"
 
@@ -9,39 +8,28 @@
 namespace quorlen::cli {
 namespace {
 
-TEST(DetectReport, TextLinesReadLikeThePanel) {
-    struct Case {
-        detection::Estimate estimate;
-        bool damaged;
-        std::string line;
-    };
+using quorlen::testing::readJson;
+
+const detection::Estimate kPlain{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0, {}};
+
+TEST(DetectReport, TextLinesReadLikeThePanelAndJsonKeepsNumbersExact) {
     // Tempo: two decimals unless whole; alternatives: whole or "%.1f";
     // confidence: label and rounded percentage; duration "%.1f s".
-    const std::vector<Case> cases = {
-        {{120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0, {}},
-         false,
-         "loop.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars · "
-         "also plausible: 60, 240 BPM · 8.0 s\n"},
-        {{127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26, {}},
-         false,
-         "loop.wav: 127.93 BPM · Low · 45% · first beat 12.500 s · downbeat 0 · "
-         "also plausible: 64.0, 191.9 BPM · 181.3 s\n"},
-        {{95.0, 0.1, 3, 0.45, 1, {}, 2.53, {}},
-         true,
-         "loop.wav: 95 BPM · Medium · 45% · first beat 0.100 s · downbeat 3 · 1 bar · 2.5 s · "
-         "parts of the file could not be decoded\n"},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(textLine("loop.wav", c.estimate, c.damaged), c.line);
+    EXPECT_EQ(textLine("a.wav", {120.0, 0.0348, 1, 0.82, 4, {60.0, 240.0}, 8.0, {}}, false),
+              "a.wav: 120 BPM · High · 82% · first beat 0.035 s · downbeat 1 · 4 bars · "
+              "also plausible: 60, 240 BPM · 8.0 s\n");
+    EXPECT_EQ(textLine("a.wav", {127.934, 12.5, 0, 0.449, std::nullopt, {63.97, 191.9}, 181.26, {}},
+                       false),
+              "a.wav: 127.93 BPM · Low · 45% · first beat 12.500 s · downbeat 0 · "
+              "also plausible: 64.0, 191.9 BPM · 181.3 s\n");
+    EXPECT_EQ(textLine("a.wav", {95.0, 0.1, 3, 0.45, 1, {}, 2.53, {}}, true),
+              "a.wav: 95 BPM · Medium · 45% · first beat 0.100 s · downbeat 3 · 1 bar · 2.5 s · "
+              "parts of the file could not be decoded\n");
     EXPECT_EQ(textFailureLine("a.wav", "File is too short to detect a tempo"),
               "a.wav: File is too short to detect a tempo\n");
-}
-
-TEST(DetectReport, JsonKeepsNumbersExactAndEscapesNames) {
     // Shortest text that reads back as the same double: 0.1 + 0.2 is not 0.3.
-    const detection::Estimate e{127.934, 0.1 + 0.2, 2, 0.5, std::nullopt, {64.0}, 181.25, {}};
     EXPECT_EQ(
-        jsonLine("a.wav", e, true),
+        jsonLine("a.wav", {127.934, 0.1 + 0.2, 2, 0.5, std::nullopt, {64.0}, 181.25, {}}, true),
         "{\"file\":\"a.wav\",\"bpm\":127.934,\"beatOffset\":0.30000000000000004,\"downbeat\":2,"
         "\"confidence\":0.5,\"snappedBars\":null,\"alternatives\":[64],\"duration\":181.25,"
         "\"damaged\":true}\n");
@@ -55,18 +43,16 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
     // some terminals obey), Latin-1 bytes that are no UTF-8, and a cut-off
     // three-byte sequence.
     const std::string hostile = "a\x1b[31mb\rc\u009bd\xe9\xff\xe2\x82.wav";
-    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0, {}};
-
-    const std::string text = textLine(hostile, e, false);
-    EXPECT_EQ(text.rfind("a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav: 120 BPM", 0), 0u)
-        << text;
-    EXPECT_EQ(textFailureLine(hostile, "bad\x07"),
-              "a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav: bad\\x07\n");
+    const std::string escaped = "a\\x1b[31mb\\x0dc\\xc2\\x9bd\\xe9\\xff\\xe2\\x82.wav";
+    EXPECT_TRUE(textLine(hostile, kPlain, false).starts_with(escaped + ": 120 BPM"));
+    EXPECT_EQ(textFailureLine(hostile, "bad\x07"), escaped + ": bad\\x07\n");
+    EXPECT_EQ(tagFailureLine("a\x1b.mp3", "cannot write the file: Permission denied"),
+              "a\\x1b.mp3: could not write tags: cannot write the file: Permission denied\n");
     // Printable UTF-8 stays as it is.
     EXPECT_EQ(textFailureLine("Café ♯.wav", "x"), "Café ♯.wav: x\n");
-
-    for (const std::string& line : {jsonLine(hostile, e, false), jsonFailureLine(hostile, "x")}) {
-        const auto json = quorlen::testing::readJson(line);
+    for (const std::string& line :
+         {jsonLine(hostile, kPlain, false), jsonFailureLine(hostile, "x")}) {
+        const auto json = readJson(line);
         ASSERT_TRUE(json) << line;
         EXPECT_EQ((*json)["file"].toString().toStdString(),
                   "a\x1b[31mb\rc\u009bd\uFFFD\uFFFD\uFFFD\uFFFD.wav");
@@ -75,13 +61,11 @@ TEST(DetectReport, HostileFileNamesReachNeitherTerminalNorJsonRaw) {
 
 TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
     using tags::TagResult;
-    const detection::Estimate e{120.0, 0.0, 0, 0.5, std::nullopt, {}, 8.0, {}};
-    struct Case {
+    const struct {
         tags::TagOutcome outcome;
         const char* text; // what follows "8.0 s"
         const char* json; // what follows "damaged":false
-    };
-    const Case cases[] = {
+    } cases[] = {
         {{TagResult::written, std::nullopt, "120", std::nullopt, ""},
          " · tags written",
          ",\"tags\":\"written\""},
@@ -99,17 +83,15 @@ TEST(DetectReport, TagOutcomesEndTheLineInWordsOrFields) {
          " · tags not written",
          ",\"tags\":\"failed\""},
     };
-    for (const Case& c : cases) {
+    const std::string text = textLine("a.wav", kPlain, false);
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
-        const std::string text = textLine("a.wav", e, false);
         EXPECT_EQ(withTagOutcome(text, c.outcome, false),
                   text.substr(0, text.size() - 1) + c.text + "\n");
-        const std::string json = withTagOutcome(jsonLine("a.wav", e, false), c.outcome, true);
+        const std::string json = withTagOutcome(jsonLine("a.wav", kPlain, false), c.outcome, true);
         EXPECT_EQ(json.substr(json.find("\"damaged\":false") + 15), c.json + std::string("}\n"));
-        EXPECT_TRUE(quorlen::testing::readJson(json)) << json;
+        EXPECT_TRUE(readJson(json)) << json;
     }
-    EXPECT_EQ(tagFailureLine("a\x1b.mp3", "cannot write the file: Permission denied"),
-              "a\\x1b.mp3: could not write tags: cannot write the file: Permission denied\n");
 }
 
 TEST(ProgressLine, CountsThenRateAndTimeLeft) {
@@ -138,9 +120,7 @@ TEST(CsvReport, RowsHoldTheJsonMembersInTheirColumns) {
     EXPECT_EQ(csvHeader(csvColumns(false, true, false)),
               "file,bpm,beatOffset,downbeat,confidence,snappedBars,alternatives,duration,damaged,"
               "tags,taggedBpm,error\n");
-    const struct {
-        std::string json, row;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"{\"file\":\"a.wav\",\"bpm\":120,\"beatOffset\":0.25,\"downbeat\":1,\"confidence\":0.8,"
          "\"snappedBars\":null,\"alternatives\":[60,240],\"duration\":8,\"damaged\":false,"
          "\"octave\":\"auto\",\"candidates\":[{\"bpm\":120,\"p\":0.7},{\"bpm\":60,\"p\":0.2}],"
@@ -155,8 +135,8 @@ TEST(CsvReport, RowsHoldTheJsonMembersInTheirColumns) {
          "\"x, \"\"y\"\"\n\001z\",,,,,,,,,,,,,,,,,File not found\n"},
         {"not json at all", ",,,,,,,,,,,,,,,,,\n"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(csvRow(c.json, columns), c.row) << c.json;
+    for (const auto& [json, row] : cases)
+        EXPECT_EQ(csvRow(json, columns), row) << json;
 }
 
 } // namespace

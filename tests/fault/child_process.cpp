@@ -4,9 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
 #include <linux/capability.h>
-#include <sstream>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -25,6 +23,7 @@ std::string contents(FILE* file) {
     char chunk[4096];
     for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, file)) > 0;)
         text.append(chunk, n);
+    std::fclose(file);
     return text;
 }
 
@@ -32,21 +31,16 @@ std::string contents(FILE* file) {
 // process started by root gets them back at exec unless they leave the
 // bounding set.
 bool dropPermissionOverrides() {
-    if (geteuid() != 0)
-        return true;
-    return prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0) == 0 &&
-           prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0) == 0;
+    return geteuid() != 0 || (prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0) == 0 &&
+                              prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0) == 0);
 }
 
 [[noreturn]] void becomeChild(const ChildRun& run, int outFd, int errFd) {
-    if (run.output == ChildRun::Output::captured) {
-        dup2(outFd, STDOUT_FILENO);
-    } else if (run.output == ChildRun::Output::full) {
-        const int full = open("/dev/full", O_WRONLY);
-        dup2(full, STDOUT_FILENO);
-    } else {
+    if (run.output == ChildRun::Output::closed)
         close(STDOUT_FILENO);
-    }
+    else
+        dup2(run.output == ChildRun::Output::full ? open("/dev/full", O_WRONLY) : outFd,
+             STDOUT_FILENO);
     dup2(errFd, STDERR_FILENO);
     for (const auto& [name, value] : run.environment)
         setenv(name.c_str(), value.c_str(), 1);
@@ -72,27 +66,24 @@ ChildRun::Event interruptAt(std::chrono::milliseconds at) {
 }
 
 ChildResult runChild(const ChildRun& run) {
+    using Clock = std::chrono::steady_clock;
+    using Seconds = std::chrono::duration<double>;
     ChildResult result;
     FILE* out = std::tmpfile();
     FILE* err = std::tmpfile();
-    const auto started = std::chrono::steady_clock::now();
+    const auto started = Clock::now();
     const pid_t pid = fork();
     if (pid == 0)
         becomeChild(run, fileno(out), fileno(err));
-
     int wstatus = 0;
     size_t nextEvent = 0;
     auto lastEvent = started;
-    for (;;) {
-        const pid_t done = waitpid(pid, &wstatus, WNOHANG);
-        if (done == pid)
-            break;
-        if (nextEvent < run.events.size() &&
-            std::chrono::steady_clock::now() - started >= run.events[nextEvent].at) {
+    while (waitpid(pid, &wstatus, WNOHANG) != pid) {
+        if (nextEvent < run.events.size() && Clock::now() - started >= run.events[nextEvent].at) {
             run.events[nextEvent++].action(pid);
-            lastEvent = std::chrono::steady_clock::now();
+            lastEvent = Clock::now();
         }
-        if (std::chrono::steady_clock::now() - started > run.timeout) {
+        if (Clock::now() - started > run.timeout) {
             kill(pid, SIGKILL);
             waitpid(pid, &wstatus, 0);
             result.timedOut = true;
@@ -100,10 +91,9 @@ ChildResult runChild(const ChildRun& run) {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    const auto ended = std::chrono::steady_clock::now();
-    result.seconds = std::chrono::duration<double>(ended - started).count();
+    result.seconds = Seconds(Clock::now() - started).count();
     if (nextEvent > 0)
-        result.secondsAfterLastEvent = std::chrono::duration<double>(ended - lastEvent).count();
+        result.secondsAfterLastEvent = Seconds(Clock::now() - lastEvent).count();
     if (!result.timedOut && WIFEXITED(wstatus))
         result.status = WEXITSTATUS(wstatus);
     if (!result.timedOut && WIFSIGNALED(wstatus))
@@ -111,8 +101,6 @@ ChildResult runChild(const ChildRun& run) {
     result.unsupported = result.status == kSetupFailed;
     result.out = contents(out);
     result.err = contents(err);
-    std::fclose(out);
-    std::fclose(err);
     return result;
 }
 

@@ -33,9 +33,9 @@ static long long fromEnvironment(const char* name) {
     return text ? atoll(text) : -1;
 }
 
+// Read on every call: getenv does not allocate, and the cost does not
+// matter in a test.
 static int refused(size_t bytes) {
-    // Read on every call: getenv does not allocate, and the cost does not
-    // matter in a test.
     const long long limit = fromEnvironment("QUORLEN_FAULT_ALLOC_ABOVE");
     if (limit < 0 || bytes <= (size_t)limit)
         return 0;
@@ -43,12 +43,14 @@ static int refused(size_t bytes) {
     return 1;
 }
 
+// The next definition of `name`: libc's.
+#define NEXT(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
+
 void* malloc(size_t size) { return refused(size) ? NULL : __libc_malloc(size); }
 
 void* calloc(size_t count, size_t size) {
-    if (size != 0 && count > (size_t)-1 / size)
-        return __libc_calloc(count, size);
-    return refused(count * size) ? NULL : __libc_calloc(count, size);
+    const int overflows = size != 0 && count > (size_t)-1 / size;
+    return !overflows && refused(count * size) ? NULL : __libc_calloc(count, size);
 }
 
 void* realloc(void* pointer, size_t size) {
@@ -62,16 +64,12 @@ void* memalign(size_t alignment, size_t size) {
 void* aligned_alloc(size_t alignment, size_t size) { return memalign(alignment, size); }
 
 int posix_memalign(void** result, size_t alignment, size_t size) {
-    if (refused(size))
-        return ENOMEM;
-    void* pointer = __libc_memalign(alignment, size);
+    void* pointer = memalign(alignment, size);
     if (!pointer)
         return ENOMEM;
     *result = pointer;
     return 0;
 }
-
-typedef int (*CreateThread)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
                    void* argument) {
@@ -79,8 +77,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     const long long allowed = fromEnvironment("QUORLEN_FAULT_THREADS");
     if (allowed >= 0 && atomic_fetch_add(&created, 1) >= allowed)
         return EAGAIN;
-    const CreateThread next = (CreateThread)dlsym(RTLD_NEXT, "pthread_create");
-    return next(thread, attributes, start, argument);
+    return NEXT(pthread_create)(thread, attributes, start, argument);
 }
 
 // Whether a write of `bytes` into `fd` runs past the disk's pretended end.
@@ -96,21 +93,12 @@ static int diskFull(int fd, size_t bytes) {
     return 1;
 }
 
-typedef ssize_t (*Write)(int, const void*, size_t);
-typedef ssize_t (*PositionedWrite)(int, const void*, size_t, off_t);
-
 ssize_t write(int fd, const void* data, size_t bytes) {
-    if (diskFull(fd, bytes))
-        return -1;
-    const Write next = (Write)dlsym(RTLD_NEXT, "write");
-    return next(fd, data, bytes);
+    return diskFull(fd, bytes) ? -1 : NEXT(write)(fd, data, bytes);
 }
 
 ssize_t pwrite(int fd, const void* data, size_t bytes, off_t offset) {
-    if (diskFull(fd, bytes))
-        return -1;
-    const PositionedWrite next = (PositionedWrite)dlsym(RTLD_NEXT, "pwrite");
-    return next(fd, data, bytes, offset);
+    return diskFull(fd, bytes) ? -1 : NEXT(pwrite)(fd, data, bytes, offset);
 }
 
 ssize_t pwrite64(int fd, const void* data, size_t bytes, off_t offset) {
@@ -124,19 +112,8 @@ static int failing(const char* name) {
     return 1;
 }
 
-typedef int (*Sync)(int);
-typedef int (*Rename)(const char*, const char*);
-
-int fsync(int fd) {
-    if (failing("QUORLEN_FAULT_FSYNC"))
-        return -1;
-    const Sync next = (Sync)dlsym(RTLD_NEXT, "fsync");
-    return next(fd);
-}
+int fsync(int fd) { return failing("QUORLEN_FAULT_FSYNC") ? -1 : NEXT(fsync)(fd); }
 
 int rename(const char* from, const char* to) {
-    if (failing("QUORLEN_FAULT_RENAME"))
-        return -1;
-    const Rename next = (Rename)dlsym(RTLD_NEXT, "rename");
-    return next(from, to);
+    return failing("QUORLEN_FAULT_RENAME") ? -1 : NEXT(rename)(from, to);
 }

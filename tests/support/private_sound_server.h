@@ -56,13 +56,13 @@ public:
         environment.remove(QStringLiteral("PULSE_SERVER"));
         m_server.setProcessEnvironment(environment);
         m_server.setProcessChannelMode(QProcess::MergedChannels);
-        m_server.start(
-            pulseaudio,
-            {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-             QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--system=false"),
-             QStringLiteral("--use-pid-file=false"), QStringLiteral("-L"),
-             QStringLiteral("module-null-sink sink_name=quorlen_test"), QStringLiteral("-L"),
-             QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") + m_socket});
+        m_server.start(pulseaudio, QStringLiteral("-n|--daemonize=no|--exit-idle-time=-1|"
+                                                  "--system=false|--use-pid-file=false|-L|"
+                                                  "module-null-sink sink_name=quorlen_test|-L|"
+                                                  "module-native-protocol-unix auth-anonymous=1 "
+                                                  "socket=%1")
+                                       .arg(m_socket)
+                                       .split(u'|'));
         const bool up = waitUntil(
             [&] {
                 return QFileInfo(m_socket).exists() || m_server.state() == QProcess::NotRunning;
@@ -73,11 +73,11 @@ public:
                    QString::fromLocal8Bit(m_server.readAll()).simplified().right(300);
 
         m_recorder.setProcessEnvironment(environment);
-        m_recorder.start(parecord,
-                         {QStringLiteral("--server=unix:") + m_socket,
-                          QStringLiteral("--device=quorlen_test.monitor"), QStringLiteral("--raw"),
-                          QStringLiteral("--format=float32le"), QStringLiteral("--rate=44100"),
-                          QStringLiteral("--channels=2"), QStringLiteral("--latency-msec=10")});
+        m_recorder.start(parecord, QStringLiteral("--server=unix:%1|--device=quorlen_test.monitor|"
+                                                  "--raw|--format=float32le|--rate=44100|"
+                                                  "--channels=2|--latency-msec=10")
+                                       .arg(m_socket)
+                                       .split(u'|'));
         m_clock.start();
         QObject::connect(&m_recorder, &QProcess::readyReadStandardOutput, [this] {
             m_bytes += m_recorder.readAllStandardOutput();
@@ -99,26 +99,20 @@ public:
         return value;
     }
     std::vector<float> left(int from, int count) const {
-        std::vector<float> samples;
-        for (int frame = from; frame < from + count; ++frame)
-            samples.push_back(sample(frame, 0));
+        std::vector<float> samples(static_cast<size_t>(count));
+        std::ranges::generate(samples, [&, frame = from]() mutable { return sample(frame++, 0); });
         return samples;
     }
     // The first frame at or after `from` that is not silent, waiting for it.
     std::optional<int> waitForSound(int from, int timeoutMs) {
-        std::optional<int> found;
-        waitUntil(
-            [&] {
-                for (; from < frameCount(); ++from) {
-                    if (std::abs(sample(from, 0)) > kSilenceLevel) {
-                        found = from;
-                        return true;
-                    }
-                }
-                return false;
-            },
-            timeoutMs);
-        return found;
+        const auto sounding = [&] {
+            for (; from < frameCount(); ++from) {
+                if (std::abs(sample(from, 0)) > kSilenceLevel)
+                    return true;
+            }
+            return false;
+        };
+        return waitUntil(sounding, timeoutMs) ? std::optional(from) : std::nullopt;
     }
     bool waitForFrames(int count, int timeoutMs) {
         return waitUntil([&] { return frameCount() >= count; }, timeoutMs);
@@ -128,11 +122,9 @@ public:
     // When the recorder handed over `frame`, on the same clock; the
     // recorder adds its own latency of about 10 ms.
     std::optional<qint64> arrivalNs(int frame) const {
-        for (const auto& [frames, ns] : m_arrivals) {
-            if (frames > frame)
-                return ns;
-        }
-        return std::nullopt;
+        const auto arrival =
+            std::ranges::find_if(m_arrivals, [&](const auto& a) { return a.first > frame; });
+        return arrival == m_arrivals.end() ? std::nullopt : std::optional(arrival->second);
     }
 
 private:

@@ -11,16 +11,14 @@
 #include "ui/theme.h"
 #include "ui/tool_header.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
-#include <string_view>
 
 namespace quorlen {
 namespace {
@@ -43,30 +41,12 @@ struct Screen {
         return widget;
     }
     QString label(const char* name) const { return find<QLabel>(name)->text(); }
-    // Clicks on the − (left) or + (right) half of a stepper.
-    void step(const char* stepper, const char* half, int times) {
-        auto* target = find<Stepper>(stepper);
-        const bool up = std::string_view(half) == "increment";
-        const QPoint at(up ? target->width() * 3 / 4 : target->width() / 4, target->height() / 2);
-        for (int i = 0; i < times; ++i)
-            QTest::mouseClick(target, Qt::LeftButton, {}, at);
-    }
     void pickNote(int segment) {
         auto* picker = find<SegmentedPicker>("euclidNotePicker");
         QTest::mouseClick(picker, Qt::LeftButton, {}, picker->segmentRect(segment).center());
     }
-    QList<Metric> metrics() const {
-        QList<Metric> result;
-        for (MetricTile* tile : view->header()->tiles())
-            result << tile->metric();
-        return result;
-    }
-    QStringList metricValues() const {
-        QStringList values;
-        for (const Metric& metric : metrics())
-            values << metric.value;
-        return values;
-    }
+    Metric metric(int tile) const { return view->header()->tiles()[tile]->metric(); }
+    QStringList metricValues() const { return {metric(0).value, metric(1).value, metric(2).value}; }
     // Sounds requested so far (each takes the next of 16 voices).
     int soundsModulo16() const { return player->nextPlayer(); }
 
@@ -81,8 +61,8 @@ TEST(EuclideanRhythmView, HeaderAndWheelFollowPatternTempoAndNote) {
     // 120 BPM in sixteenths: 125 ms a step, 8 steps 1000 ms; the pattern
     // has nothing to copy.
     EXPECT_EQ(screen.metricValues(), (QStringList{"E(3,8)", "125 ms", "1000 ms"}));
-    EXPECT_FALSE(screen.metrics()[0].copy.has_value());
-    EXPECT_EQ(*screen.metrics()[1].copy, QStringLiteral("125.0"));
+    EXPECT_FALSE(screen.metric(0).copy.has_value());
+    EXPECT_EQ(*screen.metric(1).copy, QStringLiteral("125.0"));
     EXPECT_EQ(screen.find<EuclidWheel>("euclidWheel")->subtitle(),
               QStringLiteral("1/16 · 125.0 ms"));
 
@@ -91,7 +71,7 @@ TEST(EuclideanRhythmView, HeaderAndWheelFollowPatternTempoAndNote) {
     screen.pickNote(0);
     screen.state.setBpm(98.7);
     EXPECT_EQ(screen.state.euclidNote(), 4);
-    EXPECT_EQ(screen.metrics()[1].label, QStringLiteral("Step 1/4"));
+    EXPECT_EQ(screen.metric(1).label, QStringLiteral("Step 1/4"));
     EXPECT_EQ(screen.metricValues(), (QStringList{"E(3,8)", "608 ms", "4863 ms"}));
     EXPECT_EQ(screen.label("euclidTempoSource"), QStringLiteral("98 BPM from the Tempo tab"));
 }
@@ -103,12 +83,16 @@ TEST(EuclideanRhythmView, SteppersAndPresetsSetThePatternAndNoPulsesDisablePlay)
     screen.state.setEuclidSteps(12);
     screen.state.setEuclidPulses(7);
     screen.state.setEuclidRotation(9);
-    screen.step("euclidStepsStepper", "decrement", 7);
+    auto* steps = screen.find<Stepper>("euclidStepsStepper");
+    for (int i = 0; i < 7; ++i) // on its − half
+        QTest::mouseClick(steps, Qt::LeftButton, {},
+                          QPoint(steps->width() / 4, steps->height() / 2));
     EXPECT_EQ(screen.state.euclidSteps(), 5);
     EXPECT_EQ(screen.label("euclidPulsesValue"), QStringLiteral("5"));
     EXPECT_EQ(screen.label("euclidRotationValue"), QStringLiteral("4"));
-    screen.step("euclidPulsesStepper", "increment", 20);
-    EXPECT_EQ(screen.state.euclidPulses(), 5);
+    auto* pulses = screen.find<Stepper>("euclidPulsesStepper");
+    QTest::mouseClick(pulses, Qt::LeftButton, {}, QPoint(pulses->width() * 3 / 4, 5)); // its + half
+    EXPECT_EQ(screen.state.euclidPulses(), 5) << "no more pulses than steps";
 
     const auto actions = screen.find<KitButton>("euclidPresets")->menu()->actions();
     ASSERT_EQ(actions.size(), 4);
@@ -136,12 +120,12 @@ TEST(EuclideanRhythmView, PlaysFromStepZeroAndWrapsAroundTheCycle) {
     EXPECT_EQ(play->text(), QStringLiteral("Stop"));
 
     auto* wheel = screen.find<EuclidWheel>("euclidWheel");
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() == 7; }));
+    ASSERT_TRUE(testing::waitUntil([&] { return screen.state.euclidStep() == 7; }));
     EXPECT_EQ(wheel->currentStep(), 7);
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() == 0; }));
+    ASSERT_TRUE(testing::waitUntil([&] { return screen.state.euclidStep() == 0; }));
 
     // A preset keeps playing; a new note value restarts from step 0.
-    ASSERT_TRUE(::quorlen::testing::waitUntil([&] { return screen.state.euclidStep() >= 3; }));
+    ASSERT_TRUE(testing::waitUntil([&] { return screen.state.euclidStep() >= 3; }));
     screen.find<KitButton>("euclidPresets")->menu()->actions()[3]->trigger(); // E(5,16)
     EXPECT_TRUE(screen.state.euclidPlaying());
     EXPECT_GE(screen.state.euclidStep().value_or(-1), 3);
@@ -181,7 +165,7 @@ TEST(EuclidPlayback, ClicksLandOnTheGridToTheSampleInTheMix) {
     // started at a block boundary would be up to 255 frames off.
     Screen screen;
     screen.view->playback().start();
-    ASSERT_TRUE(::quorlen::testing::waitUntil(
+    ASSERT_TRUE(testing::waitUntil(
         [&] { return screen.state.euclidStep() == 0 && screen.soundsModulo16() >= 9; }, 5000));
     screen.view->playback().stop();
     screen.output->pause();

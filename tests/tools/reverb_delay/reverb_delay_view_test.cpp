@@ -41,7 +41,20 @@ protected:
     ReverbDelayView* view = nullptr;
 };
 
-TEST_F(ReverbDelayViewTest, EveryPartFollowsTheSharedTempoWithoutWritingIt) {
+TEST_F(ReverbDelayViewTest, EveryPartFollowsTheSharedTempoWithoutWritingItAndCopies) {
+    // At 120: values copy with one decimal and no unit.
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    const std::pair<QWidget*, const char*> copies[] = {
+        {mediumRoomDecay(), "1968.8"},
+        {view->customPanel()->preDelayTile(), "31.2"},
+        {view->delayStrip()->chips().at(1), "375.0"},
+        {view->header()->tiles().at(2), "31.2"}};
+    for (const auto& [widget, text] : copies) {
+        QTest::mouseClick(widget, Qt::LeftButton);
+        EXPECT_EQ(clipboard->text(), text);
+    }
+    EXPECT_TRUE(mediumRoomDecay()->isCopied());
+
     // 1000 BPM counts as 400: bar 600 ms, beat 150, 1/64 9.4; the Medium
     // Room decays bar - bar/64; the 1/8T delay is bar/12.
     content.state().setBpm(1000);
@@ -59,12 +72,8 @@ TEST_F(ReverbDelayViewTest, EveryPartFollowsTheSharedTempoWithoutWritingIt) {
 }
 
 TEST_F(ReverbDelayViewTest, PickersStoreTheCustomSpaceInTheSharedState) {
-    CustomSpacePanel* panel = view->customPanel();
-    SegmentedPicker* total = panel->totalPicker();
-    SegmentedPicker* pre = panel->prePicker();
-    EXPECT_EQ(total->selectedIndex(), 2);
-    EXPECT_EQ(pre->selectedIndex(), 2);
-
+    SegmentedPicker* total = view->customPanel()->totalPicker();
+    SegmentedPicker* pre = view->customPanel()->prePicker();
     // Quarter bar with a 1/16 pre-delay at 120 BPM: 125, 375, 500.
     QTest::mouseClick(total, Qt::LeftButton, {}, total->segmentRect(0).center());
     QTest::mouseClick(pre, Qt::LeftButton, {}, pre->segmentRect(4).center());
@@ -72,19 +81,6 @@ TEST_F(ReverbDelayViewTest, PickersStoreTheCustomSpaceInTheSharedState) {
     EXPECT_EQ(content.state().customPreDivision(), 16);
     EXPECT_EQ(total->selectedIndex(), 0);
     EXPECT_EQ(customTiles(), (QStringList{"125.0 ms", "375.0 ms", "500.0 ms"}));
-}
-
-TEST_F(ReverbDelayViewTest, EveryValueCopiesWithOneDecimalAndNoUnit) {
-    QClipboard* clipboard = QGuiApplication::clipboard();
-    QTest::mouseClick(mediumRoomDecay(), Qt::LeftButton);
-    EXPECT_EQ(clipboard->text(), "1968.8");
-    EXPECT_TRUE(mediumRoomDecay()->isCopied());
-    QTest::mouseClick(view->customPanel()->preDelayTile(), Qt::LeftButton);
-    EXPECT_EQ(clipboard->text(), "31.2");
-    QTest::mouseClick(view->delayStrip()->chips().at(1), Qt::LeftButton);
-    EXPECT_EQ(clipboard->text(), "375.0");
-    QTest::mouseClick(view->header()->tiles().at(2), Qt::LeftButton);
-    EXPECT_EQ(clipboard->text(), "31.2");
 }
 
 TEST(ReverbDelayView, ShowsTheTempoSetInTheTempoTool) {

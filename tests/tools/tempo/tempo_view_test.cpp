@@ -19,8 +19,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 namespace quorlen {
 namespace {
 
@@ -51,6 +49,17 @@ protected:
         field->lineEdit()->selectAll();
         QTest::keyClicks(field->lineEdit(), text);
     }
+    // Presses `key` on `target` (a click without one) at each time.
+    void tapAt(QWidget* target, std::initializer_list<double> times,
+               Qt::Key key = Qt::Key_unknown) {
+        for (const double seconds : times) {
+            nowSeconds = seconds;
+            if (key == Qt::Key_unknown)
+                QTest::mouseClick(target, Qt::LeftButton);
+            else
+                QTest::keyClick(target, key);
+        }
+    }
     void clickOutside() { QTest::mouseClick(view->matrix(), Qt::LeftButton, {}, QPoint(5, 5)); }
     void commitTyped(const QString& text) {
         typeInField(text);
@@ -77,36 +86,24 @@ TEST_F(TempoViewTest, TypingFollowsLiveAndCommitsOnAClickOutsideOrReturn) {
     clickOutside();
     EXPECT_FALSE(field->isFocused());
     EXPECT_EQ(field->text(), "140.50");
-    EXPECT_EQ(content.state().bpmText(), "140.50");
-    EXPECT_EQ(summary(), "A4 = 440 Hz\n140.5 BPM = 427.0 ms");
 
-    // Return commits within the typed range, and nonsense puts back the text.
-    for (const char* typed : {"5000", "abc"}) {
-        typeInField(QString::fromLatin1(typed));
-        QTest::keyClick(field->lineEdit(), Qt::Key_Return);
-        EXPECT_EQ(content.state().bpm(), 999) << typed;
-        EXPECT_EQ(field->text(), "999") << typed;
-    }
+    // Nonsense committed with Return puts back the text.
+    typeInField(QStringLiteral("abc"));
+    QTest::keyClick(field->lineEdit(), Qt::Key_Return);
+    EXPECT_EQ(content.state().bpm(), 140.5);
+    EXPECT_EQ(field->text(), "140.50");
 }
 
 TEST_F(TempoViewTest, TapsAndSpaceSetTheTempoUnlessTheFieldIsTyping) {
-    for (const double seconds : {10.0, 10.4}) { // 60 / 0.4 = 150
-        nowSeconds = seconds;
-        QTest::mouseClick(view->findChild<QAbstractButton*>(QStringLiteral("tapButton")),
-                          Qt::LeftButton);
-    }
+    tapAt(view->findChild<QAbstractButton*>(QStringLiteral("tapButton")), {10.0, 10.4}); // 150
     EXPECT_EQ(field->text(), "150");
     EXPECT_EQ(quarter(), "400.00 ms");
 
-    for (const double seconds : {20.0, 20.25}) { // after a pause, 60 / 0.25
-        nowSeconds = seconds;
-        QTest::keyClick(&content, Qt::Key_Space);
-    }
+    tapAt(&content, {20.0, 20.25}, Qt::Key_Space); // after a pause, 60 / 0.25
     EXPECT_EQ(content.state().bpm(), 240);
     QTest::mouseClick(field->lineEdit(), Qt::LeftButton);
     field->lineEdit()->end(false);
-    nowSeconds = 20.5;
-    QTest::keyClick(field->lineEdit(), Qt::Key_Space);
+    tapAt(field->lineEdit(), {20.5}, Qt::Key_Space);
     EXPECT_EQ(field->text(), "240 ");
     EXPECT_EQ(content.state().bpm(), 240);
 }
@@ -119,13 +116,10 @@ TEST_F(TempoViewTest, SpaceTapsWhicheverControlHasFocusButAField) {
     double at = 30;
     for (QWidget* widget : focused) {
         widget->setFocus(Qt::TabFocusReason);
-        for (const double step : {0.0, 0.5}) { // 60 / 0.5 = 120, after a pause
-            nowSeconds = at + step;
-            QTest::keyClick(widget, Qt::Key_Space);
-        }
+        at += 10;
+        tapAt(widget, {at, at + 0.5}, Qt::Key_Space); // 60 / 0.5, after a pause
         EXPECT_EQ(content.state().bpm(), 120) << widget->objectName().toStdString();
         content.state().setBpm(90);
-        at += 10;
     }
     EXPECT_EQ(content.shownTool(), CalculatorTool::bpm);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "untouched") << "Space taps, never copies";
@@ -161,54 +155,30 @@ TEST_F(TempoViewTest, TheTableIsOneTabStopWalkedWithTheArrows) {
     EXPECT_EQ(QApplication::focusWidget()->accessibleName(), "128th note, rate: 64.00 Hz");
     // Tab leaves the table and comes back where it left.
     EXPECT_EQ(matrix->currentCell(), QApplication::focusWidget());
-    stops = 0;
-    for (QWidget* c : matrix->findChildren<CopyableText*>())
-        stops += c->focusPolicy() & Qt::TabFocus ? 1 : 0;
-    EXPECT_EQ(stops, 1);
+    // Values copy without their unit, Hz with the decimals they need.
+    QTest::mouseClick(matrix->row(QStringLiteral("8/1"))->hzCell(), Qt::LeftButton);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "0.0625");
+    QTest::mouseClick(view->header()->tiles().at(2), Qt::LeftButton); // "1/16 Hz"
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "8.00");
 }
 
-TEST_F(TempoViewTest, StepperAndSliderKeepTo20Through400) {
+// The stepper steps the shared tempo. A typed tempo outside the slider's
+// range shows the knob at its end; a press there writes it (the slider's
+// own rule, tested with the kit), and until then the typed value stands.
+TEST_F(TempoViewTest, StepperAndSliderWriteTheSharedTempo) {
     auto* stepper = view->findChild<Stepper*>(QStringLiteral("bpmStepper"));
     auto* slider = view->findChild<KitSlider*>(QStringLiteral("bpmSlider"));
     ASSERT_TRUE(stepper && slider);
-    const QPoint up(stepper->width() * 3 / 4, stepper->height() / 2);
-    QTest::mouseClick(stepper, Qt::LeftButton, {}, up);
+    QTest::mouseClick(stepper, Qt::LeftButton, {},
+                      QPoint(stepper->width() * 3 / 4, stepper->height() / 2));
     EXPECT_EQ(field->text(), "121");
-    QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(slider->width() - 1, 5));
-    QTest::mouseClick(stepper, Qt::LeftButton, {}, up);
-    EXPECT_EQ(content.state().bpm(), 400);
-    QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(0, 5));
-    QTest::mouseClick(stepper, Qt::LeftButton, {}, QPoint(stepper->width() / 4, up.y()));
-    EXPECT_EQ(content.state().bpm(), 20);
-}
-
-// A typed tempo outside the slider's range or between its whole positions
-// shows the knob at the nearest end or position; a press there writes it,
-// and until then the typed value stands.
-TEST_F(TempoViewTest, APressOnTheSliderAlwaysWritesItsValue) {
-    auto* slider = view->findChild<KitSlider*>(QStringLiteral("bpmSlider"));
-    ASSERT_NE(slider, nullptr);
     commitTyped(QStringLiteral("10"));
     EXPECT_EQ(content.state().bpm(), 10);
     QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(0, 5));
     EXPECT_EQ(content.state().bpm(), 20);
-
-    commitTyped(QStringLiteral("98.5"));
-    EXPECT_EQ(slider->value(), 99);
-    EXPECT_EQ(content.state().bpm(), 98.5) << "shown at 99, not written";
-    // The knob's own position: 99 of 20...400 along the track.
-    const double knobX = 8 + (99.0 - 20) / 380 * (slider->width() - 16);
-    QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(static_cast<int>(std::lround(knobX)), 5));
-    EXPECT_EQ(content.state().bpm(), 99);
-}
-
-TEST_F(TempoViewTest, ValuesCopyWithoutUnit) {
-    CopyableText* hz = view->matrix()->row(QStringLiteral("8/1"))->hzCell();
-    QTest::mouseClick(hz, Qt::LeftButton);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), "0.0625");
-    EXPECT_TRUE(hz->isCopied());
-    QTest::mouseClick(view->header()->tiles().at(2), Qt::LeftButton); // "1/16 Hz"
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), "8.00");
+    QTest::mouseClick(slider, Qt::LeftButton, {}, QPoint(slider->width() - 1, 5));
+    EXPECT_EQ(content.state().bpm(), 400);
+    EXPECT_EQ(quarter(), "150.00 ms");
 }
 
 TEST(TempoView, ShowsATempoSetWhileItWasNotShown) {
