@@ -4,6 +4,7 @@
 #include "key_signals.h"
 #include "tags/tag_writer.h"
 #include "test_signals.h"
+#include "text/failure_texts.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -160,8 +161,8 @@ TEST_F(DetectCommand, WriteTagsTagsEachFileOnceAndForceReplaces) {
     EXPECT_TRUE(printed[1].starts_with(caf + ": 120 BPM · ")) << printed[1];
     EXPECT_TRUE(printed[1].ends_with(" · tags not written")) << printed[1];
     // The file that is no audio fails its analysis as ever, and gets no tag line.
-    EXPECT_EQ(result.err, caf + ": could not write tags: " + tags::kUnsupportedReason + "\n" +
-                              path("drums/notes.wav") + ": Not an audio file\n");
+    EXPECT_EQ(result.err, caf + ": could not write tags: " + text::failure::kUnsupportedContainer +
+                              "\n" + path("drums/notes.wav") + ": Not an audio file\n");
     EXPECT_TRUE(t::readBytes(caf) == before);
 }
 

@@ -14,6 +14,7 @@
 #include "tempo_detection/drop_zone.h"
 #include "tempo_detection/tempo_detect_panel.h"
 #include "tempo_detection/waveform_grid.h"
+#include "text/failure_texts.h"
 #include "tools/fifths/circle_of_fifths_view.h"
 #include "tools/tempo/subdivision_matrix.h"
 #include "tools/tempo/tempo_view.h"
@@ -382,8 +383,8 @@ TEST(TempoDetectPanel, SaveToFileWritesTheShownTempoAndSaysWhatItDid) {
 
     ASSERT_TRUE(rig.analyse(rig.dir.file("take.caf").string()));
     ASSERT_TRUE(clickAndWait());
-    EXPECT_TRUE(
-        rig.note().contains(QString(" · could not write tags: ") + tags::kUnsupportedReason))
+    EXPECT_TRUE(rig.note().contains(QString(" · could not write tags: ") +
+                                    text::failure::kUnsupportedContainer))
         << rig.note().toStdString();
 }
 

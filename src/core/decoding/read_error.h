@@ -7,9 +7,6 @@
 
 namespace quorlen::decoding {
 
-// Until every caller names them where they live.
-namespace message = text::failure;
-
 // Thrown by the reader; `what()` is one of the reading texts of text/failure_texts.h.
 class ReadError : public std::runtime_error {
 public:

@@ -2,7 +2,6 @@
 
 #include "tags/audio_tags.h"
 #include "tags/file_stamp.h"
-#include "text/failure_texts.h"
 
 #include <optional>
 #include <string>
@@ -43,8 +42,5 @@ TagOutcome writeTempoTags(const std::string& path, const TagRequest& request);
 // The tempo and key tags of the file at `path`. Throws WriteError when it is
 // not a file of a kind whose tags are written.
 TempoTags readTempoTags(const std::string& path);
-
-// Until every caller names it where it lives.
-inline constexpr const char* kUnsupportedReason = text::failure::kUnsupportedContainer;
 
 } // namespace quorlen::tags

@@ -7,9 +7,6 @@
 
 namespace quorlen::tags {
 
-// Until every caller names them where they live.
-namespace message = text::failure;
-
 // Why a file's tags could not be written, as the end of the line
 // "PATH: could not write tags: REASON".
 class WriteError : public std::runtime_error {

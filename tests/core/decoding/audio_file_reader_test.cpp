@@ -3,6 +3,7 @@
 #include "decoding/read_error.h"
 #include "test_encoder.h"
 #include "test_signals.h"
+#include "text/failure_texts.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -55,20 +56,20 @@ TEST(AudioFileReader, RefusesWhatItCannotReadWithOneShortMessage) {
         for (int i = 0; i < 4; ++i)
             wav[24 + size_t(i)] = static_cast<char>(rateHz >> (8 * i));
         t::writeBytes(dir.file("rate.wav"), wav);
-        EXPECT_EQ(openFailure(dir.file("rate.wav")), message::kUnsupportedRate) << rateHz;
+        EXPECT_EQ(openFailure(dir.file("rate.wav")), text::failure::kUnsupportedRate) << rateHz;
     }
     // A pipe without a writer: opening must not wait for one.
     const std::pair<const char*, const char*> cases[] = {
-        {"500hz.wav", message::kUnsupportedRate}, {"missing.wav", message::kNotFound},
-        {"notes.wav", message::kNotAudio},        {"empty.mp3", message::kNotAudio},
-        {"folder.wav", message::kNotRegular},     {"pipe.wav", message::kNotRegular},
-        {"silent-film.mp4", message::kNoAudio}};
+        {"500hz.wav", text::failure::kUnsupportedRate}, {"missing.wav", text::failure::kNotFound},
+        {"notes.wav", text::failure::kNotAudio},        {"empty.mp3", text::failure::kNotAudio},
+        {"folder.wav", text::failure::kNotRegular},     {"pipe.wav", text::failure::kNotRegular},
+        {"silent-film.mp4", text::failure::kNoAudio}};
     for (const auto& [name, message] : cases)
         EXPECT_EQ(openFailure(dir.file(name)), message) << name;
     t::writeBytes(dir.file("locked.wav"), "RIFF");
     ASSERT_EQ(chmod(dir.file("locked.wav").c_str(), 0), 0);
     if (geteuid() != 0) { // root reads it anyway
-        EXPECT_EQ(openFailure(dir.file("locked.wav")), message::kPermissionDenied);
+        EXPECT_EQ(openFailure(dir.file("locked.wav")), text::failure::kPermissionDenied);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "tags/write_error.h"
 #include "test_encoder.h"
 #include "test_signals.h"
+#include "text/failure_texts.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -346,7 +347,7 @@ TEST(TagWriter, RefusesAndLeavesTheFileAsItWas) {
     const std::tuple<std::string, TagRequest, const char*> cases[] = {
         {"notes.mp3", {120}, "not a valid MP3 file"},
         {"disguised.mp3", {120}, "not a valid MP3 file"},
-        {"loop.caf", {120}, kUnsupportedReason},
+        {"loop.caf", {120}, text::failure::kUnsupportedContainer},
         {"missing.flac", {120}, "cannot find the file: No such file or directory"},
         {mp3, {120, "H"}, "'H' is not a key"},
         {mp3, {120, std::nullopt, false, grown}, changed},
