@@ -251,10 +251,10 @@ int run(int seconds) {
     {
         state.setBpm(90);
         state.setProgression({0, 4, 5, 3});
-        CircleOfFifthsView view(state, Qt::red, KeySelection{0, false}, player);
+        CircleOfFifthsView view(state, Qt::red, harmony::KeySelection{0, false}, player);
         std::vector<std::vector<float>> chords;
         for (const int degree : {0, 4, 5, 3}) {
-            const KeySelection key{0, false};
+            const harmony::KeySelection key{0, false};
             chords.push_back(synth::makeBuffer(
                 synth::triadFrequencies(key.rootFrequency(degree, 440), key.triadQuality(degree))));
         }

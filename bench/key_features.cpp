@@ -31,7 +31,8 @@ int main(int argc, char** argv) {
                 std::printf("%s%.6g", c ? "," : "", evidence.chroma.bass[c]);
             std::printf("],\"features\":[");
             for (int k = 0; k < 24; ++k) {
-                const auto f = key::keyFeatures(evidence.chroma, KeySelection{k % 12, k >= 12});
+                const auto f =
+                    key::keyFeatures(evidence.chroma, harmony::KeySelection{k % 12, k >= 12});
                 std::printf("%s[", k ? "," : "");
                 for (size_t j = 0; j < f.size(); ++j)
                     std::printf("%s%.6f", j ? "," : "", f[j]);

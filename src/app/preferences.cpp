@@ -67,7 +67,7 @@ void Preferences::setSelectedCalculatorTool(const QString& rawValue) {
 }
 
 int Preferences::fifthsSelectedIndex() const {
-    return CircleOfFifths::wrappedIndex(m_settings.value(kFifthsIndex, 0).toInt());
+    return harmony::CircleOfFifths::wrappedIndex(m_settings.value(kFifthsIndex, 0).toInt());
 }
 
 void Preferences::setFifthsSelectedIndex(int index) {

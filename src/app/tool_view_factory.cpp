@@ -21,7 +21,8 @@ QWidget* createFifthsView(CalculatorState& state, const QColor& tint, Synthesise
                           QWidget* parent) {
     const Preferences stored;
     auto* view = new CircleOfFifthsView(
-        state, tint, KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},
+        state, tint,
+        harmony::KeySelection{stored.fifthsSelectedIndex(), stored.fifthsMinorSelected()},
         synthesiser, parent);
     QObject::connect(view, &CircleOfFifthsView::selectionChanged, view, [](int index, bool minor) {
         Preferences preferences;

@@ -127,11 +127,12 @@ int runEuclid(std::span<const std::string_view> args, std::ostream& out, std::os
     const Request& request = std::get<Request>(parsed);
 
     const std::vector<bool> pattern =
-        Euclid::pattern(request.pulses, request.steps, request.rotation);
-    const std::string notation = Euclid::notation(pattern);
-    const std::vector<int> hits = Euclid::hitIndices(pattern);
-    const double stepMs = Euclid::stepMilliseconds(request.bpm, request.note);
-    const double cycleMs = Euclid::cycleMilliseconds(request.bpm, request.note, request.steps);
+        rhythm::Euclid::pattern(request.pulses, request.steps, request.rotation);
+    const std::string notation = rhythm::Euclid::notation(pattern);
+    const std::vector<int> hits = rhythm::Euclid::hitIndices(pattern);
+    const double stepMs = rhythm::Euclid::stepMilliseconds(request.bpm, request.note);
+    const double cycleMs =
+        rhythm::Euclid::cycleMilliseconds(request.bpm, request.note, request.steps);
 
     if (arguments.has("--json")) {
         // Full precision, so scripts get the same doubles the app computes.

@@ -32,10 +32,10 @@ struct HarmonicsRequest {
 std::variant<HarmonicsRequest, UsageError> readRequest(const ParsedArguments& arguments) {
     if (arguments.positionals.size() > 1)
         return UsageError{"expected one note, got " + std::to_string(arguments.positionals.size())};
-    PitchName note{9, 1};
+    pitch::PitchName note{9, 1};
     if (!arguments.positionals.empty()) {
         const std::string_view text = arguments.positionals.front();
-        const auto parsed = parsePitchName(text);
+        const auto parsed = pitch::parsePitchName(text);
         if (!parsed || parsed->octave < 0 || parsed->octave > kHighestOctave)
             return UsageError{"'" + std::string(text) + "' is not a note from C0 to B4"};
         note = *parsed;
@@ -51,7 +51,8 @@ std::variant<HarmonicsRequest, UsageError> readRequest(const ParsedArguments& ar
         count = std::get<int>(read);
     }
     const double a4Hz = std::get<double>(a4);
-    return HarmonicsRequest{overtoneFundamentalHz(note.pitchClass, note.octave, a4Hz), a4Hz, count};
+    return HarmonicsRequest{pitch::overtoneFundamentalHz(note.pitchClass, note.octave, a4Hz), a4Hz,
+                            count};
 }
 
 void printJson(std::ostream& out, const HarmonicsRequest& request) {
@@ -61,7 +62,8 @@ void printJson(std::ostream& out, const HarmonicsRequest& request) {
         .member("a4", request.a4)
         .key("harmonics")
         .beginArray();
-    for (const Harmonic& h : harmonicSeries(request.fundamental, request.a4, request.count)) {
+    for (const pitch::Harmonic& h :
+         pitch::harmonicSeries(request.fundamental, request.a4, request.count)) {
         json.beginObject()
             .member("number", h.number)
             .member("frequency", h.frequency)
@@ -74,13 +76,13 @@ void printJson(std::ostream& out, const HarmonicsRequest& request) {
 }
 
 void printText(std::ostream& out, const HarmonicsRequest& request) {
-    const auto harmonics = harmonicSeries(request.fundamental, request.a4, request.count);
+    const auto harmonics = pitch::harmonicSeries(request.fundamental, request.a4, request.count);
     out << "f0 = " << harmonics.front().noteName << " = " << format("%.2f Hz", request.fundamental)
         << " (A4 = " << text::compact(request.a4) << " Hz)\n\n";
     using Align = TextTable::Align;
     TextTable table({Align::Right, Align::Right, Align::Left, Align::Right});
     table.addRow({"n", "Frequency", "Note", "Cents"});
-    for (const Harmonic& h : harmonics) {
+    for (const pitch::Harmonic& h : harmonics) {
         table.addRow({std::to_string(h.number) + "×", format("%.1f Hz", h.frequency), h.noteName,
                       format("%+.0f¢", h.cents)});
     }

@@ -11,6 +11,10 @@
 #include <ostream>
 
 namespace quorlen::cli {
+
+using harmony::KeySelection;
+using harmony::TriadQuality;
+
 namespace {
 
 constexpr KnownOption kOptions[] = {{"--a4", true}, {"--json", false}};
@@ -50,10 +54,10 @@ void printJson(std::ostream& out, const KeyRequest& request) {
     json.beginObject()
         .member("key", key.shortName())
         .member("longName", key.longName())
-        .member("signature", CircleOfFifths::signatureText(accidentals))
+        .member("signature", harmony::CircleOfFifths::signatureText(accidentals))
         .key("signatureNotes")
         .beginArray();
-    for (const std::string_view note : CircleOfFifths::signatureNotes(accidentals))
+    for (const std::string_view note : harmony::CircleOfFifths::signatureNotes(accidentals))
         json.value(note);
     json.endArray().key("scale").beginArray();
     for (const std::string_view note : key.scale())
@@ -82,8 +86,9 @@ void printJson(std::ostream& out, const KeyRequest& request) {
 void printText(std::ostream& out, const KeyRequest& request) {
     const KeySelection& key = request.key;
     const int accidentals = key.slot().accidentals;
-    const auto notes = CircleOfFifths::signatureNotes(accidentals);
-    out << key.longName() << "  ·  signature " << CircleOfFifths::signatureText(accidentals)
+    const auto notes = harmony::CircleOfFifths::signatureNotes(accidentals);
+    out << key.longName() << "  ·  signature "
+        << harmony::CircleOfFifths::signatureText(accidentals)
         << (notes.empty() ? std::string(" (no accidentals)") : " (" + joined(notes, " ") + ")")
         << "  ·  A4 = " << text::compact(request.a4) << " Hz\n"
         << "Scale: " << joined(key.scale(), " ") << "\n\n";
@@ -110,7 +115,7 @@ std::variant<KeyRequest, UsageError> readRequest(const ParsedArguments& argument
         return UsageError{"expected one key, got " + std::to_string(arguments.positionals.size())};
     const std::string_view name = arguments.positionals.front();
     // A name as `quorlen detect --key` prints it, or its Camelot code.
-    auto key = parseKeyName(name);
+    auto key = harmony::parseKeyName(name);
     if (!key)
         key = key::parseCamelotCode(name);
     if (!key)

@@ -13,7 +13,7 @@ std::string keyJsonMembers(const key::KeyEstimate& estimate) {
         return ",\"key\":null,\"camelot\":null,\"keyConfidence\":0,\"keyAlternatives\":[],"
                "\"tuningCents\":null,\"a4\":null";
     std::string alternatives;
-    for (const KeySelection& other : estimate.alternatives)
+    for (const harmony::KeySelection& other : estimate.alternatives)
         alternatives += (alternatives.empty() ? "" : ",") + jsonString(key::asciiKeyName(other));
     const double cents = estimate.tuningCents.value_or(0.0);
     return ",\"key\":" + jsonString(key::asciiKeyName(*estimate.key)) +

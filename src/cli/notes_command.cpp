@@ -18,14 +18,14 @@ constexpr CommandInfo kCommand{"notes", kNotesSynopsis, kNotesSummary, kOptions}
 void printJson(std::ostream& out, double a4) {
     JsonWriter json(out);
     json.beginObject().member("a4", a4).key("notes").beginArray();
-    for (int octave : NoteFrequency::octaves) {
-        for (size_t pitchClass = 0; pitchClass < NoteFrequency::names.size(); ++pitchClass) {
-            const int midi = midiNote(static_cast<int>(pitchClass), octave);
+    for (int octave : pitch::NoteFrequency::octaves) {
+        for (size_t pitchClass = 0; pitchClass < pitch::NoteFrequency::names.size(); ++pitchClass) {
+            const int midi = pitch::midiNote(static_cast<int>(pitchClass), octave);
             json.beginObject()
-                .member("name", NoteFrequency::names[pitchClass])
+                .member("name", pitch::NoteFrequency::names[pitchClass])
                 .member("octave", octave)
                 .member("midi", midi)
-                .member("hz", noteFrequencyHz(midi, a4))
+                .member("hz", pitch::noteFrequencyHz(midi, a4))
                 .endObject();
         }
     }
@@ -36,19 +36,20 @@ void printJson(std::ostream& out, double a4) {
 // Rows C … B, columns octave 0 … 8, as the frequency matrix shows them.
 void printText(std::ostream& out, double a4) {
     out << "A4 = " << text::format("%.1f", a4) << " Hz\n\n";
-    std::vector<TextTable::Align> columns(NoteFrequency::octaves.size() + 1,
+    std::vector<TextTable::Align> columns(pitch::NoteFrequency::octaves.size() + 1,
                                           TextTable::Align::Right);
     columns.front() = TextTable::Align::Left;
     TextTable table(columns);
     std::vector<std::string> header{"Note"};
-    for (int octave : NoteFrequency::octaves)
+    for (int octave : pitch::NoteFrequency::octaves)
         header.push_back(std::to_string(octave));
     table.addRow(header);
-    for (size_t pitchClass = 0; pitchClass < NoteFrequency::names.size(); ++pitchClass) {
-        std::vector<std::string> row{std::string(NoteFrequency::names[pitchClass])};
-        for (int octave : NoteFrequency::octaves)
+    for (size_t pitchClass = 0; pitchClass < pitch::NoteFrequency::names.size(); ++pitchClass) {
+        std::vector<std::string> row{std::string(pitch::NoteFrequency::names[pitchClass])};
+        for (int octave : pitch::NoteFrequency::octaves)
             row.push_back(text::format(
-                "%.1f", noteFrequencyHz(midiNote(static_cast<int>(pitchClass), octave), a4)));
+                "%.1f",
+                pitch::noteFrequencyHz(pitch::midiNote(static_cast<int>(pitchClass), octave), a4)));
         table.addRow(row);
     }
     table.print(out);

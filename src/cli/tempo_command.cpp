@@ -28,7 +28,7 @@ int click(double bpm, std::optional<int> bars, std::ostream& out, std::ostream& 
     out.flush();
     const InterruptFlag interrupt;
     ClickTrack track{
-        Euclid::stepMilliseconds(bpm, 4) / 1000.0, std::nullopt,
+        rhythm::Euclid::stepMilliseconds(bpm, 4) / 1000.0, std::nullopt,
         [](std::int64_t beat) { return beat % kBeatsPerBar == 0 ? kAccentClick : kBeatClick; }};
     if (bars)
         track.steps = std::int64_t{*bars} * kBeatsPerBar;

@@ -32,7 +32,8 @@ void printJson(std::ostream& out, const TetRequest& request) {
         .member("a4", request.a4)
         .key("steps")
         .beginArray();
-    for (const TetStep& step : tetScale(request.reference, request.divisions, request.a4)) {
+    for (const pitch::TetStep& step :
+         pitch::tetScale(request.reference, request.divisions, request.a4)) {
         json.beginObject()
             .member("index", step.index)
             .member("frequency", step.frequency)
@@ -55,7 +56,7 @@ void printText(std::ostream& out, const TetRequest& request) {
     using Align = TextTable::Align;
     TextTable table({Align::Left, Align::Right, Align::Right, Align::Right, Align::Right});
     table.addRow({"Step", "Frequency", "Ratio", "Cents", "Nearest 12-TET"});
-    for (const TetStep& step : tetScale(request.reference, n, request.a4)) {
+    for (const pitch::TetStep& step : pitch::tetScale(request.reference, n, request.a4)) {
         table.addRow({step.index == n ? "octave" : std::to_string(step.index),
                       format("%.2f Hz", step.frequency), format("×%.4f", step.ratio),
                       format("%.1f ¢", step.centsFromRoot),
@@ -68,13 +69,14 @@ std::variant<TetRequest, UsageError> readRequest(const ParsedArguments& argument
     if (arguments.positionals.size() != 1)
         return UsageError{"expected one number of divisions, got " +
                           std::to_string(arguments.positionals.size())};
-    const auto divisions = wholeNumberArgument(arguments.positionals.front(), kMinTetDivisions,
-                                               kMaxTetDivisions, "a number of divisions");
+    const auto divisions =
+        wholeNumberArgument(arguments.positionals.front(), pitch::kMinTetDivisions,
+                            pitch::kMaxTetDivisions, "a number of divisions");
     if (const auto* error = std::get_if<UsageError>(&divisions))
         return *error;
     double reference = 440;
     if (const auto text = arguments.value("--ref")) {
-        const auto read = numberArgument(*text, kTetReferenceRange, "a frequency in Hz");
+        const auto read = numberArgument(*text, pitch::kTetReferenceRange, "a frequency in Hz");
         if (const auto* error = std::get_if<UsageError>(&read))
             return *error;
         reference = std::get<double>(read);

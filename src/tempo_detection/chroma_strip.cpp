@@ -59,8 +59,8 @@ void ChromaStrip::paintEvent(QPaintEvent*) {
         painter.drawText(
             QRectF(track.left() - kGap, track.bottom(), track.width() + 2 * kGap, kLabelHeight),
             Qt::AlignCenter,
-            QString::fromLatin1(NoteFrequency::names[c].data(),
-                                qsizetype(NoteFrequency::names[c].size())));
+            QString::fromLatin1(pitch::NoteFrequency::names[c].data(),
+                                qsizetype(pitch::NoteFrequency::names[c].size())));
     }
 }
 

@@ -423,7 +423,7 @@ void TempoDetectPanel::refreshKey(const TempoDetectModel::Detection& d) {
                                      QString::fromLatin1(key::kNoKeyText));
         return;
     }
-    const KeySelection& k = *estimate.key;
+    const harmony::KeySelection& k = *estimate.key;
     const QString name = QString::fromUtf8(k.shortName().data(), qsizetype(k.shortName().size()));
     m_keyName->setValue(name, QString::fromStdString(key::asciiKeyName(k)));
     m_keyName->setAccessibleName(QStringLiteral("Detected key ") +
@@ -489,10 +489,10 @@ void TempoDetectPanel::useDetectedA4() {
     const auto& result = m_model.result();
     if (!result || !result->key || !result->key->tuningCents)
         return;
-    const double a4 =
-        std::clamp(key::shownA4(*result->key->tuningCents), kA4Range.min, kA4Range.max);
+    const double a4 = std::clamp(key::shownA4(*result->key->tuningCents), pitch::kA4Range.min,
+                                 pitch::kA4Range.max);
     m_state.setA4(a4);
-    m_state.setA4Text(QString::fromStdString(a4FieldText(a4)));
+    m_state.setA4Text(QString::fromStdString(pitch::a4FieldText(a4)));
 }
 
 } // namespace quorlen

@@ -150,7 +150,7 @@ TEST(FifthsSelection, IsRememberedBesideTheWindowStateAcrossToolSwitches) {
     view.selectTool(CalculatorTool::frequency);
     view.selectTool(CalculatorTool::harmony);
     ASSERT_TRUE(fifthsView(view));
-    EXPECT_EQ(fifthsView(view)->selection(), (KeySelection{4, true}));
+    EXPECT_EQ(fifthsView(view)->selection(), (harmony::KeySelection{4, true}));
 
     // A stored index out of range is wrapped onto the circle.
     for (const auto& [stored, shown] : {std::pair{14, 2}, {-1, 11}, {7, 7}}) {

@@ -149,7 +149,7 @@ TEST(KeyWheelAccess, SegmentsAreNamedChoicesAndTheArrowsPickKeys) {
     EXPECT_EQ(accessible->child(0)->text(QAccessible::Name), "C major");
     EXPECT_EQ(accessible->child(12 + 3)->text(QAccessible::Name), "F♯ minor");
     accessible->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    EXPECT_EQ(wheel->selection(), (KeySelection{2, false})) << "D";
+    EXPECT_EQ(wheel->selection(), (harmony::KeySelection{2, false})) << "D";
     EXPECT_TRUE(accessible->child(2)->state().checked);
 
     // The keyboard starts from the selected key.
@@ -157,7 +157,7 @@ TEST(KeyWheelAccess, SegmentsAreNamedChoicesAndTheArrowsPickKeys) {
     QTest::keyClick(wheel, Qt::Key_Right);
     QTest::keyClick(wheel, Qt::Key_Down);
     QTest::keyClick(wheel, Qt::Key_Space);
-    EXPECT_EQ(wheel->selection(), (KeySelection{3, true})) << "F♯m";
+    EXPECT_EQ(wheel->selection(), (harmony::KeySelection{3, true})) << "F♯m";
     EXPECT_TRUE(accessible->child(12 + 3)->state().checked);
     EXPECT_FALSE(accessible->child(2)->state().checked);
 }

@@ -186,7 +186,7 @@ TEST(DetectKey, AddsKeyCamelotConfidenceAlternativesAndTuning) {
     EXPECT_GT((*keyed)["keyConfidence"].toDouble(-1), 0.5);
     EXPECT_EQ((*keyed)["keyAlternatives"].toArray().size(), 3);
     for (const auto& other : (*keyed)["keyAlternatives"].toArray())
-        EXPECT_TRUE(parseKeyName(other.toString().toStdString())) << "a name `key` reads";
+        EXPECT_TRUE(harmony::parseKeyName(other.toString().toStdString())) << "a name `key` reads";
     const double cents = (*keyed)["tuningCents"].toDouble();
     EXPECT_NEAR(cents, 25.0, 3.0);
     EXPECT_DOUBLE_EQ(cents * 10, std::round(cents * 10)) << "one decimal";

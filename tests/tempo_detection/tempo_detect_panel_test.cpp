@@ -200,7 +200,7 @@ TEST_F(Window, TheKeyAndTuningShowCopyAndGoToTheWheelAndA4) {
     content.showTool(CalculatorTool::harmony);
     auto* wheel = qobject_cast<CircleOfFifthsView*>(content.toolView());
     ASSERT_NE(wheel, nullptr);
-    EXPECT_EQ(wheel->selection(), (KeySelection{3, true})) << "F♯m on the inner ring";
+    EXPECT_EQ(wheel->selection(), (harmony::KeySelection{3, true})) << "F♯m on the inner ring";
 }
 
 TEST_F(Window, DrumsShowThatThereIsNoKey) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-namespace quorlen::CircleOfFifths {
+namespace quorlen::harmony::CircleOfFifths {
 
 std::string signatureText(int accidentals) {
     if (accidentals == 0)
@@ -19,9 +19,9 @@ std::vector<std::string_view> signatureNotes(int accidentals) {
 
 int wrappedIndex(int index) { return ((index % kKeyCount) + kKeyCount) % kKeyCount; }
 
-} // namespace quorlen::CircleOfFifths
+} // namespace quorlen::harmony::CircleOfFifths
 
-namespace quorlen {
+namespace quorlen::harmony {
 
 std::string clipboardSpelling(std::string_view text) {
     static constexpr std::string_view kSharp = "♯";
@@ -42,4 +42,4 @@ std::string clipboardSpelling(std::string_view text) {
     return spelled;
 }
 
-} // namespace quorlen
+} // namespace quorlen::harmony

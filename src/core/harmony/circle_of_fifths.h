@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace quorlen {
+namespace quorlen::harmony {
 
 // One position of the circle of fifths: a major key and its relative minor,
 // which share a signature.
@@ -74,4 +74,4 @@ int wrappedIndex(int index);
 // stays as it is.
 std::string clipboardSpelling(std::string_view text);
 
-} // namespace quorlen
+} // namespace quorlen::harmony

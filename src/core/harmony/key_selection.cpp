@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-namespace quorlen {
+namespace quorlen::harmony {
 namespace {
 
 struct ModeTable {
@@ -125,4 +125,4 @@ std::optional<KeySelection> parseKeyName(std::string_view text) {
     return KeySelection{(fromC * 7) % 12, minor};
 }
 
-} // namespace quorlen
+} // namespace quorlen::harmony

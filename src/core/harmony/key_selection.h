@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace quorlen {
+namespace quorlen::harmony {
 
 using TriadQuality = synth::TriadQuality;
 
@@ -55,4 +55,4 @@ struct KeySelection {
 // the slot with the same tonic pitch class. Nothing for anything else.
 std::optional<KeySelection> parseKeyName(std::string_view text);
 
-} // namespace quorlen
+} // namespace quorlen::harmony

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace quorlen {
+namespace quorlen::harmony {
 namespace {
 
 const std::vector<ProgressionPreset> kMajorPresets = {
@@ -43,4 +43,4 @@ std::string progressionTempoNote(double bpm) {
     return text::format("%.0f", std::trunc(bpm)) + " BPM · 2 beats/chord";
 }
 
-} // namespace quorlen
+} // namespace quorlen::harmony

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace quorlen {
+namespace quorlen::harmony {
 
 // A ready-made loop of scale degrees (0 = tonic) for one mode.
 struct ProgressionPreset {
@@ -30,4 +30,4 @@ int nextProgressionStep(std::optional<int> playingStep, int count);
 // "120 BPM · 2 beats/chord": the tempo truncated toward zero.
 std::string progressionTempoNote(double bpm);
 
-} // namespace quorlen
+} // namespace quorlen::harmony

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace quorlen::wheel {
+namespace quorlen::harmony::wheel {
 namespace {
 
 constexpr double kRadPerDeg = std::numbers::pi / 180.0;
@@ -76,4 +76,4 @@ SegmentFill segmentFill(SegmentID segment, KeySelection selected,
     return SegmentFill::neutral;
 }
 
-} // namespace quorlen::wheel
+} // namespace quorlen::harmony::wheel

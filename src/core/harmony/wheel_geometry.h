@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace quorlen::wheel {
+namespace quorlen::harmony::wheel {
 
 // The circle-of-fifths wheel in a square of side 2R: the major keys on an
 // outer ring, their relative minors on an inner ring, a badge in the
@@ -71,4 +71,4 @@ enum class SegmentFill { selected, related, hovered, neutral };
 
 SegmentFill segmentFill(SegmentID segment, KeySelection selected, std::optional<SegmentID> hovered);
 
-} // namespace quorlen::wheel
+} // namespace quorlen::harmony::wheel

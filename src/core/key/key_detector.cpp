@@ -51,7 +51,7 @@ PitchClasses scaledToLargest(PitchClasses values) {
 
 // The profiles the score leans on, each scaled to a largest entry of 1 and
 // weighted as the model weights its correlation, turned to `key`.
-PitchClasses expectedProfile(const KeySelection& key) {
+PitchClasses expectedProfile(const harmony::KeySelection& key) {
     const SpreadProfiles& p = spreadProfiles();
     const PitchClasses* profiles[] = {&modeOf(p.krumhansl, key.isMinor),
                                       &modeOf(p.temperley, key.isMinor),
@@ -67,7 +67,8 @@ PitchClasses expectedProfile(const KeySelection& key) {
 
 } // namespace
 
-std::array<double, kKeyFeatureCount> keyFeatures(const Chroma& chroma, const KeySelection& key) {
+std::array<double, kKeyFeatureCount> keyFeatures(const Chroma& chroma,
+                                                 const harmony::KeySelection& key) {
     const SpreadProfiles& p = spreadProfiles();
     const int tonic = key.tonicPitchClass();
     const bool minor = key.isMinor;
@@ -84,7 +85,7 @@ std::array<KeyChance, 24> rankKeys(const Chroma& chroma) {
     std::array<KeyChance, 24> chances;
     std::array<double, 24> scores{};
     for (size_t i = 0; i < 24; ++i) {
-        const KeySelection key{static_cast<int>(i % 12), i >= 12};
+        const harmony::KeySelection key{static_cast<int>(i % 12), i >= 12};
         const auto features = keyFeatures(chroma, key);
         double score = 0.0;
         for (size_t f = 0; f < kKeyFeatureCount; ++f)

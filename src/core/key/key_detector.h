@@ -25,12 +25,12 @@ struct KeyEstimate {
     // Nothing when the file holds no tonal content (drums alone, noise,
     // silence); then the confidence is 0, there are no alternatives, no
     // tuning, and the profile is all zeros.
-    std::optional<KeySelection> key;
-    double confidence = 0.0;                // the model's probability of `key`, 0 ... 1
-    std::vector<KeySelection> alternatives; // up to 3, most likely first
-    std::optional<double> tuningCents;      // -50 ... 50, A4 = 440 × 2^(cents / 1200)
-    PitchClasses chroma{};                  // C ... B, largest 1
-    PitchClasses profile{};                 // what `key` leads to expect, C ... B, largest 1
+    std::optional<harmony::KeySelection> key;
+    double confidence = 0.0;                         // the model's probability of `key`, 0 ... 1
+    std::vector<harmony::KeySelection> alternatives; // up to 3, most likely first
+    std::optional<double> tuningCents;               // -50 ... 50, A4 = 440 × 2^(cents / 1200)
+    PitchClasses chroma{};                           // C ... B, largest 1
+    PitchClasses profile{}; // what `key` leads to expect, C ... B, largest 1
 
     bool operator==(const KeyEstimate&) const = default;
 };
@@ -41,12 +41,13 @@ inline constexpr size_t kKeyAlternatives = 3;
 // the three literature profiles spread over their harmonics, the same of
 // the bass chroma with the Krumhansl-Kessler one, and 1 for a minor key.
 inline constexpr size_t kKeyFeatureCount = 5;
-std::array<double, kKeyFeatureCount> keyFeatures(const Chroma& chroma, const KeySelection& key);
+std::array<double, kKeyFeatureCount> keyFeatures(const Chroma& chroma,
+                                                 const harmony::KeySelection& key);
 
 // Scores of all 24 keys as probabilities (a softmax of the model's linear
 // score), most likely first; keys that tie keep circle order, majors first.
 struct KeyChance {
-    KeySelection key;
+    harmony::KeySelection key;
     double probability = 0.0;
 };
 std::array<KeyChance, 24> rankKeys(const Chroma& chroma);

@@ -3,6 +3,10 @@
 #include <charconv>
 
 namespace quorlen::key {
+
+using harmony::clipboardSpelling;
+using harmony::KeySelection;
+
 namespace {
 
 // C major sits at position 0 of the circle and at 8 on the Camelot wheel.
@@ -20,7 +24,8 @@ KeySelection keyWithTonic(int pitchClass, bool minor) {
 std::string asciiKeyName(const KeySelection& key) { return clipboardSpelling(key.shortName()); }
 
 std::string camelotCode(const KeySelection& key) {
-    const int number = (CircleOfFifths::wrappedIndex(key.index) + kCamelotOfC - 1) % 12 + 1;
+    const int number =
+        (harmony::CircleOfFifths::wrappedIndex(key.index) + kCamelotOfC - 1) % 12 + 1;
     return std::to_string(number) + (key.isMinor ? "A" : "B");
 }
 

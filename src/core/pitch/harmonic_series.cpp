@@ -2,7 +2,7 @@
 
 #include "pitch/note_names.h"
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 std::vector<Harmonic> harmonicSeries(double fundamental, double a4, int count) {
     std::vector<Harmonic> harmonics;
@@ -19,4 +19,4 @@ double overtoneFundamentalHz(int pitchClass, int octave, double a4) {
     return noteFrequencyHz(midiNote(pitchClass, octave), a4);
 }
 
-} // namespace quorlen
+} // namespace quorlen::pitch

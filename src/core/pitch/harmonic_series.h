@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 struct Harmonic {
     int number;           // n, 1 … count
@@ -19,4 +19,4 @@ std::vector<Harmonic> harmonicSeries(double fundamental, double a4, int count);
 // A1 is 55 Hz when A4 is 440 Hz.
 double overtoneFundamentalHz(int pitchClass, int octave, double a4);
 
-} // namespace quorlen
+} // namespace quorlen::pitch

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 double noteFrequencyHz(int midi, double a4Hz) { return a4Hz * std::pow(2.0, (midi - 69) / 12.0); }
 
@@ -19,9 +19,9 @@ NearestNote nearestNote(double frequencyHz, double a4Hz) {
             (m - rounded) * 100.0};
 }
 
-} // namespace quorlen
+} // namespace quorlen::pitch
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 CentsBand centsBand(double cents) {
     const double distance = std::abs(cents);
@@ -32,9 +32,9 @@ CentsBand centsBand(double cents) {
     return CentsBand::farOff;
 }
 
-} // namespace quorlen
+} // namespace quorlen::pitch
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 std::optional<PitchName> parsePitchName(std::string_view text) {
     static constexpr int kNaturals[] = {9, 11, 0, 2, 4, 5, 7}; // A B C D E F G
@@ -60,4 +60,4 @@ std::optional<PitchName> parsePitchName(std::string_view text) {
     return PitchName{((midi % 12) + 12) % 12, midi / 12 - 1};
 }
 
-} // namespace quorlen
+} // namespace quorlen::pitch

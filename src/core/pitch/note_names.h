@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 // The twelve pitch classes (C = 0 … B = 11, sharps written "#") and the nine
 // octaves of scientific pitch notation, in which C4 is middle C.
@@ -32,18 +32,18 @@ struct NearestNote {
 // names the note and its remainder gives the cents.
 NearestNote nearestNote(double frequencyHz, double a4Hz);
 
-} // namespace quorlen
+} // namespace quorlen::pitch
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 // How far off the 12-TET grid a pitch sounds: below 5 cents in tune, below
 // 20 noticeable, otherwise far off. The tools colour these green, amber, red.
 enum class CentsBand { inTune, noticeable, farOff };
 CentsBand centsBand(double cents);
 
-} // namespace quorlen
+} // namespace quorlen::pitch
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 struct PitchName {
     int pitchClass; // 0 = C … 11 = B
@@ -54,4 +54,4 @@ struct PitchName {
 // "b", and an octave number. Nothing for anything else.
 std::optional<PitchName> parsePitchName(std::string_view text);
 
-} // namespace quorlen
+} // namespace quorlen::pitch

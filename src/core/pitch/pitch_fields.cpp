@@ -2,7 +2,7 @@
 
 #include "text/number_format.h"
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 std::string a4FieldText(double a4Hz) { return text::compact(a4Hz); }
 
@@ -11,4 +11,4 @@ std::string tetReferenceFieldText(double referenceHz) {
                         referenceHz);
 }
 
-} // namespace quorlen
+} // namespace quorlen::pitch

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 // What the pitch tools' typed fields accept, and how they show a value.
 inline constexpr text::NumberRange kA4Range{400, 480};
@@ -18,4 +18,4 @@ std::string a4FieldText(double a4Hz);
 // 440 -> "440", 261.63 -> "261.63".
 std::string tetReferenceFieldText(double referenceHz);
 
-} // namespace quorlen
+} // namespace quorlen::pitch

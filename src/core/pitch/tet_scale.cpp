@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 std::vector<TetStep> tetScale(double reference, int divisions, double a4) {
     std::vector<TetStep> steps;
@@ -19,4 +19,4 @@ std::vector<TetStep> tetScale(double reference, int divisions, double a4) {
     return steps;
 }
 
-} // namespace quorlen
+} // namespace quorlen::pitch

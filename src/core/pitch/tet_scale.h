@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace quorlen {
+namespace quorlen::pitch {
 
 // One step k of an equal division of the octave.
 struct TetStep {
@@ -19,4 +19,4 @@ struct TetStep {
 // `divisions` must be at least 1.
 std::vector<TetStep> tetScale(double reference, int divisions, double a4);
 
-} // namespace quorlen
+} // namespace quorlen::pitch

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 
 std::vector<bool> pattern(int pulses, int steps, int rotation) {
     if (steps <= 0)
@@ -42,4 +42,4 @@ Inputs withSteps(Inputs inputs, int steps) {
             std::min(inputs.rotation, std::max(steps - 1, 0))};
 }
 
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

@@ -4,7 +4,7 @@
 #include <vector>
 
 // Euclidean rhythms: k hits spread as evenly as possible over n steps.
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 
 // n booleans (true = hit), step 0 first. Pulses are clamped to 0...n;
 // rotation wraps modulo n (negative counts backwards) and moves every hit
@@ -32,4 +32,4 @@ struct Inputs {
 // the steps, and rotation stays below them (0 for a single step).
 Inputs withSteps(Inputs inputs, int steps);
 
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 
 double stepMilliseconds(double bpm, int note) {
     using tempo::kControlBpmRange;
@@ -16,4 +16,4 @@ double cycleMilliseconds(double bpm, int note, int steps) {
     return stepMilliseconds(bpm, note) * steps;
 }
 
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

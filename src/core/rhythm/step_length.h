@@ -1,6 +1,6 @@
 #pragma once
 
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 
 // One step of the pattern in ms for a note value of 1/`note` (4, 8 or 16):
 // beat × 4 / note, with beat = 60000 / min(bpm, 400) ms, or 3000 ms at or
@@ -10,4 +10,4 @@ double stepMilliseconds(double bpm, int note);
 // The whole cycle of `steps` steps, in ms.
 double cycleMilliseconds(double bpm, int note, int steps);
 
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

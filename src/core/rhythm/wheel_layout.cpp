@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 
 double wheelRadius(double width, double height) {
     return std::min(width, height) / 2 - kWheelMargin;
@@ -51,4 +51,4 @@ std::vector<Point> hitPolygon(const std::vector<bool>& pattern, Point center, do
     return corners;
 }
 
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

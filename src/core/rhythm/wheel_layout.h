@@ -4,7 +4,7 @@
 #include <vector>
 
 // Where the Euclidean wheel puts its steps, in points with y pointing down.
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 
 struct Point {
     double x;
@@ -46,4 +46,4 @@ std::vector<StepDot> stepDots(const std::vector<bool>& pattern, std::optional<in
 // than two hits, which draw no polygon.
 std::vector<Point> hitPolygon(const std::vector<bool>& pattern, Point center, double radius);
 
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

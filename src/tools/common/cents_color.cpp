@@ -5,12 +5,12 @@
 namespace quorlen {
 
 QColor centsColor(double cents) {
-    switch (centsBand(cents)) {
-    case CentsBand::inTune:
+    switch (pitch::centsBand(cents)) {
+    case pitch::CentsBand::inTune:
         return QuorlenTheme::fern();
-    case CentsBand::noticeable:
+    case pitch::CentsBand::noticeable:
         return QuorlenTheme::saffron();
-    case CentsBand::farOff:
+    case pitch::CentsBand::farOff:
         break;
     }
     return QuorlenTheme::lacquer();

@@ -23,7 +23,7 @@ void EuclidPlayback::start() {
     m_state->setEuclidPlaying(true);
     m_state->setEuclidStep(0);
     const double stepSeconds =
-        Euclid::stepMilliseconds(m_state->bpm(), m_state->euclidNote()) / 1000.0;
+        rhythm::Euclid::stepMilliseconds(m_state->bpm(), m_state->euclidNote()) / 1000.0;
     m_steps->start(
         stepSeconds,
         [this](std::int64_t step, std::int64_t dueFrame) {
@@ -68,8 +68,8 @@ void EuclidPlayback::tick(int step) { tick(step, Synthesiser::kAsap); }
 void EuclidPlayback::tick(int step, std::int64_t dueFrame) {
     if (!m_state)
         return;
-    const std::vector<bool> pattern =
-        Euclid::pattern(m_state->euclidPulses(), m_state->euclidSteps(), m_state->euclidRotation());
+    const std::vector<bool> pattern = rhythm::Euclid::pattern(
+        m_state->euclidPulses(), m_state->euclidSteps(), m_state->euclidRotation());
     if (step < 0 || step >= static_cast<int>(pattern.size()))
         return;
     if (pattern[static_cast<size_t>(step)])

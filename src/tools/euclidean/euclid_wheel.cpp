@@ -10,12 +10,21 @@
 #include <algorithm>
 
 namespace quorlen {
+
+using rhythm::Euclid::hitPolygon;
+using rhythm::Euclid::kCurrentRingGap;
+using rhythm::Euclid::kWheelSide;
+using rhythm::Euclid::Point;
+using rhythm::Euclid::StepDot;
+using rhythm::Euclid::stepDots;
+using rhythm::Euclid::wheelRadius;
+
 namespace {
 
 constexpr int kMinimumSide = 240;
 constexpr double kBadgeDiameter = 132;
 
-QPointF toQt(Euclid::Point point) { return {point.x, point.y}; }
+QPointF toQt(Point point) { return {point.x, point.y}; }
 
 } // namespace
 
@@ -41,11 +50,11 @@ void EuclidWheel::setContent(const std::vector<bool>& pattern, std::optional<int
 }
 
 int EuclidWheel::heightForWidth(int width) const {
-    return std::clamp(width, kMinimumSide, static_cast<int>(Euclid::kWheelSide));
+    return std::clamp(width, kMinimumSide, static_cast<int>(kWheelSide));
 }
 
 QSize EuclidWheel::sizeHint() const {
-    const int side = static_cast<int>(Euclid::kWheelSide);
+    const int side = static_cast<int>(kWheelSide);
     return {side, side};
 }
 
@@ -59,18 +68,18 @@ void EuclidWheel::paintEvent(QPaintEvent*) {
     const QColor guide = dark ? withOpacity(Qt::white, 0.13) : withOpacity(Qt::black, 0.08);
     const QColor restFill = withOpacity(Qt::white, dark ? 0.045 : 0.58);
 
-    const double side = std::min({double(width()), double(height()), Euclid::kWheelSide});
-    const Euclid::Point center{width() / 2.0, height() / 2.0};
-    const double radius = Euclid::wheelRadius(side, side);
+    const double side = std::min({double(width()), double(height()), kWheelSide});
+    const Point center{width() / 2.0, height() / 2.0};
+    const double radius = wheelRadius(side, side);
 
     painter.setPen(QPen(guide, 1));
     painter.setBrush(Qt::NoBrush);
     painter.drawEllipse(toQt(center), radius, radius);
 
-    const auto corners = Euclid::hitPolygon(m_pattern, center, radius);
+    const auto corners = hitPolygon(m_pattern, center, radius);
     if (!corners.empty()) {
         QPolygonF polygon;
-        for (const Euclid::Point& corner : corners)
+        for (const Point& corner : corners)
             polygon << toQt(corner);
         painter.setPen(
             QPen(withOpacity(m_accent, 0.45), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
@@ -78,13 +87,13 @@ void EuclidWheel::paintEvent(QPaintEvent*) {
         painter.drawPolygon(polygon);
     }
 
-    for (const Euclid::StepDot& dot : Euclid::stepDots(m_pattern, m_currentStep, center, radius)) {
+    for (const StepDot& dot : stepDots(m_pattern, m_currentStep, center, radius)) {
         const double half = dot.diameter / 2;
         painter.setPen(QPen(guide, 1));
         painter.setBrush(dot.hit ? m_accent : restFill);
         painter.drawEllipse(toQt(dot.center), half, half);
         if (dot.current) {
-            const double ring = half + Euclid::kCurrentRingGap;
+            const double ring = half + kCurrentRingGap;
             painter.setPen(QPen(QuorlenTheme::saffron(), 3));
             painter.setBrush(Qt::NoBrush);
             painter.drawEllipse(toQt(dot.center), ring, ring);

@@ -65,17 +65,18 @@ EuclideanRhythmView::EuclideanRhythmView(CalculatorState& state, const QColor& a
 EuclideanRhythmView::~EuclideanRhythmView() { m_playback->stop(); }
 
 std::vector<bool> EuclideanRhythmView::pattern() const {
-    return Euclid::pattern(m_state.euclidPulses(), m_state.euclidSteps(), m_state.euclidRotation());
+    return rhythm::Euclid::pattern(m_state.euclidPulses(), m_state.euclidSteps(),
+                                   m_state.euclidRotation());
 }
 
 double EuclideanRhythmView::stepMilliseconds() const {
-    return Euclid::stepMilliseconds(m_state.bpm(), m_state.euclidNote());
+    return rhythm::Euclid::stepMilliseconds(m_state.bpm(), m_state.euclidNote());
 }
 
 void EuclideanRhythmView::keepInputsConsistent() {
-    const Euclid::Inputs inputs =
-        Euclid::withSteps({m_state.euclidSteps(), m_state.euclidPulses(), m_state.euclidRotation()},
-                          m_state.euclidSteps());
+    const rhythm::Euclid::Inputs inputs = rhythm::Euclid::withSteps(
+        {m_state.euclidSteps(), m_state.euclidPulses(), m_state.euclidRotation()},
+        m_state.euclidSteps());
     m_state.setEuclidPulses(inputs.pulses);
     m_state.setEuclidRotation(inputs.rotation);
 }

@@ -23,7 +23,7 @@ public:
                         QWidget* parent = nullptr);
     ~EuclideanRhythmView() override;
 
-    // Euclid::pattern of the state's pulses, steps and rotation.
+    // rhythm::Euclid::pattern of the state's pulses, steps and rotation.
     std::vector<bool> pattern() const;
     // One step in ms at the state's tempo and note value.
     double stepMilliseconds() const;

@@ -96,7 +96,8 @@ void ChordTile::paintEvent(QPaintEvent*) {
 QMenu* ChordTile::createContextMenu(QWidget* parent) {
     if (!m_copyMenu)
         return nullptr;
-    const QString spelled = QString::fromStdString(clipboardSpelling(m_name.toStdString()));
+    const QString spelled =
+        QString::fromStdString(harmony::clipboardSpelling(m_name.toStdString()));
     auto* menu = new QMenu(parent);
     menu->addAction(QStringLiteral("Copy ") + spelled, menu, [spelled] {
         QClipboard* clipboard = QGuiApplication::clipboard();

@@ -15,6 +15,14 @@
 #include <QHBoxLayout>
 
 namespace quorlen {
+
+using harmony::clipboardSpelling;
+using harmony::KeySelection;
+using harmony::KeySlot;
+using harmony::nextProgressionStep;
+using harmony::progressionStepSeconds;
+using harmony::TriadQuality;
+
 namespace {
 
 QString spelled(std::string_view text) { return QString::fromStdString(clipboardSpelling(text)); }
@@ -26,7 +34,8 @@ CircleOfFifthsView::CircleOfFifthsView(CalculatorState& state, const QColor& acc
                                        QWidget* parent)
     : ToolScreen(QStringLiteral("Harmony"), QStringLiteral("Circle of Fifths"),
                  QStringLiteral("smallcircle.filled.circle"), accent, parent),
-      m_state(state), m_selection{CircleOfFifths::wrappedIndex(selection.index), selection.isMinor},
+      m_state(state), m_selection{harmony::CircleOfFifths::wrappedIndex(selection.index),
+                                  selection.isMinor},
       m_synthesiser(synthesiser), m_steps(new StepTimer(synthesiser, this)) {
     auto* wheelPanel =
         new PremiumPanel(QStringLiteral("Key Wheel"), QStringLiteral("dial.medium"), accent, this);
@@ -93,7 +102,7 @@ bool CircleOfFifthsView::isTimerRunning() const { return m_steps->isRunning(); }
 double CircleOfFifthsView::stepSeconds() const { return m_steps->stepSeconds(); }
 
 void CircleOfFifthsView::selectKey(int index, bool minor) {
-    const KeySelection selection{CircleOfFifths::wrappedIndex(index), minor};
+    const KeySelection selection{harmony::CircleOfFifths::wrappedIndex(index), minor};
     if (selection != m_selection) {
         m_selection = selection;
         showSelection();
@@ -103,7 +112,7 @@ void CircleOfFifthsView::selectKey(int index, bool minor) {
 }
 
 void CircleOfFifthsView::playTonic(int index, bool minor) {
-    const KeySelection key{CircleOfFifths::wrappedIndex(index), minor};
+    const KeySelection key{harmony::CircleOfFifths::wrappedIndex(index), minor};
     m_synthesiser.playTriad(key.rootFrequency(0, m_state.a4()),
                             minor ? TriadQuality::minor : TriadQuality::major);
 }
@@ -190,7 +199,7 @@ void CircleOfFifthsView::clearProgression() {
 void CircleOfFifthsView::showSelection() {
     const KeySlot& slot = m_selection.slot();
     const std::string_view name = m_selection.shortName();
-    const std::string signature = CircleOfFifths::signatureText(slot.accidentals);
+    const std::string signature = harmony::CircleOfFifths::signatureText(slot.accidentals);
     const std::string_view relative = m_selection.relative().shortName();
     header()->setMetrics({
         {QStringLiteral("Key"), qs(name), accent(), spelled(name)},

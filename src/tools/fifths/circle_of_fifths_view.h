@@ -23,11 +23,12 @@ class CircleOfFifthsView : public ToolScreen {
     Q_OBJECT
 public:
     // `selection` is the key the window had selected when it was last shown.
-    CircleOfFifthsView(CalculatorState& state, const QColor& accent, KeySelection selection,
-                       Synthesiser& synthesiser, QWidget* parent = nullptr);
+    CircleOfFifthsView(CalculatorState& state, const QColor& accent,
+                       harmony::KeySelection selection, Synthesiser& synthesiser,
+                       QWidget* parent = nullptr);
     ~CircleOfFifthsView() override;
 
-    KeySelection selection() const { return m_selection; }
+    harmony::KeySelection selection() const { return m_selection; }
     FifthsWheel* wheel() const { return m_wheel; }
     KeyDetailPanel* details() const { return m_details; }
     ProgressionPanel* progressionPanel() const { return m_progression; }
@@ -60,7 +61,7 @@ private:
     void showProgression();
 
     CalculatorState& m_state;
-    KeySelection m_selection;
+    harmony::KeySelection m_selection;
     FifthsWheel* m_wheel;
     KeyDetailPanel* m_details;
     ProgressionPanel* m_progression;

@@ -13,11 +13,17 @@
 #include <algorithm>
 
 namespace quorlen {
-namespace {
 
-using wheel::Ring;
-using wheel::SegmentFill;
-using wheel::SegmentID;
+using harmony::KeySelection;
+using harmony::KeySlot;
+using harmony::wheel::ArcSpan;
+using harmony::wheel::Point;
+using harmony::wheel::Ring;
+using harmony::wheel::RingBand;
+using harmony::wheel::SegmentFill;
+using harmony::wheel::SegmentID;
+
+namespace {
 
 constexpr Ring kRings[] = {Ring::major, Ring::minor};
 
@@ -35,7 +41,7 @@ QColor mix(const QColor& a, const QColor& b, double t) {
                             static_cast<float>(lerp(a.alphaF(), b.alphaF())));
 }
 
-QPointF toQt(wheel::Point p) { return {p.x, p.y}; }
+QPointF toQt(Point p) { return {p.x, p.y}; }
 
 } // namespace
 
@@ -71,14 +77,14 @@ void FifthsWheel::setSelection(KeySelection selection) {
 
 QColor FifthsWheel::fillColor(int index, bool isMinorRing, std::optional<SegmentID> hover) const {
     const SegmentID segment{isMinorRing ? Ring::minor : Ring::major, index};
-    return fillFor(wheel::segmentFill(segment, m_selection, hover));
+    return fillFor(harmony::wheel::segmentFill(segment, m_selection, hover));
 }
 
 QPointF FifthsWheel::segmentCentre(int index, bool isMinorRing) const {
-    const wheel::RingBand& band = wheel::band(isMinorRing ? Ring::minor : Ring::major);
+    const RingBand& band = harmony::wheel::band(isMinorRing ? Ring::minor : Ring::major);
     const double middle = (band.innerRatio + band.outerRatio) / 2 * radius();
-    return toQt(
-        wheel::polarPoint({width() / 2.0, height() / 2.0}, middle, wheel::centreDeg(index)));
+    return toQt(harmony::wheel::polarPoint({width() / 2.0, height() / 2.0}, middle,
+                                           harmony::wheel::centreDeg(index)));
 }
 
 QColor FifthsWheel::fillFor(SegmentFill fill) const {
@@ -109,7 +115,7 @@ void FifthsWheel::retarget(int durationMs) {
         for (int i = 0; i < 12; ++i) {
             const SegmentID segment{ring, i};
             Transition& t = m_transitions[slotOf(segment)];
-            const SegmentFill target = wheel::segmentFill(segment, m_selection, m_hovered);
+            const SegmentFill target = harmony::wheel::segmentFill(segment, m_selection, m_hovered);
             if (target == t.to)
                 continue;
             t.from = easedFill(t, now);
@@ -169,16 +175,16 @@ void FifthsWheel::paintEvent(QPaintEvent*) {
 QPainterPath FifthsWheel::segmentPath(SegmentID segment) const {
     const double r = radius();
     const QPointF c(width() / 2.0, height() / 2.0);
-    const wheel::RingBand& band = wheel::band(segment.ring);
-    const wheel::ArcSpan span = wheel::segmentSpan(segment.index);
+    const RingBand& band = harmony::wheel::band(segment.ring);
+    const ArcSpan span = harmony::wheel::segmentSpan(segment.index);
     const double outer = band.outerRatio * r;
     const double inner = band.innerRatio * r;
     // Qt's arcs count degrees counter-clockwise; screen angles run clockwise.
     QPainterPath path;
-    path.moveTo(toQt(wheel::polarPoint({c.x(), c.y()}, outer, span.startDeg)));
+    path.moveTo(toQt(harmony::wheel::polarPoint({c.x(), c.y()}, outer, span.startDeg)));
     path.arcTo(QRectF(c.x() - outer, c.y() - outer, 2 * outer, 2 * outer), -span.startDeg,
                -(span.endDeg - span.startDeg));
-    path.lineTo(toQt(wheel::polarPoint({c.x(), c.y()}, inner, span.endDeg)));
+    path.lineTo(toQt(harmony::wheel::polarPoint({c.x(), c.y()}, inner, span.endDeg)));
     path.arcTo(QRectF(c.x() - inner, c.y() - inner, 2 * inner, 2 * inner), -span.endDeg,
                span.endDeg - span.startDeg);
     path.closeSubpath();
@@ -193,9 +199,9 @@ void FifthsWheel::paintSegment(QPainter& painter, SegmentID segment, QColor fill
 
 void FifthsWheel::paintLabel(QPainter& painter, SegmentID segment) const {
     const SchemeColors colors = currentColors();
-    const KeySlot& slot = CircleOfFifths::slotAt(segment.index);
+    const KeySlot& slot = harmony::CircleOfFifths::slotAt(segment.index);
     const bool selected =
-        wheel::segmentFill(segment, m_selection, std::nullopt) == SegmentFill::selected;
+        harmony::wheel::segmentFill(segment, m_selection, std::nullopt) == SegmentFill::selected;
     const QPointF centre = segmentCentre(segment.index, segment.ring == Ring::minor);
     const QColor porcelain = QuorlenTheme::porcelain();
 
@@ -213,8 +219,9 @@ void FifthsWheel::paintLabel(QPainter& painter, SegmentID segment) const {
     painter.setFont(monoFont(10, QFont::Medium));
     painter.setPen(selected ? withOpacity(porcelain, 0.78)
                             : withOpacity(colors.secondaryText, 0.7));
-    painter.drawText(QRectF(centre.x() - 40, centre.y() + 5, 80, 14), Qt::AlignCenter,
-                     QString::fromStdString(CircleOfFifths::signatureText(slot.accidentals)));
+    painter.drawText(
+        QRectF(centre.x() - 40, centre.y() + 5, 80, 14), Qt::AlignCenter,
+        QString::fromStdString(harmony::CircleOfFifths::signatureText(slot.accidentals)));
 }
 
 void FifthsWheel::paintBadge(QPainter& painter) const {
@@ -241,14 +248,14 @@ void FifthsWheel::paintBadge(QPainter& painter) const {
                      m_selection.isMinor ? QStringLiteral("minor") : QStringLiteral("major"));
     painter.setFont(monoFont(12, QFont::DemiBold));
     painter.setPen(textInk(m_accent, currentScheme()));
-    painter.drawText(
-        QRectF(circle.left(), c.y() + 18, kBadgeDiameter, 16), Qt::AlignCenter,
-        QString::fromStdString(CircleOfFifths::signatureText(m_selection.slot().accidentals)));
+    painter.drawText(QRectF(circle.left(), c.y() + 18, kBadgeDiameter, 16), Qt::AlignCenter,
+                     QString::fromStdString(
+                         harmony::CircleOfFifths::signatureText(m_selection.slot().accidentals)));
 }
 
 void FifthsWheel::mouseMoveEvent(QMouseEvent* event) {
     const QPointF at = event->position();
-    setHovered(wheel::segmentAt(at.x(), at.y(), width(), height()));
+    setHovered(harmony::wheel::segmentAt(at.x(), at.y(), width(), height()));
     setCursor(m_hovered ? Qt::PointingHandCursor : Qt::ArrowCursor);
 }
 
@@ -256,14 +263,14 @@ void FifthsWheel::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton)
         return;
     const QPointF at = event->position();
-    m_pressed = wheel::segmentShapeAt(at.x(), at.y(), width(), height());
+    m_pressed = harmony::wheel::segmentShapeAt(at.x(), at.y(), width(), height());
 }
 
 void FifthsWheel::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || !m_pressed)
         return;
     const QPointF at = event->position();
-    const auto released = wheel::segmentShapeAt(at.x(), at.y(), width(), height());
+    const auto released = harmony::wheel::segmentShapeAt(at.x(), at.y(), width(), height());
     const auto pressed = std::exchange(m_pressed, std::nullopt);
     if (released == pressed)
         emit segmentClicked(released->index, released->ring == Ring::minor);
@@ -275,7 +282,7 @@ SegmentID FifthsWheel::part(int index) {
 
 QString FifthsWheel::accessiblePartName(int index) const {
     const SegmentID segment = part(index);
-    const KeySlot& slot = CircleOfFifths::slotAt(segment.index);
+    const KeySlot& slot = harmony::CircleOfFifths::slotAt(segment.index);
     // The minor names end in "m" ("F♯m"); spoken, the mode is a word.
     const std::string_view name =
         segment.ring == Ring::major ? slot.major : slot.minor.substr(0, slot.minor.size() - 1);

@@ -36,10 +36,11 @@ public:
 
     FifthsWheel(const QColor& accent, QWidget* parent = nullptr);
 
-    void setSelection(KeySelection selection);
-    KeySelection selection() const { return m_selection; }
+    void setSelection(harmony::KeySelection selection);
+    harmony::KeySelection selection() const { return m_selection; }
     // A segment's target fill for the current scheme (without easing).
-    QColor fillColor(int index, bool isMinorRing, std::optional<wheel::SegmentID> hover) const;
+    QColor fillColor(int index, bool isMinorRing,
+                     std::optional<harmony::wheel::SegmentID> hover) const;
     // Where a click on segment `index` of a ring lands, in widget
     // coordinates: the middle of its drawn shape.
     QPointF segmentCentre(int index, bool isMinorRing) const;
@@ -73,28 +74,28 @@ private:
     // Only the target is kept as a fill, so a scheme switch recolours at once.
     struct Transition {
         QColor from; // as shown when the transition began
-        wheel::SegmentFill to = wheel::SegmentFill::neutral;
+        harmony::wheel::SegmentFill to = harmony::wheel::SegmentFill::neutral;
         qint64 startMs = 0;
         int durationMs = 0;
     };
 
-    static size_t slotOf(wheel::SegmentID segment);
-    static wheel::SegmentID part(int index);
-    QPainterPath segmentPath(wheel::SegmentID segment) const;
-    void setHovered(std::optional<wheel::SegmentID> hovered);
+    static size_t slotOf(harmony::wheel::SegmentID segment);
+    static harmony::wheel::SegmentID part(int index);
+    QPainterPath segmentPath(harmony::wheel::SegmentID segment) const;
+    void setHovered(std::optional<harmony::wheel::SegmentID> hovered);
     void retarget(int durationMs);
-    QColor fillFor(wheel::SegmentFill fill) const;
+    QColor fillFor(harmony::wheel::SegmentFill fill) const;
     QColor easedFill(const Transition& transition, qint64 nowMs) const;
-    void paintSegment(QPainter& painter, wheel::SegmentID segment, QColor fill) const;
-    void paintLabel(QPainter& painter, wheel::SegmentID segment) const;
+    void paintSegment(QPainter& painter, harmony::wheel::SegmentID segment, QColor fill) const;
+    void paintLabel(QPainter& painter, harmony::wheel::SegmentID segment) const;
     void paintBadge(QPainter& painter) const;
     double radius() const { return std::min(width(), height()) / 2.0; }
 
     QColor m_accent;
-    KeySelection m_selection;
-    std::optional<wheel::SegmentID> m_hovered;
-    std::optional<wheel::SegmentID> m_pressed;
-    wheel::SegmentID m_cursor{wheel::Ring::major, 0};
+    harmony::KeySelection m_selection;
+    std::optional<harmony::wheel::SegmentID> m_hovered;
+    std::optional<harmony::wheel::SegmentID> m_pressed;
+    harmony::wheel::SegmentID m_cursor{harmony::wheel::Ring::major, 0};
     std::array<Transition, 24> m_transitions{};
     QElapsedTimer m_clock;
     QTimer m_frame;

@@ -83,12 +83,13 @@ KeyDetailPanel::KeyDetailPanel(const QColor& accent, QWidget* parent)
     }
 }
 
-void KeyDetailPanel::setSelection(KeySelection selection) {
+void KeyDetailPanel::setSelection(harmony::KeySelection selection) {
     const int accidentals = selection.slot().accidentals;
     m_longName->setText(QString::fromStdString(selection.longName()));
-    m_signature->setText(QString::fromStdString(CircleOfFifths::signatureText(accidentals)));
+    m_signature->setText(
+        QString::fromStdString(harmony::CircleOfFifths::signatureText(accidentals)));
     QStringList notes;
-    for (const std::string_view note : CircleOfFifths::signatureNotes(accidentals))
+    for (const std::string_view note : harmony::CircleOfFifths::signatureNotes(accidentals))
         notes << qs(note);
     m_signatureNotes->setText(notes.isEmpty() ? QStringLiteral("no accidentals")
                                               : notes.join(QStringLiteral("  ")));
@@ -100,8 +101,8 @@ void KeyDetailPanel::setSelection(KeySelection selection) {
     const auto numerals = selection.romanNumerals();
     for (size_t i = 0; i < chords.size(); ++i)
         m_chords[i]->setChord(QString::fromStdString(chords[i]), qs(numerals[i]));
-    const KeySelection related[] = {selection.relative(), selection.dominant(),
-                                    selection.subdominant()};
+    const harmony::KeySelection related[] = {selection.relative(), selection.dominant(),
+                                             selection.subdominant()};
     for (size_t row = 0; row < m_related.size(); ++row)
         m_related[row]->setText(qs(related[row].shortName()));
 }

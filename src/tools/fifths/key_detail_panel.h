@@ -22,7 +22,7 @@ public:
 
     KeyDetailPanel(const QColor& accent, QWidget* parent = nullptr);
 
-    void setSelection(KeySelection selection);
+    void setSelection(harmony::KeySelection selection);
 
     QString longName() const;
     QString signatureNotes() const;

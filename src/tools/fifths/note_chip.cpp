@@ -15,7 +15,7 @@ NoteChip::NoteChip(const QColor& accent, QWidget* parent)
 }
 
 void NoteChip::setNote(const QString& note, bool isTonic) {
-    setCopyText(QString::fromStdString(clipboardSpelling(note.toStdString())));
+    setCopyText(QString::fromStdString(harmony::clipboardSpelling(note.toStdString())));
     setAccessibleName(note);
     if (note == m_note && isTonic == m_tonic)
         return;

@@ -99,7 +99,7 @@ ProgressionPanel::ProgressionPanel(const QColor& accent, QWidget* parent)
     setBpm(120);
 }
 
-void ProgressionPanel::setSelection(KeySelection selection) {
+void ProgressionPanel::setSelection(harmony::KeySelection selection) {
     m_selection = selection;
     const auto chords = selection.chords();
     const auto numerals = selection.romanNumerals();
@@ -131,7 +131,7 @@ void ProgressionPanel::setProgression(const std::vector<int>& degrees,
 }
 
 void ProgressionPanel::setBpm(double bpm) {
-    m_tempoNote->setText(QString::fromStdString(progressionTempoNote(bpm)));
+    m_tempoNote->setText(QString::fromStdString(harmony::progressionTempoNote(bpm)));
 }
 
 QString ProgressionPanel::tempoNote() const { return m_tempoNote->text(); }
@@ -174,7 +174,8 @@ void ProgressionPanel::rebuildChips() {
 
 void ProgressionPanel::rebuildPresets() {
     m_presetMenu->clear();
-    for (const ProgressionPreset& preset : progressionPresets(m_selection.isMinor)) {
+    for (const harmony::ProgressionPreset& preset :
+         harmony::progressionPresets(m_selection.isMinor)) {
         const std::vector<int> degrees = preset.degrees;
         m_presetMenu->addAction(qs(preset.name), this,
                                 [this, degrees] { emit presetChosen(degrees); });

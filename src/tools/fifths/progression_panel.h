@@ -29,7 +29,7 @@ public:
     ProgressionPanel(const QColor& accent, QWidget* parent = nullptr);
 
     // The key names the degrees, the chips and the presets.
-    void setSelection(KeySelection selection);
+    void setSelection(harmony::KeySelection selection);
     void setProgression(const std::vector<int>& degrees, std::optional<int> playingStep,
                         bool playing);
     void setBpm(double bpm);
@@ -56,7 +56,7 @@ private:
     void rebuildPresets();
 
     QColor m_accent;
-    KeySelection m_selection;
+    harmony::KeySelection m_selection;
     std::vector<int> m_progression;
     std::optional<int> m_playingStep;
     std::array<ChordTile*, 7> m_degrees{};

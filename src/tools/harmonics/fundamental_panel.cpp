@@ -19,8 +19,8 @@ constexpr int kHighestOctave = 4;
 
 QList<KitPicker::Item> pitchItems() {
     QList<KitPicker::Item> items;
-    for (size_t i = 0; i < NoteFrequency::names.size(); ++i) {
-        const auto name = NoteFrequency::names[i];
+    for (size_t i = 0; i < pitch::NoteFrequency::names.size(); ++i) {
+        const auto name = pitch::NoteFrequency::names[i];
         items.append(
             {QString::fromLatin1(name.data(), static_cast<int>(name.size())), static_cast<int>(i)});
     }

@@ -45,7 +45,7 @@ double HarmonicBar::barHeight(int number) {
     return std::max(kFullHeight / std::max(number, 1), kShortest);
 }
 
-void HarmonicBar::setHarmonic(const Harmonic& harmonic) {
+void HarmonicBar::setHarmonic(const pitch::Harmonic& harmonic) {
     m_harmonic = harmonic;
     const std::string tip = std::to_string(harmonic.number) +
                             "× = " + text::format("%.1f Hz", harmonic.frequency) + " · " +

@@ -20,9 +20,9 @@ public:
 
     HarmonicBar(const QColor& accent, QWidget* parent = nullptr);
 
-    void setHarmonic(const Harmonic& harmonic);
+    void setHarmonic(const pitch::Harmonic& harmonic);
     void setState(bool enabled, bool current);
-    const Harmonic& harmonic() const { return m_harmonic; }
+    const pitch::Harmonic& harmonic() const { return m_harmonic; }
     bool isHarmonicEnabled() const { return m_enabled; }
     bool isCurrent() const { return m_current; }
 
@@ -41,7 +41,7 @@ protected:
 
 private:
     QColor m_accent;
-    Harmonic m_harmonic{};
+    pitch::Harmonic m_harmonic{};
     bool m_enabled = true;
     bool m_current = false;
 };

@@ -88,13 +88,13 @@ void HarmonicSeriesView::playTone(double hz, std::int64_t dueFrame) {
 }
 
 double HarmonicSeriesView::fundamental() const {
-    return overtoneFundamentalHz(m_state.overtonePitchClass(), m_state.overtoneOctave(),
-                                 m_state.a4());
+    return pitch::overtoneFundamentalHz(m_state.overtonePitchClass(), m_state.overtoneOctave(),
+                                        m_state.a4());
 }
 
 void HarmonicSeriesView::refresh() {
     const double f0 = fundamental();
-    const auto harmonics = harmonicSeries(f0, m_state.a4(), kCount);
+    const auto harmonics = pitch::harmonicSeries(f0, m_state.a4(), kCount);
     const auto noteOf = [&](int n) {
         return QString::fromStdString(harmonics[static_cast<size_t>(n - 1)].noteName);
     };
@@ -161,7 +161,7 @@ void HarmonicSeriesView::playChord() {
         m_synthesiser.playPartials(partials);
 }
 
-void HarmonicSeriesView::toggle(const Harmonic& harmonic) {
+void HarmonicSeriesView::toggle(const pitch::Harmonic& harmonic) {
     std::set<int> enabled = m_state.overtonesEnabled();
     if (!enabled.erase(harmonic.number))
         enabled.insert(harmonic.number);

@@ -13,7 +13,10 @@ class FundamentalPanel;
 class HarmonicBar;
 class StepTimer;
 class Synthesiser;
+
+namespace pitch {
 struct Harmonic;
+} // namespace pitch
 
 // The "Overtones" tool: the first sixteen harmonics of a chosen note as a
 // 1/n bar spectrum, with their drift from 12-TET; bars toggle and sound,
@@ -37,7 +40,7 @@ public:
     void advanceSweep();
     void stopSweep();
     void playChord();
-    void toggle(const Harmonic& harmonic);
+    void toggle(const pitch::Harmonic& harmonic);
 
 private:
     void refresh();

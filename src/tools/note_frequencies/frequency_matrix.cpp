@@ -18,7 +18,7 @@ constexpr int kReferenceOctave = 4;
 constexpr int kDividerGap = 6;
 
 bool isSharp(size_t pitchClass) {
-    return NoteFrequency::names[pitchClass].find('#') != std::string_view::npos;
+    return pitch::NoteFrequency::names[pitchClass].find('#') != std::string_view::npos;
 }
 } // namespace
 
@@ -33,13 +33,14 @@ FrequencyMatrix::FrequencyMatrix(const QColor& accent, QWidget* parent)
     grid->setColumnMinimumWidth(0, kNoteColumnWidth);
     for (int pitchClass = 0; pitchClass < 12; ++pitchClass) {
         grid->setRowMinimumHeight(pitchClass, kRowHeight);
-        for (int octave : NoteFrequency::octaves) {
+        for (int octave : pitch::NoteFrequency::octaves) {
             const bool reference = pitchClass == kReferencePitchClass && octave == kReferenceOctave;
             auto* cell = new FrequencyCell(reference, accent, this);
-            cell->setObjectName(QStringLiteral("cell_%1%2")
-                                    .arg(QLatin1String(NoteFrequency::names[pitchClass].data(),
-                                                       NoteFrequency::names[pitchClass].size()))
-                                    .arg(octave));
+            cell->setObjectName(
+                QStringLiteral("cell_%1%2")
+                    .arg(QLatin1String(pitch::NoteFrequency::names[pitchClass].data(),
+                                       pitch::NoteFrequency::names[pitchClass].size()))
+                    .arg(octave));
             grid->addWidget(cell, pitchClass, octave + 1);
             grid->setColumnStretch(octave + 1, 1);
             m_cells.append(cell);
@@ -50,15 +51,16 @@ FrequencyMatrix::FrequencyMatrix(const QColor& accent, QWidget* parent)
 
 void FrequencyMatrix::setA4(double a4Hz) {
     for (int pitchClass = 0; pitchClass < 12; ++pitchClass) {
-        for (int octave : NoteFrequency::octaves) {
-            const double hz = noteFrequencyHz(midiNote(pitchClass, octave), a4Hz);
+        for (int octave : pitch::NoteFrequency::octaves) {
+            const double hz = pitch::noteFrequencyHz(pitch::midiNote(pitchClass, octave), a4Hz);
             cell(pitchClass, octave)->setValueText(formatted("%.1f", hz));
         }
     }
 }
 
 FrequencyCell* FrequencyMatrix::cell(int pitchClass, int octave) const {
-    return m_cells.value(pitchClass * static_cast<int>(NoteFrequency::octaves.size()) + octave);
+    return m_cells.value(pitchClass * static_cast<int>(pitch::NoteFrequency::octaves.size()) +
+                         octave);
 }
 
 int FrequencyMatrix::headerHeight() const { return fontMetrics().height() + 4; }
@@ -80,7 +82,7 @@ void FrequencyMatrix::paintEvent(QPaintEvent*) {
     painter.setPen(colors.secondaryText);
     painter.drawText(QRect(kPaddingX, 0, kNoteColumnWidth, headerHeight()),
                      Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Note"));
-    for (int octave : NoteFrequency::octaves) {
+    for (int octave : pitch::NoteFrequency::octaves) {
         painter.setPen(octave == kReferenceOctave ? textInk(m_accent, currentScheme())
                                                   : colors.secondaryText);
         painter.drawText(QRect(firstCellX + octave * cellWidth, 0, cellWidth - 6, headerHeight()),
@@ -101,7 +103,7 @@ void FrequencyMatrix::paintEvent(QPaintEvent*) {
         painter.drawRoundedRect(QRectF(kPaddingX, row.center().y() - 9, 4, 18), 2, 2);
         painter.setFont(nameFont);
         painter.setPen(sharp ? colors.secondaryText : colors.primaryText);
-        const auto name = NoteFrequency::names[static_cast<size_t>(pitchClass)];
+        const auto name = pitch::NoteFrequency::names[static_cast<size_t>(pitchClass)];
         painter.drawText(QRect(kPaddingX + 10, row.top(), kNoteColumnWidth - 10, row.height()),
                          Qt::AlignLeft | Qt::AlignVCenter,
                          QString::fromLatin1(name.data(), static_cast<int>(name.size())));

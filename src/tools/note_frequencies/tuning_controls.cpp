@@ -19,6 +19,9 @@
 
 namespace quorlen {
 
+using pitch::a4FieldText;
+using pitch::kA4Range;
+
 TuningControls::TuningControls(CalculatorState& state, const QColor& accent, QWidget* parent)
     : PremiumPanel(QStringLiteral("Concert Pitch"), QStringLiteral("tuningfork"), accent, parent),
       m_state(state) {

@@ -19,7 +19,7 @@ ScaleTable::ScaleTable(const QColor& accent, QWidget* parent) : QWidget(parent),
     m_column->setSpacing(0);
 }
 
-void ScaleTable::setSteps(const std::vector<TetStep>& steps) {
+void ScaleTable::setSteps(const std::vector<pitch::TetStep>& steps) {
     const int count = static_cast<int>(steps.size());
     while (m_rows.size() > count)
         delete m_rows.takeLast();

@@ -22,7 +22,7 @@ public:
     explicit ScaleTable(const QColor& accent, QWidget* parent = nullptr);
 
     // Rows are reused while the number of steps stays the same.
-    void setSteps(const std::vector<TetStep>& steps);
+    void setSteps(const std::vector<pitch::TetStep>& steps);
     void setPlayingStep(std::optional<int> index);
     StepRow* row(int index) const { return m_rows.value(index); }
     int rowCount() const { return static_cast<int>(m_rows.size()); }

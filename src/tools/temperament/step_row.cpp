@@ -34,7 +34,7 @@ StepRow::StepRow(const QColor& accent, QWidget* parent)
     m_cents = makeCell(false);
 }
 
-void StepRow::setStep(const TetStep& step, bool isOctave) {
+void StepRow::setStep(const pitch::TetStep& step, bool isOctave) {
     m_step = step;
     m_octave = isOctave;
     m_frequency->setValue(formatted("%.2f Hz", step.frequency), formatted("%.2f", step.frequency));

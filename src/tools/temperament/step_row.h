@@ -19,10 +19,10 @@ public:
 
     StepRow(const QColor& accent, QWidget* parent = nullptr);
 
-    void setStep(const TetStep& step, bool isOctave);
+    void setStep(const pitch::TetStep& step, bool isOctave);
     void setPlaying(bool playing);
     void setStriped(bool striped);
-    const TetStep& step() const { return m_step; }
+    const pitch::TetStep& step() const { return m_step; }
     CopyableText* frequencyCell() const { return m_frequency; }
 
 protected:
@@ -30,7 +30,7 @@ protected:
 
 private:
     QColor m_accent;
-    TetStep m_step{};
+    pitch::TetStep m_step{};
     bool m_octave = false;
     bool m_playing = false;
     bool m_striped = false;

@@ -82,7 +82,7 @@ void TemperamentView::refresh() {
         {QStringLiteral("Step ratio"), formatted("×%.5f", stepRatio), QuorlenTheme::teal(),
          formatted("%.5f", stepRatio)},
     });
-    m_table->setSteps(tetScale(m_state.tetReference(), n, m_state.a4()));
+    m_table->setSteps(pitch::tetScale(m_state.tetReference(), n, m_state.a4()));
 }
 
 // Stepper and presets alike: stop, change N, and if the scale was playing,
@@ -90,7 +90,8 @@ void TemperamentView::refresh() {
 void TemperamentView::changeDivisions(int divisions) {
     const bool wasPlaying = m_state.tetPlaying();
     stopPlayback();
-    m_state.setTetDivisions(std::clamp(divisions, kMinTetDivisions, kMaxTetDivisions));
+    m_state.setTetDivisions(
+        std::clamp(divisions, pitch::kMinTetDivisions, pitch::kMaxTetDivisions));
     if (wasPlaying)
         startPlayback();
 }
@@ -126,7 +127,8 @@ void TemperamentView::stopPlayback() {
 // from the next step on; an index past the end (N just shrank, or the
 // octave has sounded) is silent.
 void TemperamentView::playStep(int index, std::int64_t dueFrame) {
-    const auto steps = tetScale(m_state.tetReference(), m_state.tetDivisions(), m_state.a4());
+    const auto steps =
+        pitch::tetScale(m_state.tetReference(), m_state.tetDivisions(), m_state.a4());
     if (index < 0 || index >= static_cast<int>(steps.size()))
         return;
     const synth::Partial tone{steps[static_cast<size_t>(index)].frequency, 1.0f};

@@ -16,6 +16,11 @@
 
 namespace quorlen {
 
+using pitch::kMaxTetDivisions;
+using pitch::kMinTetDivisions;
+using pitch::kTetReferenceRange;
+using pitch::tetReferenceFieldText;
+
 const TuningLab::Preset TuningLab::kPresets[8] = {
     {"12 — standard tuning", 12}, {"24 — quarter tones", 24}, {"19 — near just thirds", 19},
     {"31 — meantone-like", 31},   {"10 — decaphonic", 10},    {"9 — experimental", 9},

@@ -11,7 +11,7 @@
 #include <numbers>
 #include <tuple>
 
-namespace quorlen {
+namespace quorlen::harmony {
 namespace {
 
 using Notes = std::vector<std::string>;
@@ -254,4 +254,4 @@ TEST(WheelGeometry, FillsForCMajorAndAMinor) {
 }
 
 } // namespace
-} // namespace quorlen
+} // namespace quorlen::harmony

@@ -16,6 +16,10 @@
 #include <tuple>
 
 namespace quorlen::key {
+
+using harmony::KeySelection;
+using harmony::parseKeyName;
+
 namespace {
 
 // The 24 keys as the circle lists them, with their tonics and the codes of

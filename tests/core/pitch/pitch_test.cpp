@@ -9,7 +9,7 @@
 #include <cmath>
 #include <tuple>
 
-namespace quorlen {
+namespace quorlen::pitch {
 namespace {
 
 using text::format;
@@ -136,4 +136,4 @@ TEST(PitchFields, TextsOfTheTypedFields) {
 }
 
 } // namespace
-} // namespace quorlen
+} // namespace quorlen::pitch

@@ -8,7 +8,7 @@
 #include <tuple>
 #include <vector>
 
-namespace quorlen::Euclid {
+namespace quorlen::rhythm::Euclid {
 namespace {
 
 std::string e(int pulses, int steps, int rotation = 0) {
@@ -147,4 +147,4 @@ TEST(WheelLayout, APolygonNeedsTwoHits) {
 }
 
 } // namespace
-} // namespace quorlen::Euclid
+} // namespace quorlen::rhythm::Euclid

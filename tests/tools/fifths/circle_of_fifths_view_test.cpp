@@ -28,7 +28,7 @@ struct HarmonyScreen {
     CircleOfFifthsView view;
     std::vector<testing::RecordingSynthesiser::Triad>& played = synthesiser.triads;
 
-    explicit HarmonyScreen(KeySelection key = {})
+    explicit HarmonyScreen(harmony::KeySelection key = {})
         : view(state, QColor(178, 34, 34), key, synthesiser) {
         view.resize(960, 1100);
         view.show();
@@ -46,7 +46,7 @@ TEST(CircleOfFifthsView, ClickingASegmentAndAChordGrowsTheProgression) {
     s.clickSegment(3, false); // A major: A3 = 220 Hz
     ASSERT_EQ(s.played.size(), 1u);
     EXPECT_EQ(s.played[0].rootHz, 220.0);
-    EXPECT_EQ(s.view.selection(), (KeySelection{3, false}));
+    EXPECT_EQ(s.view.selection(), (harmony::KeySelection{3, false}));
     ASSERT_EQ(selected.count(), 1);
     // The names are the core's; the header and the details follow the key.
     EXPECT_EQ(s.view.header()->tiles()[2]->metric().value, QStringLiteral("F♯m"));
@@ -58,7 +58,7 @@ TEST(CircleOfFifthsView, ClickingASegmentAndAChordGrowsTheProgression) {
     // Roots wrap into C3…B3: F♯3 = 440 × 2^(−15/12).
     ASSERT_EQ(s.played.size(), 2u);
     EXPECT_NEAR(s.played[1].rootHz, 184.997, 1e-3);
-    EXPECT_EQ(s.played[1].quality, TriadQuality::minor);
+    EXPECT_EQ(s.played[1].quality, harmony::TriadQuality::minor);
     EXPECT_EQ(s.state.progression(), (Degrees{4, 5}));
 
     // The loop keeps degrees: a new key renames its chips.
@@ -136,7 +136,7 @@ TEST(CircleOfFifthsView, EachStepSoundsInTheKeySelectedWhenItSounds) {
     ASSERT_TRUE(testing::waitUntil([&] { return s.played.size() == 3; }));
     EXPECT_NEAR(s.played[1].rootHz, 130.813, 1e-3);
     EXPECT_NEAR(s.played[2].rootHz, 246.942, 1e-3); // B°: B3 = 246.94 Hz
-    EXPECT_EQ(s.played[2].quality, TriadQuality::diminished);
+    EXPECT_EQ(s.played[2].quality, harmony::TriadQuality::diminished);
     EXPECT_EQ(s.played[2].dueFrame - s.played[1].dueFrame, 13230);
 
     s.clickSegment(0, true); // Am mid-loop: the tonic sounds, degree 0 is now Am
