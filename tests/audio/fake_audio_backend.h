@@ -30,6 +30,9 @@ public:
 
     bool failStarts = false;
     double latency = 0; // seconds, reported while running
+    // The rate told to the source; blocks are handed on as the source
+    // renders them, unconverted.
+    double rateHz = RenderSource::kRateHz;
     int starts = 0;
     int pauses = 0;
 
@@ -38,6 +41,7 @@ public:
         if (failStarts)
             return false;
         m_source = &source;
+        source.renderRateFor(rateHz);
         m_running = true;
         if (m_realTime && !m_puller.joinable())
             m_puller = std::thread([this] { pullInRealTime(); });

@@ -64,12 +64,13 @@ TEST(PreviewRates, At44100TheOutputGetsTheFramesItAlwaysGot) {
         int fileRateHz;
         uint64_t frames;
     };
-    const Case cases[] = {
-        {48000, 436622188399966946u}, {22050, 16785570483975743620u}, {44100, 9754621661081125394u}};
+    const Case cases[] = {{48000, 436622188399966946u},
+                          {22050, 16785570483975743620u},
+                          {44100, 9754621661081125394u}};
     for (const Case& c : cases) {
         DetectRig rig(DetectRig::answering([] { return analysisAt(120); }));
-        const std::string path = rig.write("tones.wav", twoTones(c.fileRateHz, 2.0), 2,
-                                           c.fileRateHz);
+        const std::string path =
+            rig.write("tones.wav", twoTones(c.fileRateHz, 2.0), 2, c.fileRateHz);
         const std::vector<float> frames = preview(rig, path);
         ASSERT_EQ(frames.size(), 2u * (12288 + 2048));
         EXPECT_EQ(fingerprint(frames), c.frames) << c.fileRateHz << " Hz";
