@@ -12,11 +12,10 @@ namespace quorlen {
 
 // The audio-thread end of the preview: stereo blocks at the output's own
 // rate arrive from the reader thread through a lock-free ring and are
-// played in order,
-// after a start delay and under the preview's volume. Each block carries the
-// generation of the playback it belongs to; blocks of any other generation
-// than the one set by the main thread are dropped unheard, so a new start
-// or a stop never lets a stale block through.
+// played in order, after a start delay and under the preview's volume. Each
+// block carries the generation of the playback it belongs to; blocks of any
+// other generation than the one set by the main thread are dropped unheard,
+// so a new start or a stop never lets a stale block through.
 //
 // A metronome can play over the file, mixed in the same frames: its clicks
 // start on the very frame of the file where a beat of the grid falls, so
