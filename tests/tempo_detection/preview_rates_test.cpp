@@ -53,11 +53,9 @@ std::vector<float> preview(DetectRig& rig, const std::string& path) {
     rig.player().setClickOn(true);
     rig.model->startPreview(0.5);
     EXPECT_TRUE(rig.player().isPlaying());
-    std::vector<float> frames;
-    for (int block = 0; block < 12; ++block) {
-        const std::vector<float> pulled = rig.pull(1024, 8);
-        frames.insert(frames.end(), pulled.begin(), pulled.end());
-    }
+    std::vector<float> frames = pullFrames(rig, 12288);
+    // The fade is pulled at once, before its timer can stop the playback.
+    EXPECT_TRUE(waitUntil([&] { return rig.player().stream().buffered() >= 4; }));
     rig.model->stopPreview();
     const std::vector<float> fade = rig.backend->pull(2048);
     frames.insert(frames.end(), fade.begin(), fade.end());
