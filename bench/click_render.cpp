@@ -1,10 +1,11 @@
 // A recording of the preview with its click, rendered offline through the
 // preview's own player and stream (the frames a sound card would be
 // handed): the file is analysed, played from FROM seconds with the click on
-// the detected grid, and SECONDS of the output are written to OUT.wav
-// (stereo, 32-bit float, 44.1 kHz). For each click it prints where it
-// starts and where the music's loudest sample within 30 ms of it lies.
-// usage: quorlen-click-render AUDIO OUT.wav [FROM] [SECONDS]
+// the detected grid to an output at RATE Hz (44100 unless given), and
+// SECONDS of the output are written to OUT.wav (stereo, 32-bit float, at
+// RATE). For each click it prints where it starts and where the music's
+// loudest sample within 30 ms of it lies.
+// usage: quorlen-click-render AUDIO OUT.wav [FROM] [SECONDS] [RATE]
 #include "audio/engine/audio_backend.h"
 #include "detection/tempo_detector.h"
 #include "detection/waveform_layout.h"
@@ -30,8 +31,11 @@ using namespace quorlen;
 // reader (an empty ring would stand for an underrun).
 class OfflineOutput final : public AudioBackend {
 public:
+    explicit OfflineOutput(double rateHz) : m_rateHz(rateHz) {}
+    // The preview follows any rate, so nothing is converted here.
     bool start(RenderSource& source) override {
         m_source = &source;
+        source.renderRateFor(m_rateHz);
         return true;
     }
     void pause() override {}
@@ -49,12 +53,13 @@ public:
     }
 
 private:
+    double m_rateHz;
     RenderSource* m_source = nullptr;
 };
 
-std::vector<float> play(const QString& path, double from, int frames,
+std::vector<float> play(const QString& path, double from, int frames, double rateHz,
                         const detection::Estimate& grid, bool click) {
-    auto owned = std::make_unique<OfflineOutput>();
+    auto owned = std::make_unique<OfflineOutput>(rateHz);
     OfflineOutput* output = owned.get();
     TempoPreviewPlayer player(std::move(owned));
     player.setClickGrid(grid.bpm, grid.beatOffsetSeconds, grid.downbeat);
@@ -68,7 +73,7 @@ std::vector<float> play(const QString& path, double from, int frames,
     return output->render(player.stream(), frames);
 }
 
-void writeWav(const char* path, const std::vector<float>& stereo) {
+void writeWav(const char* path, const std::vector<float>& stereo, uint32_t rateHz) {
     std::ofstream out(path, std::ios::binary);
     const auto u32 = [&](uint32_t v) { out.write(reinterpret_cast<const char*>(&v), 4); };
     const auto u16 = [&](uint16_t v) { out.write(reinterpret_cast<const char*>(&v), 2); };
@@ -79,8 +84,8 @@ void writeWav(const char* path, const std::vector<float>& stereo) {
     u32(16);
     u16(3); // IEEE float
     u16(2);
-    u32(44100);
-    u32(44100 * 8);
+    u32(rateHz);
+    u32(rateHz * 8);
     u16(8);
     u16(32);
     out.write("data", 4);
@@ -93,24 +98,29 @@ void writeWav(const char* path, const std::vector<float>& stereo) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     if (argc < 3) {
-        std::fprintf(stderr, "usage: quorlen-click-render AUDIO OUT.wav [FROM] [SECONDS]\n");
+        std::fprintf(stderr, "usage: quorlen-click-render AUDIO OUT.wav [FROM] [SECONDS] [RATE]\n");
         return 2;
     }
     const double from = argc > 3 ? std::atof(argv[3]) : 10.0;
     const double seconds = argc > 4 ? std::atof(argv[4]) : 8.0;
+    const double rate = argc > 5 ? std::atof(argv[5]) : RenderSource::kRateHz;
+    if (!(rate >= 8000 && rate <= 192000)) {
+        std::fprintf(stderr, "RATE must lie between 8000 and 192000 Hz\n");
+        return 2;
+    }
     const detection::Analysis analysis = detection::analyzeFile(argv[1], [] { return false; }, {});
     const detection::Estimate& grid = analysis.estimate;
     std::printf("grid: %.2f BPM, beat 0 at %.4f s, downbeat %d; played from %.2f s\n", grid.bpm,
                 grid.beatOffsetSeconds, grid.downbeat, from);
-    const int frames = static_cast<int>(seconds * RenderSource::kRateHz);
+    const int frames = static_cast<int>(seconds * rate);
     const std::vector<float> mixed =
-        play(QString::fromLocal8Bit(argv[1]), from, frames, grid, true);
+        play(QString::fromLocal8Bit(argv[1]), from, frames, rate, grid, true);
     const std::vector<float> music =
-        play(QString::fromLocal8Bit(argv[1]), from, frames, grid, false);
-    writeWav(argv[2], mixed);
+        play(QString::fromLocal8Bit(argv[1]), from, frames, rate, grid, false);
+    writeWav(argv[2], mixed, static_cast<uint32_t>(rate));
 
     // Clicks: where the mix first differs from the music after a quiet gap.
-    const int delay = static_cast<int>(std::lround(0.12 * RenderSource::kRateHz));
+    const int delay = static_cast<int>(std::lround(0.12 * rate));
     int lastClick = -100000;
     std::printf("%10s %10s %12s %8s\n", "click (s)", "grid (s)", "music peak", "bar");
     for (int i = 0; i < frames; ++i) {
@@ -120,16 +130,17 @@ int main(int argc, char** argv) {
         // The click sound starts at 0: its onset is the frame before.
         const int click = i - 1;
         lastClick = click;
-        const double fileSeconds = from + double(click - delay) / RenderSource::kRateHz;
+        const double fileSeconds = from + double(click - delay) / rate;
         int peak = click;
-        for (int j = std::max(0, click - 1323); j < std::min(frames, click + 1323); ++j)
+        const auto window = static_cast<int>(std::lround(0.03 * rate));
+        for (int j = std::max(0, click - window); j < std::min(frames, click + window); ++j)
             if (std::abs(music[2 * size_t(j)]) > std::abs(music[2 * size_t(peak)]))
                 peak = j;
         const auto k = std::llround((fileSeconds - grid.beatOffsetSeconds) * grid.bpm / 60);
         const double beat = grid.beatOffsetSeconds + double(k) * 60 / grid.bpm;
         const bool accent = detection::isBarBeat(k, grid.downbeat);
         std::printf("%10.4f %10.4f %+9.1f ms %8s\n", fileSeconds, beat,
-                    double(peak - click) / RenderSource::kRateHz * 1000, accent ? "yes" : "");
+                    double(peak - click) / rate * 1000, accent ? "yes" : "");
     }
     return 0;
 }

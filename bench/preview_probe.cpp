@@ -94,6 +94,9 @@ public:
         }
     }
     void discard() noexcept override { m_inner.discard(); }
+    double renderRateFor(double outputRateHz) noexcept override {
+        return m_inner.renderRateFor(outputRateHz);
+    }
 
 private:
     RenderSource& m_inner;

@@ -99,11 +99,18 @@ bool PreviewReader::pushAll(std::vector<float>& stereo, size_t& consumed, uint64
 }
 
 void PreviewReader::stream(Command& command) {
+    // An output that is opening tells the stream its rate before it pulls.
+    double rateHz = 0;
+    while ((rateHz = m_stream.rateHz()) <= 0) {
+        if (interrupted())
+            return;
+        std::this_thread::sleep_for(kPollInterval);
+    }
     decoding::AudioFileReader& file = *command.file;
     const int channels = file.channels();
-    preview::LinearResampler resampler(file.rateHz(), RenderSource::kRateHz);
+    preview::LinearResampler resampler(file.rateHz(), rateHz);
     std::vector<float> stereoChunk;
-    std::vector<float> output; // stereo at 44.1 kHz, not yet pushed
+    std::vector<float> output; // stereo at the output's rate, not yet pushed
     size_t consumed = 0;
     uint64_t receipt = 0;
 
@@ -139,7 +146,7 @@ void PreviewReader::stream(Command& command) {
         std::this_thread::sleep_for(kPollInterval);
     }
     std::this_thread::sleep_for(std::chrono::microseconds(
-        static_cast<long long>(1e6 * PreviewStream::kBlockFrames / RenderSource::kRateHz)));
+        static_cast<long long>(1e6 * PreviewStream::kBlockFrames / rateHz)));
     if (!interrupted())
         m_onFinished(command.generation);
 }

@@ -16,9 +16,10 @@ class AudioFileReader;
 class PreviewStream;
 
 // The preview's reader thread: decodes the file in chunks from the playback
-// position, converts it to stereo at 44.1 kHz and keeps the stream's ring
-// full. It is the ring's only producer for the life of the player, so
-// starting another playback hands it a new file instead of a new thread.
+// position, converts it to stereo at the rate of the stream's output and
+// keeps the stream's ring full. It is the ring's only producer for the life
+// of the player, so starting another playback hands it a new file instead
+// of a new thread.
 class PreviewReader {
 public:
     // Called on the reader thread once the audio thread has played the last

@@ -11,10 +11,6 @@
 namespace quorlen {
 namespace {
 
-// 2.916666 ms at 44.1 kHz: 128.6 frames, rounded to whole frames.
-const int kFramesPerFadeStep =
-    static_cast<int>(std::lround(preview::kFadeOutStepSeconds * RenderSource::kRateHz));
-
 // The tempo tool's metronome sounds, the plain beat a little softer than
 // under the tool's own click so that the music stays in front.
 constexpr double kAccentHz = 1760;
@@ -24,13 +20,25 @@ constexpr float kBeatGain = 0.3f;
 
 } // namespace
 
-PreviewStream::PreviewStream()
-    : m_accentClick(synth::makeTickBuffer(kAccentHz, kAccentGain)),
-      m_beatClick(synth::makeTickBuffer(kBeatHz, kBeatGain)) {}
+PreviewStream::PreviewStream() { renderRateFor(kRateHz); }
 
-void PreviewStream::begin(uint64_t generation, int delayFrames) {
-    m_delayFrames.store(delayFrames, std::memory_order_relaxed);
+void PreviewStream::begin(uint64_t generation, double delaySeconds) {
+    m_delaySeconds.store(delaySeconds, std::memory_order_relaxed);
     m_generation.store(generation, std::memory_order_release);
+}
+
+double PreviewStream::renderRateFor(double outputRateHz) noexcept {
+    if (outputRateHz != m_renderRateHz || m_beatClick.empty()) {
+        m_renderRateHz = outputRateHz;
+        // 2.916666 ms: 128.6 frames at 44.1 kHz, rounded to whole frames.
+        m_framesPerFadeStep =
+            static_cast<int>(std::lround(preview::kFadeOutStepSeconds * outputRateHz));
+        m_accentClick = synth::makeTickBuffer(kAccentHz, kAccentGain, outputRateHz);
+        m_beatClick = synth::makeTickBuffer(kBeatHz, kBeatGain, outputRateHz);
+        m_click = nullptr; // it pointed into the sounds replaced
+    }
+    m_rateHz.store(outputRateHz, std::memory_order_release);
+    return outputRateHz;
 }
 
 void PreviewStream::fadeOut() { m_fadeRequests.fetch_add(1, std::memory_order_release); }
@@ -49,7 +57,7 @@ bool PreviewStream::nextBlock(uint64_t generation) noexcept {
 void PreviewStream::stepFade() noexcept {
     ++m_fadeStep;
     m_volume = preview::fadeOutVolume(m_fadeFrom, m_fadeStep);
-    m_framesToStep = kFramesPerFadeStep;
+    m_framesToStep = m_framesPerFadeStep;
 }
 
 void PreviewStream::takeClickGrids() noexcept {
@@ -65,14 +73,16 @@ void PreviewStream::takeClickGrids() noexcept {
 
 void PreviewStream::aimNextClick(int64_t from) noexcept {
     m_nextClick = -1;
-    if (m_grid.generation != m_playing || !m_grid.on || !(m_grid.periodFrames > 0))
+    const double firstBeatFrame = m_grid.firstBeatSeconds * m_renderRateHz;
+    const double periodFrames = m_grid.periodSeconds * m_renderRateHz;
+    if (m_grid.generation != m_playing || !m_grid.on || !(periodFrames > 0))
         return;
     auto beat = static_cast<int64_t>(
-        std::ceil((static_cast<double>(from) - m_grid.firstBeatFrame) / m_grid.periodFrames));
+        std::ceil((static_cast<double>(from) - firstBeatFrame) / periodFrames));
     int64_t due = 0;
     // Rounding may put the beat found just before the position.
     for (;; ++beat) {
-        due = std::llround(m_grid.firstBeatFrame + static_cast<double>(beat) * m_grid.periodFrames);
+        due = std::llround(firstBeatFrame + static_cast<double>(beat) * periodFrames);
         if (due >= from)
             break;
     }
@@ -93,7 +103,8 @@ void PreviewStream::render(float* out, int frameCount) noexcept {
     if (generation != m_playing) {
         m_playing = generation;
         m_current.frameCount = 0;
-        m_delayLeft = m_delayFrames.load(std::memory_order_relaxed);
+        m_delayLeft = static_cast<int>(
+            std::lround(m_delaySeconds.load(std::memory_order_relaxed) * m_renderRateHz));
         m_volume = 1.0f;
         m_fadeStep = 0;
         m_fadesSeen = m_fadeRequests.load(std::memory_order_acquire);

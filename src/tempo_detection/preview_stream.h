@@ -10,19 +10,23 @@
 
 namespace quorlen {
 
-// The audio-thread end of the preview: stereo blocks at 44.1 kHz arrive
-// from the reader thread through a lock-free ring and are played in order,
-// after a start delay and under the preview's volume. Each block carries the
-// generation of the playback it belongs to; blocks of any other generation
-// than the one set by the main thread are dropped unheard, so a new start
-// or a stop never lets a stale block through.
+// The audio-thread end of the preview: stereo blocks at the output's own
+// rate arrive from the reader thread through a lock-free ring and are
+// played in order, after a start delay and under the preview's volume. Each
+// block carries the generation of the playback it belongs to; blocks of any
+// other generation than the one set by the main thread are dropped unheard,
+// so a new start or a stop never lets a stale block through.
 //
 // A metronome can play over the file, mixed in the same frames: its clicks
 // start on the very frame of the file where a beat of the grid falls, so
 // they stay with the music however the reader or the device is late.
+//
+// It renders at whatever rate the output runs at, so the file is resampled
+// once, by the reader, and never again by the output: delays, fades and
+// clicks are given in seconds and counted in frames of that rate.
 class PreviewStream final : public RenderSource {
 public:
-    static constexpr int kBlockFrames = 512;  // 11.6 ms
+    static constexpr int kBlockFrames = 512;  // 11.6 ms at 44.1 kHz
     static constexpr size_t kRingBlocks = 48; // 0.56 s of buffered audio
 
     struct Block {
@@ -31,15 +35,16 @@ public:
         uint64_t generation = 0;
     };
 
-    // The clicks of one playback, in frames of that playback (frame 0 is
-    // the file frame it starts from, after the start delay): beat k at
-    // round(firstBeatFrame + k × periodFrames) for every k that lands at or
-    // after frame 0, accented when k − downbeat is a multiple of 4.
+    // The clicks of one playback, in seconds of that playback (0 is the
+    // file frame it starts from, after the start delay): beat k on frame
+    // round((firstBeatSeconds + k × periodSeconds) × rate), the two terms
+    // turned into frames first, for every k that lands at or after frame 0,
+    // accented when k − downbeat is a multiple of 4.
     struct ClickGrid {
         uint64_t generation = 0;
         bool on = false;
-        double firstBeatFrame = 0;
-        double periodFrames = 0;
+        double firstBeatSeconds = 0;
+        double periodSeconds = 0;
         int downbeat = 0;
     };
     static constexpr size_t kClickGridSlots = 16;
@@ -59,15 +64,22 @@ public:
     uint64_t buffered() const { return m_pushed.load(std::memory_order_acquire) - taken(); }
 
     // Main thread. Plays blocks of `generation` at full volume after
-    // `delayFrames` frames of silence; generation 0 plays nothing.
-    void begin(uint64_t generation, int delayFrames);
+    // `delaySeconds` of silence; generation 0 plays nothing.
+    void begin(uint64_t generation, double delaySeconds);
+    // Main thread, before it starts an output: the rate is unknown (0)
+    // until that output tells it.
+    void forgetRate() { m_rateHz.store(0, std::memory_order_release); }
+    // Any thread: the rate the blocks must have, that of the output last
+    // started; 0 after forgetRate until the output says.
+    double rateHz() const { return m_rateHz.load(std::memory_order_acquire); }
     // Main thread. Steps the volume from where it is down to 0 in 12 equal
     // steps 2.916666 ms apart, counted in frames so callbacks cannot jitter it.
     void fadeOut();
     // Main thread. The clicks of playback `grid.generation` from the next
     // block on; false when the audio thread has not taken the last 16 yet.
     bool setClicks(const ClickGrid& grid) { return m_clickGrids.push(grid).has_value(); }
-    // The sounds of an accented and of a plain beat, mono.
+    // The sounds of an accented and of a plain beat, mono, at the rate; not
+    // while an output starts.
     const std::vector<float>& accentClick() const { return m_accentClick; }
     const std::vector<float>& beatClick() const { return m_beatClick; }
 
@@ -76,6 +88,9 @@ public:
     // Frames of the current generation played so far, silence excluded.
     uint64_t framesPlayed() const { return m_framesPlayed.load(std::memory_order_relaxed); }
 
+    // Output thread, while nothing pulls: renders at the output's rate from
+    // now on.
+    double renderRateFor(double outputRateHz) noexcept override;
     // Audio thread.
     void render(float* interleavedStereo, int frameCount) noexcept override;
 
@@ -90,15 +105,19 @@ private:
 
     SpscRing<Block, kRingBlocks> m_ring;
     std::atomic<uint64_t> m_generation{0};
-    std::atomic<int> m_delayFrames{0};
+    std::atomic<double> m_delaySeconds{0};
+    std::atomic<double> m_rateHz{kRateHz};
     std::atomic<uint32_t> m_fadeRequests{0};
     std::atomic<float> m_volumeNow{1.0f};
     std::atomic<uint64_t> m_framesPlayed{0};
     std::atomic<uint64_t> m_pushed{0};
     SpscRing<ClickGrid, kClickGridSlots> m_clickGrids;
-    // Made before any playback and never changed: the audio thread only reads.
-    const std::vector<float> m_accentClick;
-    const std::vector<float> m_beatClick;
+    // Changed only while nothing pulls (see renderRateFor), and otherwise
+    // only read by the audio thread.
+    double m_renderRateHz = kRateHz;
+    int m_framesPerFadeStep = 0;
+    std::vector<float> m_accentClick;
+    std::vector<float> m_beatClick;
 
     // Audio thread only.
     Block m_current;

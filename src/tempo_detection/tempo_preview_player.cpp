@@ -119,13 +119,15 @@ void TempoPreviewPlayer::startNow(const QString& path, double fromSeconds,
     // The start is heard the start delay after the request: an output that
     // already runs holds frames ahead of the speaker, which count towards
     // the delay. One that starts now begins with an empty queue.
+    const bool outputIdle = !m_backend->isRunning();
     const double ahead =
-        m_backend->isRunning() && !m_backend->isStarting() ? m_backend->latencySeconds() : 0.0;
-    const auto delayFrames = static_cast<int>(
-        std::lround(std::max(0.0, preview::kStartDelaySeconds - ahead) * RenderSource::kRateHz));
-    m_stream->begin(generation, delayFrames);
+        !outputIdle && !m_backend->isStarting() ? m_backend->latencySeconds() : 0.0;
+    m_stream->begin(generation, std::max(0.0, preview::kStartDelaySeconds - ahead));
+    // The reader waits for the rate of an output that starts now.
+    if (outputIdle)
+        m_stream->forgetRate();
     m_reader->play(generation, std::move(file), std::move(head));
-    if (!m_backend->isRunning() && !m_backend->start(*m_stream)) {
+    if (outputIdle && !m_backend->start(*m_stream)) {
         stop(false);
         outcome(kNoOutput);
         return;
@@ -148,8 +150,11 @@ void TempoPreviewPlayer::prepare() {
         m_afterStop.emplace_back([this] { prepare(); });
         return;
     }
-    if (!m_playing && !m_backend->isRunning())
+    if (!m_playing && !m_backend->isRunning()) {
+        // A start that comes while this output opens must wait for its rate.
+        m_stream->forgetRate();
         m_backend->start(*m_stream);
+    }
 }
 
 void TempoPreviewPlayer::setClickOn(bool on) {
@@ -170,11 +175,10 @@ void TempoPreviewPlayer::setClickGrid(double bpm, double beatOffsetSeconds, int 
 void TempoPreviewPlayer::sendClicks() {
     if (!m_playing)
         return;
-    const double rate = RenderSource::kRateHz;
     const bool on = m_clickOn && m_clickBpm > 0;
     const PreviewStream::ClickGrid grid{m_finishGeneration, on,
-                                        (m_clickOffsetSeconds - m_playStartSeconds) * rate,
-                                        on ? 60.0 / m_clickBpm * rate : 0.0, m_clickDownbeat};
+                                        m_clickOffsetSeconds - m_playStartSeconds,
+                                        on ? 60.0 / m_clickBpm : 0.0, m_clickDownbeat};
     m_clicksUnsent = !m_stream->setClicks(grid);
 }
 

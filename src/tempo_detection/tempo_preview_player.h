@@ -19,8 +19,8 @@ class PreviewStream;
 // separate from the synthesiser's: a 12 ms raised-cosine fade-in, the start
 // heard 0.12 s after it is asked for, and a 35 ms fade-out (12 steps) plus a 120 ms
 // pause before it stops. The file is streamed by a reader thread, never
-// decoded whole, and resampled from its own rate to the 44.1 kHz the
-// backend takes (which adapts it to the device).
+// decoded whole, and resampled once, from its own rate straight to the
+// rate the output runs at.
 //
 // Main thread only. Every start and stop increments `generation`; a
 // completion of an earlier playback finds another generation and does

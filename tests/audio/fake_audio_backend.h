@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/engine/audio_backend.h"
+#include "audio/engine/rate_adapter.h"
 
 #include <atomic>
 #include <chrono>
@@ -30,6 +31,9 @@ public:
 
     bool failStarts = false;
     double latency = 0; // seconds, reported while running
+    // The rate of the device: a source that does not follow it is
+    // converted, as on a sound card.
+    double rateHz = RenderSource::kRateHz;
     int starts = 0;
     int pauses = 0;
 
@@ -38,6 +42,7 @@ public:
         if (failStarts)
             return false;
         m_source = &source;
+        m_adapter.reset(source.renderRateFor(rateHz), rateHz);
         m_running = true;
         if (m_realTime && !m_puller.joinable())
             m_puller = std::thread([this] { pullInRealTime(); });
@@ -61,7 +66,7 @@ public:
     std::vector<float> pull(int frameCount) {
         std::vector<float> block(static_cast<size_t>(2 * frameCount), 999.0f);
         if (m_source)
-            m_source->render(block.data(), frameCount);
+            m_adapter.render(*m_source, block.data(), frameCount);
         return block;
     }
 
@@ -73,7 +78,7 @@ private:
         auto next = steady_clock::now();
         std::vector<float> block(2 * kRealTimeBlockFrames);
         while (!m_stop.load()) {
-            m_source->render(block.data(), kRealTimeBlockFrames);
+            m_adapter.render(*m_source, block.data(), kRealTimeBlockFrames);
             for (size_t i = 0; i < block.size() && recordedLeft.size() < kRecordFrames; i += 2)
                 recordedLeft.push_back(block[i]);
             next += blockTime;
@@ -90,6 +95,7 @@ private:
 
     const bool m_realTime;
     RenderSource* m_source = nullptr;
+    RateAdapter m_adapter;
     std::atomic<bool> m_running{false};
     std::atomic<bool> m_stop{false};
     std::thread m_puller;

@@ -55,6 +55,14 @@ std::vector<Onset> clicksHeard(int frames,
     return onsets;
 }
 
+// A grid given in frames at 44.1 kHz, the rate the stream renders at
+// until an output says otherwise.
+PreviewStream::ClickGrid gridInFrames(uint64_t generation, bool on, double firstBeatFrame,
+                                      double periodFrames, int downbeat) {
+    const double rate = RenderSource::kRateHz;
+    return {generation, on, firstBeatFrame / rate, periodFrames / rate, downbeat};
+}
+
 TEST(PreviewClicks, ClicksFallOnTheGridsFramesWithAccentsOnBarStarts) {
     using Grid = PreviewStream::ClickGrid;
     struct Case {
@@ -66,7 +74,7 @@ TEST(PreviewClicks, ClicksFallOnTheGridsFramesWithAccentsOnBarStarts) {
         // 120 BPM sixteenths at 44.1 kHz: 5512.5 frames, rounded from the
         // exact product each time, so it alternates and never drifts.
         {"fractional period",
-         {{0, {1, true, 100, 5512.5, 0}}},
+         {{0, gridInFrames(1, true, 100, 5512.5, 0)}},
          {{100, true},
           {5613, false},
           {11125, false},
@@ -76,21 +84,21 @@ TEST(PreviewClicks, ClicksFallOnTheGridsFramesWithAccentsOnBarStarts) {
         // Beat 0 lies before the playback: beat 1 is the first heard, and
         // the downbeat counts from beat 0, not from the first one heard.
         {"grid from before the start",
-         {{0, {1, true, -3000, 6000, 2}}},
+         {{0, gridInFrames(1, true, -3000, 6000, 2)}},
          {{3000, false}, {9000, true}, {15000, false}, {21000, false}, {27000, false}}},
         // Beats before beat 0 keep the bar count of the grid.
         {"negative beats",
-         {{0, {1, true, 13000, 6000, 2}}},
+         {{0, gridInFrames(1, true, 13000, 6000, 2)}},
          {{1000, true}, {7000, false}, {13000, false}, {19000, false}, {25000, true}}},
         // Turned on midway: the next beat after the moment, never a click
         // at once; turned off: the click under way rings out, no more come.
         {"on and off midway",
-         {{0, {1, false, 0, 6000, 0}},
-          {6400, {1, true, 0, 6000, 0}},
-          {18432, {1, false, 0, 6000, 0}}},
+         {{0, gridInFrames(1, false, 0, 6000, 0)},
+          {6400, gridInFrames(1, true, 0, 6000, 0)},
+          {18432, gridInFrames(1, false, 0, 6000, 0)}},
          {{12000, false}, {18000, false}}},
         // A grid of another playback is not heard in this one.
-        {"other generation", {{0, {2, true, 0, 6000, 0}}}, {}},
+        {"other generation", {{0, gridInFrames(2, true, 0, 6000, 0)}}, {}},
     };
     // The block size of the device moves no click.
     for (const Case& c : cases)

@@ -76,45 +76,6 @@ TEST(TempoPreviewPlayer, PlaysFromTheClickedSecondFadedInAndFadesOutIn12Steps) {
     EXPECT_FALSE(rig.player().started());
 }
 
-TEST(TempoPreviewPlayer, TheClickSoundsOnTheFilesOwnBeatsWithTheAccentOnBars) {
-    // A 48 kHz file with a one-sample pulse on each beat of its grid: 120
-    // BPM from 0.3 s, bars from beat 1. Played from 1.1 s, with and without
-    // the click; what the click adds must start on the frame where the
-    // music's own pulse sounds after resampling.
-    const double offset = 0.3;
-    std::vector<float> samples(4 * 48000, 0.0f);
-    for (int k = 0; k < 8; ++k)
-        samples[static_cast<size_t>(std::lround((offset + 0.5 * k) * 48000))] = 0.8f;
-    // One rig each, so that no block of the other playback waits in the ring.
-    Rig rig(4.0, offset, 1);
-    Rig other(4.0, offset, 1);
-    const std::string path = rig.write("beats.wav", samples, 1, 48000);
-    auto play = [&](Rig& r, bool click) {
-        EXPECT_TRUE(r.analyse(path));
-        r.player().setClickGrid(120, offset, 1);
-        r.player().setClickOn(click);
-        r.model->startPreview(1.1);
-        EXPECT_TRUE(r.player().isPlaying());
-        return r.pullLeft(kDelayFrames + 2 * 44100);
-    };
-    const std::vector<float> withClick = play(rig, true);
-    const std::vector<float> music = play(other, false);
-
-    // Beats 2 ... 5 (1.3 ... 2.8 s) sound in these 2 s; beat 5 starts a bar.
-    for (int k = 2; k <= 5; ++k) {
-        const auto at =
-            static_cast<size_t>(kDelayFrames + std::lround((offset + 0.5 * k - 1.1) * 44100));
-        const auto loudest = std::max_element(music.begin() + at - 20, music.begin() + at + 20);
-        EXPECT_LE(std::abs(loudest - music.begin() - static_cast<long>(at)), 1) << "beat " << k;
-        const std::vector<float>& click =
-            k == 5 ? rig.stream().accentClick() : rig.stream().beatClick();
-        for (size_t i = 0; i < 400; ++i)
-            ASSERT_NEAR(withClick[at + i] - music[at + i], click[i], 1e-6) << k << " " << i;
-        for (size_t i = 1; i < 200; ++i)
-            ASSERT_EQ(withClick[at - i], music[at - i]) << "a click before beat " << k;
-    }
-}
-
 TEST(TempoPreviewPlayer, TheStartIsHeardTheDelayAfterTheRequestWhateverTheOutputHolds) {
     struct Case {
         bool prepared;  // the output ran before the start

@@ -6,7 +6,7 @@ namespace quorlen {
 // Implementations must not allocate, lock, log or throw.
 class RenderSource {
 public:
-    // Sample rate every source renders at.
+    // The rate sources render at, unless they follow the output's own.
     static constexpr double kRateHz = 44100.0;
 
     virtual ~RenderSource() = default;
@@ -15,6 +15,11 @@ public:
     // Called instead of render, on the thread that starts the output, when
     // a start failed: a source may drop what it was asked to play since.
     virtual void discard() noexcept {}
+    // Called on the thread that starts an output, before it pulls: the
+    // output runs at `outputRateHz`. Returns the rate this source renders
+    // at from then on, which the output converts to its own: kRateHz,
+    // unless the source can render at the output's rate and does.
+    virtual double renderRateFor(double /*outputRateHz*/) noexcept { return kRateHz; }
 };
 
 // An audio output the synthesiser can start and pause. Main thread only.
@@ -25,7 +30,8 @@ public:
     virtual ~AudioBackend() = default;
 
     // Opens the output if needed and starts pulling from `source`, which
-    // must outlive the backend. False when no output could be started.
+    // must outlive the backend, after telling it the output's rate (see
+    // RenderSource::renderRateFor). False when no output could be started.
     virtual bool start(RenderSource& source) = 0;
     // Stops pulling; what the source holds stays for the next start.
     virtual void pause() = 0;

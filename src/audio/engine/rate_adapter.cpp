@@ -4,8 +4,8 @@
 
 namespace quorlen {
 
-void RateAdapter::reset(double deviceRateHz) {
-    m_step = RenderSource::kRateHz / deviceRateHz;
+void RateAdapter::reset(double sourceRateHz, double deviceRateHz) {
+    m_step = sourceRateHz / deviceRateHz;
     m_fraction = 0.0;
     m_before = {};
     m_after = {};

@@ -6,8 +6,8 @@
 
 namespace quorlen {
 
-// Plays a 44.1 kHz source on a device that runs at another rate, so pitch
-// and timing stay right: each device frame is the linear interpolation of
+// Plays a source on a device that runs at another rate, so pitch and
+// timing stay right: each device frame is the linear interpolation of
 // the two source frames around its position. Linear interpolation is
 // enough for short synthesised sounds; its images stay below −40 dB for
 // tones under 2 kHz at the usual 48 kHz.
@@ -16,8 +16,8 @@ namespace quorlen {
 // blocks of 256 into a fixed buffer, which adds at most 5.8 ms of latency.
 class RateAdapter {
 public:
-    // Call while no stream runs. A rate of 44100 Hz passes frames through.
-    void reset(double deviceRateHz);
+    // Call while no stream runs. Equal rates pass frames through.
+    void reset(double sourceRateHz, double deviceRateHz);
 
     void render(RenderSource& source, float* interleavedStereo, int frameCount) noexcept;
 

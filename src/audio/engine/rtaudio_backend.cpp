@@ -125,7 +125,8 @@ void openFirstOutput(Stream& stream, int queuedBlocks) {
             output.deviceId = audio->getDefaultOutputDevice();
             output.nChannels = 2;
             const RtAudio::DeviceInfo info = audio->getDeviceInfo(output.deviceId);
-            // 44.1 kHz needs no adapting; otherwise the device's own rate.
+            // 44.1 kHz needs no adapting for most sources; otherwise the
+            // device's own rate.
             const unsigned int rates[] = {44100, info.preferredSampleRate, 48000};
             for (const unsigned int rate : rates) {
                 if (rate == 0)
@@ -147,7 +148,6 @@ void openFirstOutput(Stream& stream, int queuedBlocks) {
                     continue;
                 }
                 stream.rateHz = audio->getStreamSampleRate();
-                stream.adapter.reset(stream.rateHz);
                 stream.blockFrames = blockFrames;
                 stream.audio = std::move(audio);
                 return;
@@ -178,9 +178,13 @@ bool RtAudioBackend::start(RenderSource& source) {
         close();
     if (!m_stream && !open(source))
         return false;
-    if (!m_stream->audio->isStreamRunning() &&
-        !onStream(kCallLimit, [](Stream& stream) { stream.audio->startStream(); }))
-        return false;
+    if (!m_stream->audio->isStreamRunning()) {
+        // Nothing pulls yet, so the source and the adapter are free to change.
+        const double rateHz = m_stream->rateHz;
+        m_stream->adapter.reset(source.renderRateFor(rateHz), rateHz);
+        if (!onStream(kCallLimit, [](Stream& stream) { stream.audio->startStream(); }))
+            return false;
+    }
     if (!isRunning()) {
         close();
         return false;

@@ -12,7 +12,7 @@ namespace quorlen {
 // The sound card through RtAudio: PulseAudio first (PipeWire serves it
 // too), then ALSA, then JACK; the first that opens a stereo float output
 // wins. It asks for 44.1 kHz and otherwise takes the device's own rate,
-// adapting the source to it.
+// adapting a source that does not follow it (see RenderSource::renderRateFor).
 //
 // No call waits on the sound server without end: opening gives up after
 // kOpenLimit, and starting, pausing and closing after kCallLimit. A server

@@ -33,6 +33,10 @@ void toStereo(const float* interleaved, size_t frames, int channels, float* ster
 LinearResampler::LinearResampler(double fromHz, double toHz) : m_step(fromHz / toHz) {}
 
 void LinearResampler::push(const float* stereo, size_t frames, std::vector<float>& out) {
+    if (m_step == 1.0) {
+        out.insert(out.end(), stereo, stereo + 2 * frames);
+        return;
+    }
     size_t next = 0; // index of the input frame after m_previous
     if (!m_primed && frames > 0) {
         m_previous = {stereo[0], stereo[1]};

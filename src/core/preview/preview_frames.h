@@ -31,7 +31,8 @@ void toStereo(const float* interleaved, size_t frames, int channels, float* ster
 // Converts a stream of stereo frames from one rate to another by linear
 // interpolation between neighbouring frames, keeping its position across
 // calls so a file can be fed in chunks of any size. Enough for listening
-// back against the grid; it is not used for analysis.
+// back against the grid; it is not used for analysis. Between equal rates
+// it copies the frames as they are.
 class LinearResampler {
 public:
     LinearResampler(double fromHz, double toHz);

@@ -66,13 +66,14 @@ std::vector<float> makePartialsBuffer(std::span<const Partial> partials) {
     return samples;
 }
 
-std::vector<float> makeTickBuffer(double frequencyHz, float gain) {
+std::vector<float> makeTickBuffer(double frequencyHz, float gain, double rateHz) {
     constexpr double kLengthS = 0.07;
     constexpr double kAttackS = 0.0015;
     constexpr double kFadeS = 0.012;
-    std::vector<float> samples(kTickFrames, 0.0f);
-    for (int n = 0; n < kTickFrames; ++n) {
-        const double t = secondsAt(n);
+    const auto frames = static_cast<int>(std::lround(kLengthS * rateHz));
+    std::vector<float> samples(static_cast<size_t>(frames), 0.0f);
+    for (int n = 0; n < frames; ++n) {
+        const double t = n / rateHz;
         const double envelope = std::exp(-55.0 * t) * std::min(1.0, t / kAttackS) *
                                 std::min(1.0, (kLengthS - t) / kFadeS);
         const double x = kTwoPi * frequencyHz * t;

@@ -31,7 +31,8 @@ std::vector<float> makeBuffer(std::span<const double> frequenciesHz);
 std::vector<float> makePartialsBuffer(std::span<const Partial> partials);
 
 // A metronome click: a sine plus 0.35 of its octave, 1.5 ms attack, an
-// exp(−55 t) decay and a 12 ms fade, times `gain`.
-std::vector<float> makeTickBuffer(double frequencyHz, float gain);
+// exp(−55 t) decay and a 12 ms fade, times `gain`; 70 ms at `rateHz`
+// (kTickFrames at the usual rate), for a player that renders at another.
+std::vector<float> makeTickBuffer(double frequencyHz, float gain, double rateHz = kSampleRateHz);
 
 } // namespace quorlen::synth

@@ -42,14 +42,15 @@ long firstSounding(const std::vector<float>& left) {
     return std::find_if(left.begin(), left.end(), [](float v) { return v != 0; }) - left.begin();
 }
 
-// A 44.1 kHz sine, continuous across blocks.
+// A sine at `rateHz`, continuous across blocks.
 class SineSource final : public RenderSource {
 public:
-    explicit SineSource(double frequencyHz) : m_frequencyHz(frequencyHz) {}
+    explicit SineSource(double frequencyHz, double rateHz = kRateHz)
+        : m_frequencyHz(frequencyHz), m_rateHz(rateHz) {}
     void render(float* out, int frameCount) noexcept override {
         for (int i = 0; i < frameCount; ++i, ++m_frame) {
             const auto value = static_cast<float>(
-                std::sin(2 * std::numbers::pi * m_frequencyHz * m_frame / kRateHz));
+                std::sin(2 * std::numbers::pi * m_frequencyHz * m_frame / m_rateHz));
             out[2 * i] = value;
             out[2 * i + 1] = -value;
         }
@@ -57,6 +58,7 @@ public:
 
 private:
     double m_frequencyHz;
+    double m_rateHz;
     long m_frame = 0;
 };
 
@@ -201,21 +203,29 @@ int upwardZeroCrossings(const std::vector<float>& interleaved, int channel) {
     return count;
 }
 
-TEST(RateAdapter, KeepsThePitchAtEveryDeviceRate) {
+TEST(RateAdapter, KeepsThePitchAtEveryDeviceRateAndPassesEqualRatesThrough) {
     // One second of a 1 kHz tone has 1000 upward zero crossings at any rate
-    // (±1 for where the second starts); played unadapted at 48 kHz it
-    // would have 1088.
-    for (const double deviceRateHz : {44100.0, 48000.0, 96000.0, 22050.0, 32000.0}) {
-        SineSource source(1000);
+    // (±1 for where the second starts); a 44.1 kHz source played unadapted
+    // at 48 kHz would have 1088.
+    const std::pair<double, double> rates[] = {{44100, 44100}, {44100, 48000}, {44100, 96000},
+                                               {44100, 22050}, {44100, 32000}, {48000, 48000},
+                                               {48000, 44100}, {96000, 96000}};
+    for (const auto& [sourceRateHz, deviceRateHz] : rates) {
+        SineSource source(1000, sourceRateHz);
         RateAdapter adapter;
-        adapter.reset(deviceRateHz);
+        adapter.reset(sourceRateHz, deviceRateHz);
         std::vector<float> second(2 * static_cast<size_t>(deviceRateHz) + 2 * 441, 999.0f);
         for (size_t done = 0; done < static_cast<size_t>(deviceRateHz); done += 441)
             adapter.render(source, second.data() + 2 * done, 441);
         second.resize(static_cast<size_t>(2 * deviceRateHz));
-        EXPECT_NEAR(upwardZeroCrossings(second, 0), 1000, 1) << deviceRateHz;
+        EXPECT_NEAR(upwardZeroCrossings(second, 0), 1000, 1) << sourceRateHz << " " << deviceRateHz;
         // Channels stay apart: the right one is the left inverted.
         EXPECT_FLOAT_EQ(second[1001], -second[1000]) << deviceRateHz;
+        // A source at the device's rate is heard as it renders, frame for frame.
+        if (sourceRateHz == deviceRateHz) {
+            SineSource direct(1000, sourceRateHz);
+            EXPECT_EQ(second, render(direct, static_cast<int>(deviceRateHz))) << deviceRateHz;
+        }
     }
 }
 

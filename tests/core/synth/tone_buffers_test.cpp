@@ -37,12 +37,14 @@ TEST(Triad, FrequenciesFollowEqualTemperament) {
 TEST(ToneBuffers, HaveFixedLengthsStartAtZeroFadeToSilenceAndEmptyIsSilent) {
     const double chord[] = {440, 554.37, 659.26};
     const Partial partials[] = {{110, 1}, {220, 0.5f}};
-    // 1.25 s, 1.6 s and 70 ms at 44.1 kHz. Every attack starts from 0; the
-    // last frame is 1/44100 s from the end of a linear fade of 12 to 100 ms,
-    // so below 0.2 % of the fade's start.
-    const std::pair<std::vector<float>, size_t> buffers[] = {{makeBuffer(chord), 55125},
-                                                             {makePartialsBuffer(partials), 70560},
-                                                             {makeTickBuffer(1760, 1), 3087}};
+    // 1.25 s, 1.6 s and 70 ms at 44.1 kHz, and a tick of 70 ms at 48 kHz.
+    // Every attack starts from 0; the last frame is one frame from the end
+    // of a linear fade of 12 to 100 ms, so below 0.2 % of the fade's start.
+    const std::pair<std::vector<float>, size_t> buffers[] = {
+        {makeBuffer(chord), 55125},
+        {makePartialsBuffer(partials), 70560},
+        {makeTickBuffer(1760, 1), 3087},
+        {makeTickBuffer(1760, 1, 48000), 3360}};
     for (const auto& [samples, length] : buffers) {
         EXPECT_EQ(samples.size(), length);
         EXPECT_EQ(samples.front(), 0.0f);
@@ -70,6 +72,8 @@ TEST(ToneBuffers, SamplesMatchHandWorkedValues) {
     EXPECT_NEAR(makeBuffer(note)[441], 0.0551597, 2e-6);
     EXPECT_NEAR(makePartialsBuffer(sine)[441], 0.538570, 2e-6);
     EXPECT_NEAR(makeTickBuffer(1760, 0.55f)[441], -0.0808905, 2e-6);
+    // The same 10 ms of a tick made at 48 kHz.
+    EXPECT_NEAR(makeTickBuffer(1760, 0.55f, 48000)[480], -0.0808905, 2e-6);
 }
 
 TEST(ToneBuffers, StrummedNotesEnter45MsApartUnnormalised) {
