@@ -9,9 +9,11 @@
 #include "cli/interrupt.h"
 #include "cli/key_report.h"
 #include "cli/progress_line.h"
+#include "detection/parallel_for.h"
 #include "detection/tempo_detector.h"
 #include "key/key_names.h"
 #include "tags/tag_writer.h"
+#include "text/failure_texts.h"
 
 #include <algorithm>
 #include <chrono>
@@ -23,7 +25,6 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -230,7 +231,7 @@ Posted outOfMemoryPost(const Job& job, const std::string& file) {
     constexpr int kAttempts = 100;
     for (int attempt = 1;; ++attempt) {
         try {
-            return failurePost(job, file, detection::Failure::outOfMemory().what());
+            return failurePost(job, file, text::failure::kAnalysisOutOfMemory);
         } catch (const std::bad_alloc&) {
             if (attempt == kAttempts)
                 throw;
@@ -247,18 +248,15 @@ std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic
     std::vector<std::jthread> pool;
     pool.reserve(count);
     for (size_t w = 0; w < count; ++w) {
-        try {
-            pool.emplace_back([&] {
-                while (analyzeNext(job, next, board)) {
-                }
-                // Out of files: the analyses still running may use its threads.
-                job.spareThreads->give(job.innerThreads);
-            });
-        } catch (const std::system_error&) {
+        std::optional<std::jthread> worker = detection::tryStartThread([&] {
+            while (analyzeNext(job, next, board)) {
+            }
+            // Out of files: the analyses still running may use its threads.
+            job.spareThreads->give(job.innerThreads);
+        });
+        if (!worker)
             break;
-        } catch (const std::bad_alloc&) {
-            break;
-        }
+        pool.push_back(std::move(*worker));
     }
     return pool;
 }

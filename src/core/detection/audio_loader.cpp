@@ -3,6 +3,7 @@
 #include "decoding/audio_file_reader.h"
 #include "decoding/read_error.h"
 #include "detection/loudest_window.h"
+#include "detection/parallel_for.h"
 #include "detection/resample.h"
 #include "detection/waveform_peaks.h"
 #include "text/failure_texts.h"
@@ -15,7 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <system_error>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -84,12 +85,22 @@ class ReadAhead final : public ChunkSource {
 public:
     static constexpr size_t kBuffers = 4;
 
+    // Nullptr when the system refuses the thread.
+    static std::unique_ptr<ReadAhead> start(decoding::AudioFileReader& reader, size_t chunkFrames) {
+        auto ahead = std::make_unique<ReadAhead>(reader, chunkFrames);
+        std::optional<std::jthread> thread =
+            tryStartThread([self = ahead.get(), chunkFrames](const std::stop_token& stop) {
+                self->decodeAll(stop, static_cast<long long>(chunkFrames));
+            });
+        if (!thread)
+            return nullptr;
+        ahead->m_thread = std::move(*thread);
+        return ahead;
+    }
+
     ReadAhead(decoding::AudioFileReader& reader, size_t chunkFrames) : m_reader(reader) {
         for (size_t i = 0; i < kBuffers; ++i)
             m_free.push_back(chunkBuffer(chunkFrames * static_cast<size_t>(reader.channels())));
-        m_thread = std::jthread([this, chunkFrames](const std::stop_token& stop) {
-            decodeAll(stop, static_cast<long long>(chunkFrames));
-        });
     }
     ~ReadAhead() override {
         {
@@ -182,13 +193,9 @@ void readAll(decoding::AudioFileReader& reader, const CancelCheck& isCancelled, 
     const size_t chunkFrames =
         std::max<size_t>(1, bytes / sizeof(float) / static_cast<size_t>(channels));
     std::unique_ptr<ChunkSource> source;
-    if (ahead) {
-        try {
-            source = std::make_unique<ReadAhead>(reader, chunkFrames);
-        } catch (const std::system_error&) {
-            // No thread to be had: read in turn.
-        }
-    }
+    if (ahead)
+        source = ReadAhead::start(reader, chunkFrames);
+    // Without a thread to read ahead on, read in turn.
     if (!source)
         source = std::make_unique<ReadInPlace>(reader, chunkFrames);
     size_t total = 0;

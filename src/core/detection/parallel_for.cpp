@@ -4,8 +4,6 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
-#include <new>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -37,15 +35,11 @@ void parallelFor(size_t count, int threads, const std::function<void(size_t)>& b
     std::vector<std::jthread> pool;
     pool.reserve(workers - 1);
     for (size_t w = 1; w < workers; ++w) {
-        try {
-            pool.emplace_back(work);
-        } catch (const std::system_error&) {
-            // The system refuses more threads: those started and this one
-            // share the items.
+        std::optional<std::jthread> thread = tryStartThread(work);
+        // Refused: those started and this one share the items.
+        if (!thread)
             break;
-        } catch (const std::bad_alloc&) {
-            break;
-        }
+        pool.push_back(std::move(*thread));
     }
     work();
     pool.clear();
