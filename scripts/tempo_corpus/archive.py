@@ -1,15 +1,17 @@
 """Renders a tempo corpus from music in Debian's archive whose authors wrote its tempo.
 
-Usage: archive.py PACKAGES_DIR OUTDIR
+Usage: archive.py PACKAGES_DIR OUTDIR [SOURCE ...]
 
 PACKAGES_DIR holds the unpacked packages (one folder per package). A
-source already rendered (its truth.csv there) is kept. Each
+source already rendered (its truth.csv there) is kept; with SOURCE names,
+only those are rendered. Each
 source (a package or a group of small ones) becomes OUTDIR/<source>/ with
 its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
 piece at one tempo, "loop" for a whole number of beats cut on a bar line of
 the same render. The truth is the author's: the set-tempo event of a MIDI
 file, or a module's speed and tempo with its rows per beat (libopenmpt's
-reading of them; formats that do not store rows per beat count 4). A
+reading of them; formats that do not store rows per beat count 4), or the
+Tempo line of an mma song or groove (accompaniment.py). A
 source "no-rhythm" of noise and drones has no tempo at all (kind "none").
 """
 
@@ -24,6 +26,9 @@ import wave
 
 import mido
 import numpy as np
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import accompaniment  # noqa: E402
 
 RATE = 44100
 SOUNDFONTS = ["/usr/share/sounds/sf2/FluidR3_GM.sf2", "/usr/share/sounds/sf2/TimGM6mb.sf2"]
@@ -46,6 +51,8 @@ SOURCES = {
     "arcade-modules": (["pachi-data", "madbomber-data", "circuslinux-data", "gemdropx"], "module"),
     "teaching-modules": (["tuxtype-data", "tuxmath-data", "penguin-command", "njam-data"],
                          "module"),
+    # Made by the installed mma from its own grooves and songs: nothing to download.
+    "accompaniment-grooves": ([], "accompaniment"),
 }
 MIDI_SUFFIXES = (".mid", ".midi")
 MODULE_SUFFIXES = (".it", ".xm", ".s3m", ".mod")
@@ -234,49 +241,107 @@ def write_unrhythmic(outdir):
     print(f"no-rhythm: {len(rows)} files")
 
 
+def keep(folder, name, samples, bpm, rows):
+    """Writes the piece (when long enough) and its loop, with their truth rows."""
+    samples = normalised(samples)
+    if len(samples) >= MIN_PIECE_SECONDS * RATE:
+        write_wav(os.path.join(folder, f"{name}.wav"), samples)
+        rows.append((f"{name}.wav", f"{bpm:.4f}", "piece"))
+    loop = cut_loop(samples, bpm, name)
+    if loop is not None:
+        write_wav(os.path.join(folder, f"loop-{name}.wav"), loop)
+        rows.append((f"loop-{name}.wav", f"{bpm:.4f}", "loop"))
+
+
+def render_file(path, name, kind, openmpt):
+    """(samples, bpm) of a MIDI file's first stretch at one tempo or of a
+    module, or a reason it is skipped."""
+    if kind == "module":
+        return openmpt.render(path)
+    segment = midi_segment(path)
+    if segment is None:
+        return "not in 2/4 or 4/4"
+    start, end, bpm = segment
+    font = SOUNDFONTS[int(stable(name, "font") * len(SOUNDFONTS))]
+    rendered = render_midi(path, font, 0.3 + 0.5 * stable(name, "gain"))
+    return rendered[int(start * RATE):int(end * RATE)], bpm
+
+
+def render_accompaniment(source, folder, rows):
+    """mma's songs and grooves: its MIDI at the written tempo, rendered as
+    the MIDI files are. A stretch at another tempo than the written one (a
+    song that starts slower, say) is skipped: its truth would be ours."""
+    seen = set()
+    for name, make, written in accompaniment.items(PIECE_SECONDS + 5.0,
+                                                   lambda line: print(f"{source}: {line}")):
+        if name in seen:  # a copy of an example in another folder
+            print(f"{source}: {name}: a second song of that name, skipped")
+            continue
+        seen.add(name)
+        with tempfile.TemporaryDirectory() as tmp:
+            try:
+                path = make(tmp)
+                digest = accompaniment.notes_digest(path)
+                if digest in seen:
+                    print(f"{source}: {name}: same notes as an earlier song, skipped")
+                    continue
+                seen.add(digest)
+                rendered = render_file(path, name, "midi", None)
+            except Exception as error:  # a song mma or the renderer cannot take
+                print(f"{source}: {name}: {error}, skipped")
+                continue
+        if isinstance(rendered, str):
+            print(f"{source}: {name}: {rendered}, skipped")
+            continue
+        samples, bpm = rendered
+        if abs(bpm - written) > SAME_TEMPO * written:
+            print(f"{source}: {name}: first stretch at {bpm:.1f}, not the written {written:g}, "
+                  "skipped")
+            continue
+        if not audible(samples) or not (40.0 <= bpm <= 250.0):
+            print(f"{source}: {name}: silent or tempo {bpm:.1f} out of range, skipped")
+            continue
+        keep(folder, name, samples, bpm, rows)
+
+
 def main():
-    if len(sys.argv) != 3:
-        sys.exit("usage: archive.py PACKAGES_DIR OUTDIR")
-    packages_dir, outdir = sys.argv[1], sys.argv[2]
-    if not os.path.isfile(os.path.join(outdir, "no-rhythm", "truth.csv")):
+    if len(sys.argv) < 3:
+        sys.exit("usage: archive.py PACKAGES_DIR OUTDIR [SOURCE ...]")
+    packages_dir, outdir, chosen = sys.argv[1], sys.argv[2], sys.argv[3:]
+    unknown = [c for c in chosen if c not in SOURCES and c != "no-rhythm"]
+    if unknown:
+        sys.exit(f"unknown source: {' '.join(unknown)}")
+    if (not chosen or "no-rhythm" in chosen) and \
+            not os.path.isfile(os.path.join(outdir, "no-rhythm", "truth.csv")):
         write_unrhythmic(outdir)
     openmpt = Openmpt()
     for source, (packages, kind) in SOURCES.items():
+        if chosen and source not in chosen:
+            continue
         folder = os.path.join(outdir, source)
         if os.path.isfile(os.path.join(folder, "truth.csv")):
             print(f"{source}: already rendered")
             continue
         os.makedirs(folder, exist_ok=True)
         rows = []
+        if kind == "accompaniment":
+            render_accompaniment(source, folder, rows)
         suffixes = MIDI_SUFFIXES if kind == "midi" else MODULE_SUFFIXES
         for path in files_of(packages_dir, packages, suffixes):
             name = os.path.splitext(os.path.basename(path))[0].replace(" ", "_")
             try:
-                if kind == "midi":
-                    segment = midi_segment(path)
-                    if segment is None:
-                        print(f"{source}: {name}: not in 2/4 or 4/4, skipped")
-                        continue
-                    start, end, bpm = segment
-                    font = SOUNDFONTS[int(stable(name, "font") * len(SOUNDFONTS))]
-                    rendered = render_midi(path, font, 0.3 + 0.5 * stable(name, "gain"))
-                    samples = rendered[int(start * RATE):int(end * RATE)]
-                else:
-                    samples, bpm = openmpt.render(path)
+                rendered = render_file(path, name, kind, openmpt)
             except Exception as error:  # a file the parser or renderer cannot take
                 print(f"{source}: {name}: {error}, skipped")
                 continue
+            if isinstance(rendered, str):
+                print(f"{source}: {name}: {rendered}, skipped")
+                continue
+            samples, bpm = rendered
             if samples is None or not audible(samples) or not (40.0 <= bpm <= 250.0):
                 print(f"{source}: {name}: silent or tempo {bpm:.1f} out of range, skipped")
                 continue
-            samples = normalised(samples)
-            if len(samples) >= MIN_PIECE_SECONDS * RATE:
-                write_wav(os.path.join(folder, f"{name}.wav"), samples)
-                rows.append((f"{name}.wav", f"{bpm:.4f}", "piece"))
-            loop = cut_loop(samples, bpm, name)
-            if loop is not None:
-                write_wav(os.path.join(folder, f"loop-{name}.wav"), loop)
-                rows.append((f"loop-{name}.wav", f"{bpm:.4f}", "loop"))
+            keep(folder, name, samples, bpm, rows)
         with open(os.path.join(folder, "truth.csv"), "w", newline="") as f:
             writer = csv.writer(f)
             writer.writerow(["file", "bpm", "kind"])
