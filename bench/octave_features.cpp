@@ -44,11 +44,13 @@ int main(int argc, char** argv) {
                             "\"lowBarRepeat\":%.6f,\"halfBeat\":%.6f,\"tripletFeel\":%.6f,"
                             "\"loopBeats\":%.6f,\"loopBars\":%.6f,\"triplet\":%.0f,"
                             "\"dotted\":%.0f,\"unrelated\":%.0f,\"onsetsPerBeat\":%.6f,"
-                            "\"accentEvery2\":%.6f}",
+                            "\"accentEvery2\":%.6f,\"quarterBeat\":%.6f,\"eighthBeat\":%.6f,"
+                            "\"sixthBeat\":%.6f,\"lowHalfBeat\":%.6f}",
                             c ? "," : "", f.bpm, f.ratio, f.logTempo, f.fullStrength, f.lowStrength,
                             f.kicksPerBeat, f.accentEvery8, f.barRepeat, f.lowBarRepeat, f.halfBeat,
                             f.tripletFeel, f.loopBeats, f.loopBars, f.triplet, f.dotted,
-                            f.unrelated, f.onsetsPerBeat, f.accentEvery2);
+                            f.unrelated, f.onsetsPerBeat, f.accentEvery2, f.quarterBeat,
+                            f.eighthBeat, f.sixthBeat, f.lowHalfBeat);
             }
             std::printf("]}\n");
         } catch (const std::exception& error) {

@@ -187,7 +187,8 @@ OctaveChoice chooseOctaveTempo(const TempoEvidence& evidence, const OctaveMode& 
     choice.tempo = chosen;
     choice.confidence = choiceConfidence(
         {probability, classic && nearTempo(chosen.bpm, classic->bpm), chosen.bpm, wholeBeatLoop,
-         candidates[shownAs].fullStrength, candidates[shownAs].barRepeat, classicConfidence});
+         candidates[shownAs].fullStrength, candidates[shownAs].barRepeat, classicConfidence,
+         candidates[shownAs].onsetsPerBeat, candidates[shownAs].eighthBeat});
     choice.candidates = rankedCandidates(chosen.bpm, probability, choice.confidence, candidates, p);
     return choice;
 }

@@ -184,6 +184,17 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
         };
         f.halfBeat = std::log(full(0.5) / full(0.0));
         f.tripletFeel = std::log(0.5 * (full(1.0 / 3.0) + full(2.0 / 3.0)) / full(0.5));
+        const double quarters = 0.5 * (full(0.25) + full(0.75));
+        f.quarterBeat = std::log(quarters / full(0.0));
+        f.eighthBeat =
+            std::log(0.25 * (full(0.125) + full(0.375) + full(0.625) + full(0.875)) / quarters);
+        f.sixthBeat = std::log(0.5 * (full(1.0 / 6.0) + full(5.0 / 6.0)) / quarters);
+        if (lowMean > 0.0) {
+            const auto low = [&](double fraction) {
+                return strengthAt(evidence.low, fullFit.phase, period, fraction, lowMean);
+            };
+            f.lowHalfBeat = std::log(low(0.5) / low(0.0));
+        }
         f.barRepeat = fullRepeat.after(4.0 * period);
         f.lowBarRepeat = lowRepeat.after(4.0 * period);
         if (power > 0.0) {
@@ -234,59 +245,103 @@ std::vector<OctaveFeatures> octaveCandidates(const OctaveEvidence& evidence, dou
 
 namespace {
 
-// Files of up to 30 s, fitted by scripts/fit-octave-model on nine sources:
-// MIDI songs of a train game, small MIDI sets (a role-playing game, a
-// shooter, piano lessons), tracker modules of five groups of game and
-// teaching packages, the project's own rendered grooves, and noise and
-// drones (which only teach the confidence). Read as a whole: a tempo prior centred near 105 BPM and
-// about 0.5 octaves wide; four beats that make a bar, in the whole band and
-// more so in the kick and bass; off-beats lighter than the beats and a beat
-// that divides in two; about one kick and two notes per beat; the classic
-// tempo's octaves before its triplet, dotted or unrelated rivals; and a
-// whole number of beats, and of bars, in the loop's length.
-double shortFileScore(const OctaveFeatures& f) {
-    return -1.897 * f.logTempo * f.logTempo - 0.557 * f.logTempo - 0.615 * f.fullStrength +
-           0.048 * f.lowStrength - 0.365 * f.kicksPerBeat * f.kicksPerBeat -
-           0.007 * f.accentEvery8 + 1.435 * f.barRepeat + 2.042 * f.lowBarRepeat -
-           0.646 * f.halfBeat - 0.530 * f.tripletFeel + 2.244 * f.loopBeats + 1.547 * f.loopBars -
-           0.578 * f.triplet - 1.221 * f.dotted - 1.494 * f.unrelated + 0.557 * f.onsetsPerBeat -
-           0.265 * f.onsetsPerBeat * f.onsetsPerBeat - 0.162 * f.accentEvery2;
+// What a model weighs of a candidate, in the order of its weights (and of
+// the features scripts/fit-octave-model prints).
+constexpr size_t kTerms = 21;
+std::array<double, kTerms> terms(const OctaveFeatures& f) {
+    return {f.logTempo * f.logTempo,
+            f.logTempo,
+            f.fullStrength,
+            f.lowStrength,
+            f.kicksPerBeat * f.kicksPerBeat,
+            f.accentEvery8,
+            f.barRepeat,
+            f.lowBarRepeat,
+            f.halfBeat,
+            f.tripletFeel,
+            f.loopBeats,
+            f.loopBars,
+            f.triplet,
+            f.dotted,
+            f.unrelated,
+            f.onsetsPerBeat,
+            f.onsetsPerBeat * f.onsetsPerBeat,
+            f.accentEvery2,
+            f.quarterBeat,
+            f.sixthBeat,
+            f.lowHalfBeat};
 }
 
-// Longer files keep the model fitted on the project's own grooves and
-// arrangements alone: on the other sources' pieces it chose better than a
-// refit on them (a hundred pieces are too few for the features above), and
-// so each of those sources scores it as music it has never seen. A tempo
-// prior centred on 120 BPM, a grid that gathers the onsets of the whole
-// band and more so of the kick and bass, about one kick per beat, no snare
-// once in eight beats (a half-time groove read double), four beats that
-// make a bar, off-beats lighter than the beats, a beat that divides in two.
-double longFileScore(const OctaveFeatures& f) {
-    return -1.700 * f.logTempo * f.logTempo + 1.206 * f.fullStrength + 1.902 * f.lowStrength -
-           1.218 * f.kicksPerBeat * f.kicksPerBeat - 0.663 * f.accentEvery8 + 1.440 * f.barRepeat +
-           2.015 * f.lowBarRepeat - 0.888 * f.halfBeat - 0.672 * f.tripletFeel;
-}
+// A conditional logit's weights, and the temperature and score for "none
+// of them" that make its softmax a probability.
+struct Model {
+    std::array<double, kTerms> weights;
+    double temperature;
+    double noneScore;
+};
+
+// Files of up to 30 s, fitted by scripts/fit-octave-model on ten sources:
+// MIDI songs of a train game, small MIDI sets (a role-playing game, a
+// shooter, piano lessons), an accompaniment program's grooves and example
+// songs, tracker modules of five groups of game and teaching packages, the
+// project's own rendered grooves, and noise and drones (which only teach
+// the confidence). Read as a whole: a tempo prior centred near 110 BPM and
+// about 0.5 octaves wide; four beats that make a bar, in the whole band and
+// more so in the kick and bass; off-beats lighter than the beats, and
+// less still on the quarters and sixths of the beat (notes on a grid of
+// sixteenths at most); about one kick and two notes per beat; the classic
+// tempo's octaves before its triplet, dotted or unrelated rivals; and a
+// whole number of beats, and of bars, in the loop's length.
+constexpr Model kShortFiles = {{-1.888, -0.525, -0.682, -0.136, -0.458, 0.055,  1.412,
+                                1.820,  -0.328, -0.398, 2.184,  1.619,  -0.505, -1.075,
+                                -1.067, 0.525,  -0.250, -0.154, -0.565, -0.515, -0.229},
+                               0.711,
+                               4.400};
+
+// Longer files: the same terms fitted on every file, loops too (a few
+// hundred pieces are too few for them alone, and a loop is cut from a
+// piece of the same music), calibrated on the long files. It reads much
+// as the model above.
+constexpr Model kLongFiles = {{-1.720, -0.321, -0.643, -0.283, -0.442, 0.058,  1.496,
+                               1.851,  -0.440, -0.530, 1.707,  1.336,  -0.685, -1.238,
+                               -0.917, 0.321,  -0.461, -0.198, -0.553, -0.539, -0.266},
+                              0.711,
+                              0.600};
+
+// The confidence: a logistic regression on answers the model gave for
+// sources it was not fitted on, so that it speaks for music it has not
+// seen, and on noise and drones, whose every answer is wrong. Its terms:
+// a bias, the logit of the model's probability, agreeing with the classic
+// tempo, the distance from 120 BPM in octaves, moving to whole beats of a
+// loop, the grid's clarity and bar repeat, the classic confidence, and
+// (squared log2) notes per beat and the odd eighths' strength. The model's
+// own probability says most; tempos far from 120 BPM, whose octave
+// conventions differ most, beats that hold many notes or notes on their
+// odd eighths (a tempo read at half) take from it.
+constexpr size_t kConfidenceTerms = 10;
+constexpr std::array<double, kConfidenceTerms> kConfidence = {0.825,  0.594, 0.203, -0.326, -0.180,
+                                                              -0.222, 0.157, 0.114, -0.959, -0.316};
+
+const Model& modelFor(const OctaveFeatures& f) { return f.shortFile ? kShortFiles : kLongFiles; }
 
 } // namespace
 
 double octaveScore(const OctaveFeatures& f) {
-    return f.shortFile ? shortFileScore(f) : longFileScore(f);
+    const std::array<double, kTerms> x = terms(f);
+    return std::inner_product(x.begin(), x.end(), modelFor(f).weights.begin(), 0.0);
 }
 
 std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidates) {
-    // The scores are divided by a temperature and compete with a fixed
-    // score for "none of them"; both fitted with the weights, for short
-    // files and long ones.
-    const bool shortFile = !candidates.empty() && candidates.front().shortFile;
-    const double temperature = shortFile ? 0.711 : 1.060;
-    const double noneScore = shortFile ? 3.600 : 4.200;
+    if (candidates.empty())
+        return {};
+    const Model& model = modelFor(candidates.front());
     std::vector<double> p(candidates.size());
-    double top = noneScore;
+    double top = model.noneScore;
     for (size_t i = 0; i < candidates.size(); ++i) {
-        p[i] = octaveScore(candidates[i]) / temperature;
+        p[i] = octaveScore(candidates[i]) / model.temperature;
         top = std::max(top, p[i]);
     }
-    double sum = std::exp(noneScore - top);
+    double sum = std::exp(model.noneScore - top);
     for (double& v : p) {
         v = std::exp(v - top);
         sum += v;
@@ -297,16 +352,18 @@ std::vector<double> octaveProbabilities(std::span<const OctaveFeatures> candidat
 }
 
 double choiceConfidence(const ChoiceEvidence& e) {
-    // A logistic regression on answers the model gave for sources it was
-    // not fitted on, so that it speaks for music it has not seen, and on
-    // noise and drones, whose every answer is wrong: the model's own
-    // probability and agreeing with the classic tempo say most; tempos far
-    // from 120 BPM, whose octave conventions differ most, take from it.
     const double p = std::clamp(e.probability, 1e-3, 1.0 - 1e-3);
-    const double z =
-        0.391 + 0.684 * std::log(p / (1.0 - p)) + 0.494 * (e.agreesWithClassic ? 1.0 : 0.0) -
-        0.818 * std::abs(std::log2(e.bpm / kReferenceBpm)) - 0.445 * (e.wholeBeatLoop ? 1.0 : 0.0) -
-        0.080 * e.fullStrength + 0.013 * e.barRepeat + 0.151 * e.classicConfidence;
+    const std::array<double, kConfidenceTerms> x = {1.0,
+                                                    std::log(p / (1.0 - p)),
+                                                    e.agreesWithClassic ? 1.0 : 0.0,
+                                                    std::abs(std::log2(e.bpm / kReferenceBpm)),
+                                                    e.wholeBeatLoop ? 1.0 : 0.0,
+                                                    e.fullStrength,
+                                                    e.barRepeat,
+                                                    e.classicConfidence,
+                                                    e.onsetsPerBeat * e.onsetsPerBeat,
+                                                    e.eighthBeat};
+    const double z = std::inner_product(x.begin(), x.end(), kConfidence.begin(), 0.0);
     return 1.0 / (1.0 + std::exp(-z));
 }
 

@@ -64,6 +64,20 @@ struct OctaveFeatures {
     // over that at half the beat: above 0 for swung or compound beats, where
     // the beat divides in three, below 0 where it divides in two.
     double tripletFeel = 0.0;
+    // The beat's finer divisions, ln of the full band's strength there over
+    // that on coarser ones: `quarterBeat` at a quarter and three quarters
+    // of the beat over on it, `eighthBeat` at its odd eighths over at its
+    // quarters, `sixthBeat` at a sixth and five sixths over at its quarters.
+    // Notes are written on a grid of a few divisions per beat, sixteenths
+    // in most music: at the written tempo little falls on the odd eighths,
+    // at half of it they carry that grid.
+    double quarterBeat = 0.0;
+    double eighthBeat = 0.0;
+    double sixthBeat = 0.0;
+    // `halfBeat` of the low band, on the full band's grid (0 without a low
+    // band): kicks and bass notes between the beats say they are beats of
+    // a faster tempo.
+    double lowHalfBeat = 0.0;
     // For a loop only (0 otherwise): how closely the candidate agrees with
     // a tempo at which the loop holds a whole number of beats, and of 4-beat
     // bars: exp(-0.5 (d / 2 %)^2), d the relative distance to the nearest
@@ -110,6 +124,8 @@ struct ChoiceEvidence {
     double fullStrength = 0.0;      // of the candidate it was chosen as
     double barRepeat = 0.0;         // of the candidate it was chosen as
     double classicConfidence = 0.0; // the classic mode's confidence in its own tempo
+    double onsetsPerBeat = 0.0;     // of the candidate it was chosen as
+    double eighthBeat = 0.0;        // of the candidate it was chosen as
 };
 
 // The probability that the chosen tempo is right (within 4 %), fitted by

@@ -611,6 +611,27 @@ TEST(OctaveModel, HalfBeatAndTripletFeelTellHowTheBeatDivides) {
     EXPECT_DOUBLE_EQ(others.back().ratio, 1.25);
 }
 
+TEST(OctaveModel, FinerDivisionsTellTheGridTheNotesAreWrittenOn) {
+    // Sixteenths at 100 with a kick on every beat: at 100 the quarters of
+    // the beat are struck and its odd eighths are empty; at 50 its odd
+    // eighths are those sixteenths and its kicks fall on its half beats.
+    const auto kicks = pulses(100, 1);
+    const auto sixteenths = sum(pulses(100, 0.25), kicks);
+    const auto c = octaveCandidates({sixteenths, kicks, sixteenths, kEnvelopeFps}, 100.0);
+    EXPECT_LT(at(c, 1.0).quarterBeat, -0.3); // the beats carry the kicks too
+    EXPECT_LT(at(c, 1.0).eighthBeat, -1.0);
+    EXPECT_LT(at(c, 1.0).sixthBeat, -1.0);
+    EXPECT_NEAR(at(c, 0.5).eighthBeat, 0.0, 0.1);
+    EXPECT_LT(at(c, 1.0).lowHalfBeat, -1.0);
+    EXPECT_NEAR(at(c, 0.5).lowHalfBeat, 0.0, 0.1);
+    // Triplets at 100 strike its sixths' neighbours, the thirds, and not
+    // its quarters; without a low band its feature stays 0.
+    const auto triplets = pulses(100, 1.0 / 3.0);
+    const auto t = octaveCandidates({triplets, {}, triplets, kEnvelopeFps}, 100.0);
+    EXPECT_LT(at(t, 1.0).quarterBeat, -1.0);
+    EXPECT_EQ(at(t, 1.0).lowHalfBeat, 0.0);
+}
+
 TEST(OctaveMode, ReadsTheThreeModesAndWritesThemBack) {
     // The picker's bounds: from 30 to 200 BPM, up to 400, at least an octave wide.
     const std::pair<const char*, OctaveMode> modes[] = {
