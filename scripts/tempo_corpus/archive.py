@@ -267,6 +267,20 @@ def render_file(path, name, kind, openmpt):
     return rendered[int(start * RATE):int(end * RATE)], bpm
 
 
+def rendered_or_none(source, path, name, kind, openmpt):
+    """render_file's samples and tempo, or None once it has said why the
+    file is skipped."""
+    try:
+        rendered = render_file(path, name, kind, openmpt)
+    except Exception as error:  # a file the parser or renderer cannot take
+        print(f"{source}: {name}: {error}, skipped")
+        return None
+    if isinstance(rendered, str):
+        print(f"{source}: {name}: {rendered}, skipped")
+        return None
+    return rendered
+
+
 def render_accompaniment(source, folder, rows):
     """mma's songs and grooves: its MIDI at the written tempo, rendered as
     the MIDI files are. A stretch at another tempo than the written one (a
@@ -282,16 +296,15 @@ def render_accompaniment(source, folder, rows):
             try:
                 path = make(tmp)
                 digest = accompaniment.notes_digest(path)
-                if digest in seen:
-                    print(f"{source}: {name}: same notes as an earlier song, skipped")
-                    continue
-                seen.add(digest)
-                rendered = render_file(path, name, "midi", None)
-            except Exception as error:  # a song mma or the renderer cannot take
+            except Exception as error:  # a song mma cannot take
                 print(f"{source}: {name}: {error}, skipped")
                 continue
-        if isinstance(rendered, str):
-            print(f"{source}: {name}: {rendered}, skipped")
+            if digest in seen:
+                print(f"{source}: {name}: same notes as an earlier song, skipped")
+                continue
+            seen.add(digest)
+            rendered = rendered_or_none(source, path, name, "midi", None)
+        if rendered is None:
             continue
         samples, bpm = rendered
         if abs(bpm - written) > SAME_TEMPO * written:
@@ -329,13 +342,8 @@ def main():
         suffixes = MIDI_SUFFIXES if kind == "midi" else MODULE_SUFFIXES
         for path in files_of(packages_dir, packages, suffixes):
             name = os.path.splitext(os.path.basename(path))[0].replace(" ", "_")
-            try:
-                rendered = render_file(path, name, kind, openmpt)
-            except Exception as error:  # a file the parser or renderer cannot take
-                print(f"{source}: {name}: {error}, skipped")
-                continue
-            if isinstance(rendered, str):
-                print(f"{source}: {name}: {rendered}, skipped")
+            rendered = rendered_or_none(source, path, name, kind, openmpt)
+            if rendered is None:
                 continue
             samples, bpm = rendered
             if samples is None or not audible(samples) or not (40.0 <= bpm <= 250.0):
