@@ -23,6 +23,8 @@ import subprocess
 
 import mido
 
+from repeatable import stable
+
 EXAMPLES = "/usr/share/doc/mma/examples"
 LIBRARY = "/usr/share/mma/lib"
 # Library folders whose test songs (behind "If Def Test") have a Tempo line.
@@ -48,11 +50,6 @@ PROGRESSIONS = [
     ["G", "D", "Em", "C"],
     ["Eb", "Cm", "Ab", "Bb7"],
 ]
-
-
-def _stable(name, salt):
-    digest = hashlib.sha256(f"{salt}:{name}".encode()).digest()
-    return int.from_bytes(digest[:8], "little") / 2.0 ** 64
 
 
 def _text(path):
@@ -216,7 +213,7 @@ def notes_digest(midi_path):
 
 def groove_song(groove, bpm, name, seconds):
     """A song file for one groove: the stock progression repeated for long enough."""
-    chords = PROGRESSIONS[int(_stable(name, "chords") * len(PROGRESSIONS))]
+    chords = PROGRESSIONS[int(stable(name, "chords") * len(PROGRESSIONS))]
     bars = int(seconds * bpm / 60.0 / 4.0) + 2
     lines = [f"// {name}", f"Tempo {bpm:g}", f"Groove {groove}"]
     lines += [f"{i + 1} {chords[i % len(chords)]}" for i in range(bars)]
@@ -260,7 +257,7 @@ def items(seconds, log):
     for (path, bpm), origin in sorted(tempos.items()):
         stem = os.path.splitext(os.path.basename(path))[0]
         variants = sorted(bodies.get(path, []),
-                          key=lambda g, bpm=bpm: _stable(f"{g}-{bpm:g}", "variant"))
+                          key=lambda g, bpm=bpm: stable(f"{g}-{bpm:g}", "variant"))
         for groove in variants[:VARIANTS_PER_TEMPO]:
             name = f"groove-{groove}-{bpm:g}"
             song = groove_song(groove, bpm, name, seconds)

@@ -17,7 +17,6 @@ source "no-rhythm" of noise and drones has no tempo at all (kind "none").
 
 import csv
 import ctypes
-import hashlib
 import os
 import subprocess
 import sys
@@ -29,6 +28,7 @@ import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import accompaniment  # noqa: E402
+from repeatable import stable  # noqa: E402
 
 RATE = 44100
 SOUNDFONTS = ["/usr/share/sounds/sf2/FluidR3_GM.sf2", "/usr/share/sounds/sf2/TimGM6mb.sf2"]
@@ -56,12 +56,6 @@ SOURCES = {
 }
 MIDI_SUFFIXES = (".mid", ".midi")
 MODULE_SUFFIXES = (".it", ".xm", ".s3m", ".mod")
-
-
-def stable(name, salt):
-    """A number in [0, 1) that depends only on the name, so renders repeat."""
-    digest = hashlib.sha256(f"{salt}:{name}".encode()).digest()
-    return int.from_bytes(digest[:8], "little") / 2.0 ** 64
 
 
 def write_wav(path, samples):
@@ -241,8 +235,12 @@ def write_unrhythmic(outdir):
     print(f"no-rhythm: {len(rows)} files")
 
 
-def keep(folder, name, samples, bpm, rows):
-    """Writes the piece (when long enough) and its loop, with their truth rows."""
+def keep(source, folder, name, samples, bpm, rows):
+    """Writes the piece (when long enough) and its loop, with their truth
+    rows, unless the render is silent or its tempo out of range."""
+    if samples is None or not audible(samples) or not (40.0 <= bpm <= 250.0):
+        print(f"{source}: {name}: silent or tempo {bpm:.1f} out of range, skipped")
+        return
     samples = normalised(samples)
     if len(samples) >= MIN_PIECE_SECONDS * RATE:
         write_wav(os.path.join(folder, f"{name}.wav"), samples)
@@ -311,10 +309,7 @@ def render_accompaniment(source, folder, rows):
             print(f"{source}: {name}: first stretch at {bpm:.1f}, not the written {written:g}, "
                   "skipped")
             continue
-        if not audible(samples) or not (40.0 <= bpm <= 250.0):
-            print(f"{source}: {name}: silent or tempo {bpm:.1f} out of range, skipped")
-            continue
-        keep(folder, name, samples, bpm, rows)
+        keep(source, folder, name, samples, bpm, rows)
 
 
 def main():
@@ -345,11 +340,7 @@ def main():
             rendered = rendered_or_none(source, path, name, kind, openmpt)
             if rendered is None:
                 continue
-            samples, bpm = rendered
-            if samples is None or not audible(samples) or not (40.0 <= bpm <= 250.0):
-                print(f"{source}: {name}: silent or tempo {bpm:.1f} out of range, skipped")
-                continue
-            keep(folder, name, samples, bpm, rows)
+            keep(source, folder, name, *rendered, rows)
         with open(os.path.join(folder, "truth.csv"), "w", newline="") as f:
             writer = csv.writer(f)
             writer.writerow(["file", "bpm", "kind"])
