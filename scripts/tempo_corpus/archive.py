@@ -1,6 +1,7 @@
 """Renders a tempo corpus from music in Debian's archive whose authors wrote its tempo.
 
 Usage: archive.py PACKAGES_DIR OUTDIR [SOURCE ...]
+       archive.py --packages [SOURCE ...]   (the packages they are made from)
 
 PACKAGES_DIR holds the unpacked packages (one folder per package). A
 source already rendered (its truth.csv there) is kept; with SOURCE names,
@@ -11,7 +12,8 @@ piece at one tempo, "loop" for a whole number of beats cut on a bar line of
 the same render. The truth is the author's: the set-tempo event of a MIDI
 file, or a module's speed and tempo with its rows per beat (libopenmpt's
 reading of them; formats that do not store rows per beat count 4), or the
-Tempo line of an mma song or groove (accompaniment.py). A
+Tempo line of an mma song or groove (accompaniment.py), or the tempo marking
+of a score (scores.py). A
 source "no-rhythm" of noise and drones has no tempo at all (kind "none").
 """
 
@@ -28,6 +30,7 @@ import numpy as np
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import accompaniment  # noqa: E402
+import scores  # noqa: E402
 from repeatable import stable  # noqa: E402
 
 RATE = 44100
@@ -53,9 +56,11 @@ SOURCES = {
                          "module"),
     # Made by the installed mma from its own grooves and songs: nothing to download.
     "accompaniment-grooves": ([], "accompaniment"),
+    "scores": (scores.ABC_PACKAGES + scores.MUSESCORE_PACKAGES, "scores"),
 }
 MIDI_SUFFIXES = (".mid", ".midi")
 MODULE_SUFFIXES = (".it", ".xm", ".s3m", ".mod")
+MIDI_METERS = ((2, 4), (4, 4))
 
 
 def write_wav(path, samples):
@@ -74,8 +79,9 @@ def read_wav_mono(path):
     return frames.reshape(-1, channels).mean(axis=1) / 32768.0
 
 
-def midi_segment(path):
-    """(start, end, bpm) in seconds of the first stretch at one tempo in x/4, or None."""
+def midi_segment(path, meters=MIDI_METERS):
+    """(start, end, bpm) in seconds of the first stretch at one tempo in one of
+    the meters, or None. The bpm counts quarters, as MIDI does."""
     midi = mido.MidiFile(path, clip=True)
     events = []  # (seconds, kind, value)
     seconds = 0.0
@@ -96,7 +102,7 @@ def midi_segment(path):
         if kind == "note" and first_note is None:
             first_note = at
         if kind == "meter":
-            meter_ok = value[1] == 4 and value[0] in (2, 4)
+            meter_ok = value in meters
         if kind == "tempo" and abs(value - bpm) > SAME_TEMPO * bpm:
             if first_note is not None and at - start >= MIN_PIECE_SECONDS:
                 break
@@ -251,25 +257,25 @@ def keep(source, folder, name, samples, bpm, rows):
         rows.append((f"loop-{name}.wav", f"{bpm:.4f}", "loop"))
 
 
-def render_file(path, name, kind, openmpt):
+def render_file(path, name, kind, openmpt, meters=MIDI_METERS):
     """(samples, bpm) of a MIDI file's first stretch at one tempo or of a
     module, or a reason it is skipped."""
     if kind == "module":
         return openmpt.render(path)
-    segment = midi_segment(path)
+    segment = midi_segment(path, meters)
     if segment is None:
-        return "not in 2/4 or 4/4"
+        return "not in " + " or ".join(f"{n}/{d}" for n, d in meters)
     start, end, bpm = segment
     font = SOUNDFONTS[int(stable(name, "font") * len(SOUNDFONTS))]
     rendered = render_midi(path, font, 0.3 + 0.5 * stable(name, "gain"))
     return rendered[int(start * RATE):int(end * RATE)], bpm
 
 
-def rendered_or_none(source, path, name, kind, openmpt):
+def rendered_or_none(source, path, name, kind, openmpt, meters=MIDI_METERS):
     """render_file's samples and tempo, or None once it has said why the
     file is skipped."""
     try:
-        rendered = render_file(path, name, kind, openmpt)
+        rendered = render_file(path, name, kind, openmpt, meters)
     except Exception as error:  # a file the parser or renderer cannot take
         print(f"{source}: {name}: {error}, skipped")
         return None
@@ -312,13 +318,52 @@ def render_accompaniment(source, folder, rows):
         keep(source, folder, name, samples, bpm, rows)
 
 
+def render_scores(source, folder, packages_dir, rows):
+    """Scores with a tempo marking (scores.py), from their first bar line:
+    a pickup is cut off so that the loops start on bar lines. A stretch
+    whose MIDI tempo is not the marking's is skipped."""
+    seen = set()
+    for name, make, written, quarters, pickup in scores.items(
+            packages_dir, lambda line: print(f"{source}: {line}")):
+        with tempfile.TemporaryDirectory() as tmp:
+            try:
+                path = make(tmp)
+                digest = accompaniment.notes_digest(path)
+            except Exception as error:  # a score the converter cannot take
+                print(f"{source}: {name}: {error}, skipped")
+                continue
+            if name in seen or digest in seen:  # the same tune in two packages
+                print(f"{source}: {name}: same name or notes as an earlier score, skipped")
+                continue
+            seen.update((name, digest))
+            rendered = rendered_or_none(source, path, name, "midi", None, tuple(scores.METERS))
+        if rendered is None:
+            continue
+        samples, bpm = rendered
+        if abs(bpm - written * quarters) > SAME_TEMPO * written * quarters:
+            print(f"{source}: {name}: first stretch at {bpm:.1f} quarters, not the marked "
+                  f"{written:g}, skipped")
+            continue
+        beat_seconds = 60.0 / written
+        keep(source, folder, name, samples[int(round(pickup / quarters * beat_seconds * RATE)):],
+             written, rows)
+
+
 def main():
-    if len(sys.argv) < 3:
-        sys.exit("usage: archive.py PACKAGES_DIR OUTDIR [SOURCE ...]")
-    packages_dir, outdir, chosen = sys.argv[1], sys.argv[2], sys.argv[3:]
+    if len(sys.argv) >= 2 and sys.argv[1] == "--packages":
+        chosen = sys.argv[2:]
+    elif len(sys.argv) >= 3:
+        packages_dir, outdir, chosen = sys.argv[1], sys.argv[2], sys.argv[3:]
+    else:
+        sys.exit("usage: archive.py PACKAGES_DIR OUTDIR [SOURCE ...]\n"
+                 "       archive.py --packages [SOURCE ...]")
     unknown = [c for c in chosen if c not in SOURCES and c != "no-rhythm"]
     if unknown:
         sys.exit(f"unknown source: {' '.join(unknown)}")
+    if sys.argv[1] == "--packages":
+        print(" ".join(p for source, (packages, _) in SOURCES.items()
+                       if not chosen or source in chosen for p in packages))
+        return
     if (not chosen or "no-rhythm" in chosen) and \
             not os.path.isfile(os.path.join(outdir, "no-rhythm", "truth.csv")):
         write_unrhythmic(outdir)
@@ -334,8 +379,10 @@ def main():
         rows = []
         if kind == "accompaniment":
             render_accompaniment(source, folder, rows)
-        suffixes = MIDI_SUFFIXES if kind == "midi" else MODULE_SUFFIXES
-        for path in files_of(packages_dir, packages, suffixes):
+        if kind == "scores":
+            render_scores(source, folder, packages_dir, rows)
+        suffixes = {"midi": MIDI_SUFFIXES, "module": MODULE_SUFFIXES}.get(kind, ())
+        for path in files_of(packages_dir, packages, suffixes) if suffixes else []:
             name = os.path.splitext(os.path.basename(path))[0].replace(" ", "_")
             rendered = rendered_or_none(source, path, name, kind, openmpt)
             if rendered is None:
