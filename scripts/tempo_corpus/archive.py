@@ -10,16 +10,21 @@ source (a package or a group of small ones) becomes OUTDIR/<source>/ with
 its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
 piece at one tempo, "loop" for a whole number of beats cut on a bar line of
 the same render. The truth is the author's: the set-tempo event of a MIDI
-file, or a module's speed and tempo with its rows per beat (libopenmpt's
+file (for "sequenced-midi" sources only a stretch whose notes sit on
+its grid), or a module's speed and tempo with its rows per beat (libopenmpt's
 reading of them; formats that do not store rows per beat count 4), or the
 Tempo line of an mma song or groove (accompaniment.py), or the tempo marking
 of a score (scores.py). A
 source "no-rhythm" of noise and drones has no tempo at all (kind "none").
 """
 
+import contextlib
 import csv
 import ctypes
+import gzip
+import hashlib
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -56,9 +61,27 @@ SOURCES = {
                          "module"),
     # Made by the installed mma from its own grooves and songs: nothing to download.
     "accompaniment-grooves": ([], "accompaniment"),
+    # Example songs of music tools and two games' tunes: played in by hand
+    # as often as sequenced, so only what sits on the written tempo's grid.
+    "example-midi": (["faust-common", "pangzero", "pd-mrpeach", "pinball-table-hurd-data",
+                      "playmidi", "timidity"], "sequenced-midi"),
+    "more-game-modules": (["ironseed-data", "tecnoballz-data", "heroes-sound-tracks",
+                           "flobopuyo", "solarwolf", "dodgindiamond2", "bugsquish",
+                           "ri-li-data", "ballz-data", "ceferino-data", "criticalmass-data",
+                           "cuyo-data", "fb-music-high", "gltron", "monsterz-data",
+                           "open-invaders-data", "pathogen", "black-box", "vectoroids",
+                           "tomatoes-data"], "module"),
     "scores": (scores.ABC_PACKAGES + scores.MUSESCORE_PACKAGES, "scores"),
 }
 MIDI_SUFFIXES = (".mid", ".midi")
+# "sequenced-midi" sources also read gzipped files.
+SEQUENCED_SUFFIXES = MIDI_SUFFIXES + (".mid.gz", ".midi.gz")
+# How closely the note onsets of a "sequenced-midi" stretch must hold to
+# a grid of sixteenths or sixteenth triplets of the written beat (the length
+# of the mean unit vector of their phases): files played in freely against
+# a click came to 0.35 at most, sequenced ones with some swing or
+# humanising to 0.8 and more.
+ON_GRID = 0.5
 MODULE_SUFFIXES = (".it", ".xm", ".s3m", ".mod")
 MIDI_METERS = ((2, 4), (4, 4))
 
@@ -79,30 +102,33 @@ def read_wav_mono(path):
     return frames.reshape(-1, channels).mean(axis=1) / 32768.0
 
 
-def midi_segment(path, meters=MIDI_METERS):
-    """(start, end, bpm) in seconds of the first stretch at one tempo in one of
-    the meters, or None. The bpm counts quarters, as MIDI does."""
+def midi_segment(path, sequenced=False, meters=MIDI_METERS):
+    """(start, end, bpm) in seconds of the first stretch at one tempo in one
+    of the meters (a meter change inside it counts too), or why there is
+    none. The bpm counts quarters, as MIDI does.
+    With sequenced, the stretch must also have a set-tempo event at or
+    before its first note (not the format's default) and its notes must sit
+    on that tempo's grid: a file played in freely has the sequencer's click
+    for a tempo, which the music need not follow."""
     midi = mido.MidiFile(path, clip=True)
     events = []  # (seconds, kind, value)
-    seconds = 0.0
+    seconds, ticks = 0.0, 0
     tempo = 500000
     for message in mido.merge_tracks(midi.tracks):
         seconds += mido.tick2second(message.time, midi.ticks_per_beat, tempo)
+        ticks += message.time
         if message.type == "set_tempo":
             tempo = message.tempo
             events.append((seconds, "tempo", mido.tempo2bpm(tempo)))
         elif message.type == "time_signature":
             events.append((seconds, "meter", (message.numerator, message.denominator)))
         elif message.type == "note_on" and message.velocity > 0:
-            events.append((seconds, "note", None))
+            events.append((seconds, "note", ticks / midi.ticks_per_beat))
     end_of_file = seconds
     bpm, start, first_note = 120.0, 0.0, None
-    meter_ok = True
     for at, kind, value in events:
         if kind == "note" and first_note is None:
             first_note = at
-        if kind == "meter":
-            meter_ok = value in meters
         if kind == "tempo" and abs(value - bpm) > SAME_TEMPO * bpm:
             if first_note is not None and at - start >= MIN_PIECE_SECONDS:
                 break
@@ -110,7 +136,28 @@ def midi_segment(path, meters=MIDI_METERS):
     else:
         at = end_of_file
     end = min(at, start + PIECE_SECONDS)
-    return (start, end, bpm) if meter_ok else None
+    used = [(4, 4)] + [value for when, kind, value in events if kind == "meter" and when <= start]
+    used = used[-1:] + [value for when, kind, value in events
+                        if kind == "meter" and start < when < end]
+    if any(meter not in meters for meter in used):
+        return "not in " + " or ".join(f"{n}/{d}" for n, d in meters)
+    if not sequenced:
+        return start, end, bpm
+    if not any(kind == "tempo" and when <= (start if first_note is None else first_note)
+               for when, kind, _ in events):
+        return "no tempo written"
+    beats = np.array([value for when, kind, value in events
+                      if kind == "note" and start <= when < end])
+    if beats.size and grid_fit(beats) < ON_GRID:
+        return "notes off the written beat's grid"
+    return start, end, bpm
+
+
+def grid_fit(beats):
+    """How closely onsets (in beats) sit on sixteenths or sixteenth
+    triplets: 1 on the grid, near 0 when scattered."""
+    return max(float(np.abs(np.mean(np.exp(2j * np.pi * division * beats))))
+               for division in (4, 6))
 
 
 def render_midi(path, font, gain):
@@ -262,9 +309,9 @@ def render_file(path, name, kind, openmpt, meters=MIDI_METERS):
     module, or a reason it is skipped."""
     if kind == "module":
         return openmpt.render(path)
-    segment = midi_segment(path, meters)
-    if segment is None:
-        return "not in " + " or ".join(f"{n}/{d}" for n, d in meters)
+    segment = midi_segment(path, kind == "sequenced-midi", meters)
+    if isinstance(segment, str):
+        return segment
     start, end, bpm = segment
     font = SOUNDFONTS[int(stable(name, "font") * len(SOUNDFONTS))]
     rendered = render_midi(path, font, 0.3 + 0.5 * stable(name, "gain"))
@@ -283,6 +330,58 @@ def rendered_or_none(source, path, name, kind, openmpt, meters=MIDI_METERS):
         print(f"{source}: {name}: {rendered}, skipped")
         return None
     return rendered
+
+
+@contextlib.contextmanager
+def plain_midi(path):
+    """The path of the file as fluidsynth and mido read it: a gzipped file
+    is unpacked into a temporary folder first."""
+    if not path.endswith(".gz"):
+        yield path
+        return
+    with tempfile.TemporaryDirectory() as tmp:
+        plain = os.path.join(tmp, os.path.basename(path)[:-3])
+        with gzip.open(path) as packed, open(plain, "wb") as out:
+            shutil.copyfileobj(packed, out)
+        yield plain
+
+
+def source_name(path):
+    """The file's name without its suffixes (".mid.gz" included), spaces made
+    underscores."""
+    base = os.path.basename(path)
+    if base.endswith(".gz"):
+        base = base[:-3]
+    return os.path.splitext(base)[0].replace(" ", "_")
+
+
+def render_files(source, kind, packages_dir, packages, folder, rows, openmpt):
+    """Each MIDI file or module of the packages once: a copy shipped by a
+    second package (or twice in one) is skipped, and a file that an earlier
+    one of other content took the name of is named after its package too."""
+    suffixes = {"midi": MIDI_SUFFIXES, "sequenced-midi": SEQUENCED_SUFFIXES}.get(
+        kind, MODULE_SUFFIXES)
+    seen = set()  # names and contents
+    for path in files_of(packages_dir, packages, suffixes):
+        name = source_name(path)
+        with plain_midi(path) as plain:
+            try:
+                # Copies of a song saved again by another program differ in
+                # their bytes but not in their notes.
+                digest = (accompaniment.notes_digest(plain) if kind == "sequenced-midi"
+                          else hashlib.sha256(open(plain, "rb").read()).hexdigest())
+            except Exception as error:  # a file mido cannot read
+                print(f"{source}: {name}: {error}, skipped")
+                continue
+            if digest in seen:
+                print(f"{source}: {name}: a copy of an earlier file, skipped")
+                continue
+            if name in seen:
+                name = f"{os.path.relpath(path, packages_dir).split(os.sep)[0]}-{name}"
+            seen.update((digest, name))
+            rendered = rendered_or_none(source, plain, name, kind, openmpt)
+        if rendered is not None:
+            keep(source, folder, name, *rendered, rows)
 
 
 def render_accompaniment(source, folder, rows):
@@ -379,15 +478,10 @@ def main():
         rows = []
         if kind == "accompaniment":
             render_accompaniment(source, folder, rows)
-        if kind == "scores":
+        elif kind == "scores":
             render_scores(source, folder, packages_dir, rows)
-        suffixes = {"midi": MIDI_SUFFIXES, "module": MODULE_SUFFIXES}.get(kind, ())
-        for path in files_of(packages_dir, packages, suffixes) if suffixes else []:
-            name = os.path.splitext(os.path.basename(path))[0].replace(" ", "_")
-            rendered = rendered_or_none(source, path, name, kind, openmpt)
-            if rendered is None:
-                continue
-            keep(source, folder, name, *rendered, rows)
+        else:
+            render_files(source, kind, packages_dir, packages, folder, rows, openmpt)
         with open(os.path.join(folder, "truth.csv"), "w", newline="") as f:
             writer = csv.writer(f)
             writer.writerow(["file", "bpm", "kind"])
