@@ -280,33 +280,35 @@ struct Model {
     double noneScore;
 };
 
-// Files of up to 30 s, fitted by scripts/fit-octave-model on ten sources:
-// MIDI songs of a train game, small MIDI sets (a role-playing game, a
-// shooter, piano lessons), an accompaniment program's grooves and example
-// songs, tracker modules of five groups of game and teaching packages, the
-// project's own rendered grooves, and noise and drones (which only teach
-// the confidence). Read as a whole: a tempo prior centred near 110 BPM and
-// about 0.5 octaves wide; four beats that make a bar, in the whole band and
-// more so in the kick and bass; off-beats lighter than the beats, and
-// less still on the quarters and sixths of the beat (notes on a grid of
-// sixteenths at most); about one kick and two notes per beat; the classic
-// tempo's octaves before its triplet, dotted or unrelated rivals; and a
-// whole number of beats, and of bars, in the loop's length.
-constexpr Model kShortFiles = {{-1.888, -0.525, -0.682, -0.136, -0.458, 0.055,  1.412,
-                                1.820,  -0.328, -0.398, 2.184,  1.619,  -0.505, -1.075,
-                                -1.067, 0.525,  -0.250, -0.154, -0.565, -0.515, -0.229},
-                               0.711,
-                               4.400};
+// Files of up to 30 s, fitted by scripts/fit-octave-model on thirteen
+// sources: MIDI songs of a train game, small MIDI sets (a role-playing
+// game, a shooter, piano lessons), music tools' example songs, an
+// accompaniment program's grooves and example songs, ABC tunes and
+// notation-editor demos, tracker modules of six groups of game and
+// teaching packages, the project's own rendered grooves, and noise and
+// drones (which only teach the confidence). Read as a whole: a tempo prior
+// centred near 110 BPM and about 0.5 octaves wide; four beats that make a
+// bar, in the whole band and more so in the kick and bass; off-beats
+// lighter than the beats, and less still on the quarters and sixths of the
+// beat (notes on a grid of sixteenths at most); about one kick and three
+// notes per beat; the classic tempo's octaves before its triplet, dotted or
+// unrelated rivals; and a whole number of beats, and of bars, in the loop's
+// length.
+constexpr Model kShortFiles = {{-1.844, -0.382, -0.495, -0.299, -0.428, 0.066,  1.257,
+                                1.587,  -0.224, -0.322, 2.402,  1.867,  -0.683, -0.952,
+                                -0.909, 0.382,  -0.129, -0.127, -0.592, -0.554, -0.202},
+                               0.760,
+                               4.000};
 
 // Longer files: the same terms fitted on every file, loops too (a few
 // hundred pieces are too few for them alone, and a loop is cut from a
 // piece of the same music), calibrated on the long files. It reads much
 // as the model above.
-constexpr Model kLongFiles = {{-1.720, -0.321, -0.643, -0.283, -0.442, 0.058,  1.496,
-                               1.851,  -0.440, -0.530, 1.707,  1.336,  -0.685, -1.238,
-                               -0.917, 0.321,  -0.461, -0.198, -0.553, -0.539, -0.266},
-                              0.711,
-                              0.600};
+constexpr Model kLongFiles = {{-1.692, -0.171, -0.511, -0.399, -0.484, 0.088,  1.411,
+                               1.694,  -0.357, -0.488, 1.936,  1.554,  -0.792, -1.212,
+                               -0.860, 0.171,  -0.265, -0.166, -0.562, -0.573, -0.234},
+                              0.760,
+                              0.200};
 
 // The confidence: a logistic regression on answers the model gave for
 // sources it was not fitted on, so that it speaks for music it has not
@@ -319,8 +321,8 @@ constexpr Model kLongFiles = {{-1.720, -0.321, -0.643, -0.283, -0.442, 0.058,  1
 // conventions differ most, beats that hold many notes or notes on their
 // odd eighths (a tempo read at half) take from it.
 constexpr size_t kConfidenceTerms = 10;
-constexpr std::array<double, kConfidenceTerms> kConfidence = {0.825,  0.594, 0.203, -0.326, -0.180,
-                                                              -0.222, 0.157, 0.114, -0.959, -0.316};
+constexpr std::array<double, kConfidenceTerms> kConfidence = {0.763,  0.535, 0.040, -0.391, -0.004,
+                                                              -0.156, 0.151, 0.149, -0.683, -0.281};
 
 const Model& modelFor(const OctaveFeatures& f) { return f.shortFile ? kShortFiles : kLongFiles; }
 
