@@ -355,30 +355,41 @@ def source_name(path):
     return os.path.splitext(base)[0].replace(" ", "_")
 
 
+def first_copy(source, name, make, digest_of, seen):
+    """The path `make()` gives, or None when it fails or when its notes (or
+    bytes: `digest_of`) are those of an earlier file in `seen`, where they
+    are kept. Copies of a song saved again by another program, or shipped
+    by a second package, differ in their bytes but not in their notes."""
+    try:
+        path = make()
+        digest = digest_of(path)
+    except Exception as error:  # a file mido or a converter cannot take
+        print(f"{source}: {name}: {error}, skipped")
+        return None
+    if digest in seen:
+        print(f"{source}: {name}: a copy of an earlier file, skipped")
+        return None
+    seen.add(digest)
+    return path
+
+
 def render_files(source, kind, packages_dir, packages, folder, rows, openmpt):
     """Each MIDI file or module of the packages once: a copy shipped by a
     second package (or twice in one) is skipped, and a file that an earlier
     one of other content took the name of is named after its package too."""
     suffixes = {"midi": MIDI_SUFFIXES, "sequenced-midi": SEQUENCED_SUFFIXES}.get(
         kind, MODULE_SUFFIXES)
+    digest_of = (accompaniment.notes_digest if kind == "sequenced-midi"
+                 else lambda path: hashlib.sha256(open(path, "rb").read()).hexdigest())
     seen = set()  # names and contents
     for path in files_of(packages_dir, packages, suffixes):
         name = source_name(path)
         with plain_midi(path) as plain:
-            try:
-                # Copies of a song saved again by another program differ in
-                # their bytes but not in their notes.
-                digest = (accompaniment.notes_digest(plain) if kind == "sequenced-midi"
-                          else hashlib.sha256(open(plain, "rb").read()).hexdigest())
-            except Exception as error:  # a file mido cannot read
-                print(f"{source}: {name}: {error}, skipped")
-                continue
-            if digest in seen:
-                print(f"{source}: {name}: a copy of an earlier file, skipped")
+            if first_copy(source, name, lambda: plain, digest_of, seen) is None:
                 continue
             if name in seen:
                 name = f"{os.path.relpath(path, packages_dir).split(os.sep)[0]}-{name}"
-            seen.update((digest, name))
+            seen.add(name)
             rendered = rendered_or_none(source, plain, name, kind, openmpt)
         if rendered is not None:
             keep(source, folder, name, *rendered, rows)
@@ -396,16 +407,9 @@ def render_accompaniment(source, folder, rows):
             continue
         seen.add(name)
         with tempfile.TemporaryDirectory() as tmp:
-            try:
-                path = make(tmp)
-                digest = accompaniment.notes_digest(path)
-            except Exception as error:  # a song mma cannot take
-                print(f"{source}: {name}: {error}, skipped")
+            path = first_copy(source, name, lambda: make(tmp), accompaniment.notes_digest, seen)
+            if path is None:
                 continue
-            if digest in seen:
-                print(f"{source}: {name}: same notes as an earlier song, skipped")
-                continue
-            seen.add(digest)
             rendered = rendered_or_none(source, path, name, "midi", None)
         if rendered is None:
             continue
@@ -424,17 +428,14 @@ def render_scores(source, folder, packages_dir, rows):
     seen = set()
     for name, make, written, quarters, pickup in scores.items(
             packages_dir, lambda line: print(f"{source}: {line}")):
+        if name in seen:  # the same tune in two packages
+            print(f"{source}: {name}: a second score of that name, skipped")
+            continue
+        seen.add(name)
         with tempfile.TemporaryDirectory() as tmp:
-            try:
-                path = make(tmp)
-                digest = accompaniment.notes_digest(path)
-            except Exception as error:  # a score the converter cannot take
-                print(f"{source}: {name}: {error}, skipped")
+            path = first_copy(source, name, lambda: make(tmp), accompaniment.notes_digest, seen)
+            if path is None:
                 continue
-            if name in seen or digest in seen:  # the same tune in two packages
-                print(f"{source}: {name}: same name or notes as an earlier score, skipped")
-                continue
-            seen.update((name, digest))
             rendered = rendered_or_none(source, path, name, "midi", None, tuple(scores.METERS))
         if rendered is None:
             continue
