@@ -373,6 +373,20 @@ def first_copy(source, name, make, digest_of, seen):
     return path
 
 
+@contextlib.contextmanager
+def made_once(source, name, make, seen):
+    """The MIDI file `make(folder)` writes into a temporary folder, or None
+    when an earlier one had that name (a copy in another folder or package)
+    or as first_copy says."""
+    if name in seen:
+        print(f"{source}: {name}: a second file of that name, skipped")
+        yield None
+        return
+    seen.add(name)
+    with tempfile.TemporaryDirectory() as tmp:
+        yield first_copy(source, name, lambda: make(tmp), accompaniment.notes_digest, seen)
+
+
 def render_files(source, kind, packages_dir, packages, folder, rows, openmpt):
     """Each MIDI file or module of the packages once: a copy shipped by a
     second package (or twice in one) is skipped, and a file that an earlier
@@ -402,15 +416,8 @@ def render_accompaniment(source, folder, rows):
     seen = set()
     for name, make, written in accompaniment.items(PIECE_SECONDS + 5.0,
                                                    lambda line: print(f"{source}: {line}")):
-        if name in seen:  # a copy of an example in another folder
-            print(f"{source}: {name}: a second song of that name, skipped")
-            continue
-        seen.add(name)
-        with tempfile.TemporaryDirectory() as tmp:
-            path = first_copy(source, name, lambda: make(tmp), accompaniment.notes_digest, seen)
-            if path is None:
-                continue
-            rendered = rendered_or_none(source, path, name, "midi", None)
+        with made_once(source, name, make, seen) as path:
+            rendered = path and rendered_or_none(source, path, name, "midi", None)
         if rendered is None:
             continue
         samples, bpm = rendered
@@ -428,15 +435,9 @@ def render_scores(source, folder, packages_dir, rows):
     seen = set()
     for name, make, written, quarters, pickup in scores.items(
             packages_dir, lambda line: print(f"{source}: {line}")):
-        if name in seen:  # the same tune in two packages
-            print(f"{source}: {name}: a second score of that name, skipped")
-            continue
-        seen.add(name)
-        with tempfile.TemporaryDirectory() as tmp:
-            path = first_copy(source, name, lambda: make(tmp), accompaniment.notes_digest, seen)
-            if path is None:
-                continue
-            rendered = rendered_or_none(source, path, name, "midi", None, tuple(scores.METERS))
+        with made_once(source, name, make, seen) as path:
+            rendered = path and rendered_or_none(source, path, name, "midi", None,
+                                                 tuple(scores.METERS))
         if rendered is None:
             continue
         samples, bpm = rendered
