@@ -50,8 +50,11 @@ LOOP_BEATS = (2, 4, 8, 16)
 SAME_TEMPO = 0.005
 
 SOURCES = {
-    "simutrans-midi": (["simutrans-data"], "midi"),
-    "small-midi": (["freedink-data", "kobodeluxe-data", "pianobooster"], "midi"),
+    # MIDI files are often played in against the sequencer's click, whose
+    # tempo the music need not follow, or carry no tempo of their own: only
+    # what sits on the written tempo's grid counts ("sequenced-midi").
+    "simutrans-midi": (["simutrans-data"], "sequenced-midi"),
+    "small-midi": (["freedink-data", "kobodeluxe-data", "pianobooster"], "sequenced-midi"),
     "pingus-modules": (["pingus-data"], "module"),
     "pekka-modules": (["pekka-kana-2-data"], "module"),
     "game-modules": (["gl-117-data", "freedroid-data", "biniax2-data", "rafkill-data",
@@ -61,8 +64,7 @@ SOURCES = {
                          "module"),
     # Made by the installed mma from its own grooves and songs: nothing to download.
     "accompaniment-grooves": ([], "accompaniment"),
-    # Example songs of music tools and two games' tunes: played in by hand
-    # as often as sequenced, so only what sits on the written tempo's grid.
+    # Example songs of music tools and two games' tunes.
     "example-midi": (["faust-common", "pangzero", "pd-mrpeach", "pinball-table-hurd-data",
                       "playmidi", "timidity"], "sequenced-midi"),
     "more-game-modules": (["ironseed-data", "tecnoballz-data", "heroes-sound-tracks",

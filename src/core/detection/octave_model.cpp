@@ -294,21 +294,21 @@ struct Model {
 // notes per beat; the classic tempo's octaves before its triplet, dotted or
 // unrelated rivals; and a whole number of beats, and of bars, in the loop's
 // length.
-constexpr Model kShortFiles = {{-1.844, -0.382, -0.495, -0.299, -0.428, 0.066,  1.257,
-                                1.587,  -0.224, -0.322, 2.402,  1.867,  -0.683, -0.952,
-                                -0.909, 0.382,  -0.129, -0.127, -0.592, -0.554, -0.202},
-                               0.760,
-                               4.000};
+constexpr Model kShortFiles = {{-1.800, -0.372, -0.547, -0.289, -0.414, 0.079,  1.264,
+                                1.573,  -0.214, -0.327, 2.380,  1.764,  -0.660, -0.925,
+                                -0.917, 0.372,  -0.110, -0.113, -0.670, -0.633, -0.187},
+                               0.711,
+                               4.600};
 
 // Longer files: the same terms fitted on every file, loops too (a few
 // hundred pieces are too few for them alone, and a loop is cut from a
 // piece of the same music), calibrated on the long files. It reads much
 // as the model above.
-constexpr Model kLongFiles = {{-1.692, -0.171, -0.511, -0.399, -0.484, 0.088,  1.411,
-                               1.694,  -0.357, -0.488, 1.936,  1.554,  -0.792, -1.212,
-                               -0.860, 0.171,  -0.265, -0.166, -0.562, -0.573, -0.234},
+constexpr Model kLongFiles = {{-1.654, -0.146, -0.577, -0.387, -0.470, 0.083,  1.412,
+                               1.666,  -0.341, -0.490, 1.895,  1.427,  -0.785, -1.171,
+                               -0.918, 0.146,  -0.246, -0.161, -0.644, -0.659, -0.221},
                               0.760,
-                              0.200};
+                              0.400};
 
 // The confidence: a logistic regression on answers the model gave for
 // sources it was not fitted on, so that it speaks for music it has not
@@ -321,8 +321,8 @@ constexpr Model kLongFiles = {{-1.692, -0.171, -0.511, -0.399, -0.484, 0.088,  1
 // conventions differ most, beats that hold many notes or notes on their
 // odd eighths (a tempo read at half) take from it.
 constexpr size_t kConfidenceTerms = 10;
-constexpr std::array<double, kConfidenceTerms> kConfidence = {0.763,  0.535, 0.040, -0.391, -0.004,
-                                                              -0.156, 0.151, 0.149, -0.683, -0.281};
+constexpr std::array<double, kConfidenceTerms> kConfidence = {0.801,  0.499, 0.090, -0.360, -0.016,
+                                                              -0.160, 0.192, 0.010, -0.623, -0.294};
 
 const Model& modelFor(const OctaveFeatures& f) { return f.shortFile ? kShortFiles : kLongFiles; }
 
