@@ -10,8 +10,7 @@ source (a package or a group of small ones) becomes OUTDIR/<source>/ with
 its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
 piece at one tempo, "loop" for a whole number of beats cut on a bar line of
 the same render. The truth is the author's: the set-tempo event of a MIDI
-file (for "sequenced-midi" sources only a stretch whose notes sit on
-its grid), or a module's speed and tempo with its rows per beat (libopenmpt's
+file (only a stretch that has one and whose notes sit on its grid), or a module's speed and tempo with its rows per beat (libopenmpt's
 reading of them; formats that do not store rows per beat count 4), or the
 Tempo line of an mma song or groove (accompaniment.py), or the tempo marking
 of a score (scores.py). A
@@ -36,7 +35,7 @@ import numpy as np
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import accompaniment  # noqa: E402
 import scores  # noqa: E402
-from repeatable import stable  # noqa: E402
+from repeatable import files_of, stable  # noqa: E402
 
 RATE = 44100
 SOUNDFONTS = ["/usr/share/sounds/sf2/FluidR3_GM.sf2", "/usr/share/sounds/sf2/TimGM6mb.sf2"]
@@ -75,9 +74,7 @@ SOURCES = {
                            "tomatoes-data"], "module"),
     "scores": (scores.ABC_PACKAGES + scores.MUSESCORE_PACKAGES, "scores"),
 }
-MIDI_SUFFIXES = (".mid", ".midi")
-# "sequenced-midi" sources also read gzipped files.
-SEQUENCED_SUFFIXES = MIDI_SUFFIXES + (".mid.gz", ".midi.gz")
+MIDI_SUFFIXES = (".mid", ".midi", ".mid.gz", ".midi.gz")
 # How closely the note onsets of a "sequenced-midi" stretch must hold to
 # a grid of sixteenths or sixteenth triplets of the written beat (the length
 # of the mean unit vector of their phases): files played in freely against
@@ -249,14 +246,6 @@ def cut_loop(samples, bpm, name):
     return loop if len(loop) == length and audible(loop) else None
 
 
-def files_of(packages_dir, packages, suffixes):
-    found = []
-    for package in packages:
-        for folder, _, names in os.walk(os.path.join(packages_dir, package)):
-            found += [os.path.join(folder, n) for n in names if n.lower().endswith(suffixes)]
-    return sorted(found)
-
-
 def write_unrhythmic(outdir):
     """Sounds with no tempo at all (noise of three colours, drones), under
     "none": whatever tempo is shown for them is wrong, which the confidence
@@ -393,9 +382,9 @@ def render_files(source, kind, packages_dir, packages, folder, rows, openmpt):
     """Each MIDI file or module of the packages once: a copy shipped by a
     second package (or twice in one) is skipped, and a file that an earlier
     one of other content took the name of is named after its package too."""
-    suffixes = {"midi": MIDI_SUFFIXES, "sequenced-midi": SEQUENCED_SUFFIXES}.get(
-        kind, MODULE_SUFFIXES)
-    digest_of = (accompaniment.notes_digest if kind == "sequenced-midi"
+    midi = kind == "sequenced-midi"
+    suffixes = MIDI_SUFFIXES if midi else MODULE_SUFFIXES
+    digest_of = (accompaniment.notes_digest if midi
                  else lambda path: hashlib.sha256(open(path, "rb").read()).hexdigest())
     seen = set()  # names and contents
     for path in files_of(packages_dir, packages, suffixes):
@@ -453,7 +442,8 @@ def render_scores(source, folder, packages_dir, rows):
 
 
 def main():
-    if len(sys.argv) >= 2 and sys.argv[1] == "--packages":
+    listing = sys.argv[1:2] == ["--packages"]
+    if listing:
         chosen = sys.argv[2:]
     elif len(sys.argv) >= 3:
         packages_dir, outdir, chosen = sys.argv[1], sys.argv[2], sys.argv[3:]
@@ -463,7 +453,7 @@ def main():
     unknown = [c for c in chosen if c not in SOURCES and c != "no-rhythm"]
     if unknown:
         sys.exit(f"unknown source: {' '.join(unknown)}")
-    if sys.argv[1] == "--packages":
+    if listing:
         print(" ".join(p for source, (packages, _) in SOURCES.items()
                        if not chosen or source in chosen for p in packages))
         return

@@ -29,6 +29,8 @@ import xml.etree.ElementTree as ElementTree
 import zipfile
 from fractions import Fraction
 
+from repeatable import files_of
+
 ABC_PACKAGES = ["abcmidi", "abcm2ps"]
 MUSESCORE_PACKAGES = ["musescore3-common", "musescore-common"]
 # (numerator, denominator) -> quarters in the beat the truth counts.
@@ -262,19 +264,11 @@ def _musescore_text(path):
         return f.read()
 
 
-def _files(packages_dir, packages, suffixes):
-    found = []
-    for package in packages:
-        for folder, _, names in os.walk(os.path.join(packages_dir, package)):
-            found += [(package, os.path.join(folder, n)) for n in names if n.endswith(suffixes)]
-    return sorted(found)
-
-
 def items(packages_dir, log):
     """(name, make(tmpdir) -> MIDI path, written bpm, quarters per beat,
     pickup quarters) of every score kept."""
     kept = []
-    for package, path in _files(packages_dir, ABC_PACKAGES, (".abc",)):
+    for path in files_of(packages_dir, ABC_PACKAGES, (".abc",)):
         with open(path, encoding="latin-1") as f:
             text = f.read()
         stem = os.path.splitext(os.path.basename(path))[0]
@@ -292,7 +286,7 @@ def items(packages_dir, log):
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 return out
             kept.append((name, make, *usable))
-    for package, path in _files(packages_dir, MUSESCORE_PACKAGES, (".mscx", ".mscz")):
+    for path in files_of(packages_dir, MUSESCORE_PACKAGES, (".mscx", ".mscz")):
         if "/demos/" not in path:
             continue  # templates are empty staves
         name = "score-" + os.path.splitext(os.path.basename(path))[0].replace("_", "-").lower()
@@ -301,6 +295,7 @@ def items(packages_dir, log):
         except (ElementTree.ParseError, zipfile.BadZipFile, StopIteration, ValueError) as error:
             usable = f"not read ({error})"
         if isinstance(usable, str):
+            package = os.path.relpath(path, packages_dir).split(os.sep)[0]
             log(f"{name} ({package}): {usable}, skipped")
             continue
 
