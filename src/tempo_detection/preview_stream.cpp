@@ -102,7 +102,10 @@ void PreviewStream::render(float* out, int frameCount) noexcept {
     const uint64_t generation = m_generation.load(std::memory_order_acquire);
     if (generation != m_playing) {
         m_playing = generation;
-        m_current.frameCount = 0;
+        // What the last playback left in the ring goes now, not after the
+        // start delay: the reader fills the room during the delay, and a
+        // caller counting buffered blocks counts only blocks that will play.
+        nextBlock(generation);
         m_delayLeft = static_cast<int>(
             std::lround(m_delaySeconds.load(std::memory_order_relaxed) * m_renderRateHz));
         m_volume = 1.0f;

@@ -60,7 +60,8 @@ public:
         return receipt;
     }
     uint64_t taken() const { return m_ring.taken(); }
-    // Either thread: blocks waiting in the ring.
+    // Either thread: blocks waiting in the ring; from the first render of a
+    // playback on, only that playback's.
     uint64_t buffered() const { return m_pushed.load(std::memory_order_acquire) - taken(); }
 
     // Main thread. Plays blocks of `generation` at full volume after

@@ -1,9 +1,11 @@
 #include "detect_rig.h"
 #include "preview/preview_frames.h"
+#include "tempo_detection/preview_stream.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 namespace quorlen {
 namespace {
@@ -156,6 +158,35 @@ TEST(TempoPreviewPlayer, TheEndOfAnOldPlaybackDoesNotStopANewOne) {
     rig.pull(kDelayFrames + 5000, 9);
     rig.backend->pull(2048);
     EXPECT_TRUE(waitUntil([&] { return !rig.model->playhead(); }));
+}
+
+// A restart whose ring is full of the last playback's blocks gets room at
+// its first render, during the start delay, and what then counts as
+// buffered is what will play: a caller that waits for it never pulls into
+// a gap that would move the clicks against the output.
+TEST(PreviewStream, ARestartDropsTheLastPlaybacksBlocksAtOnce) {
+    PreviewStream stream;
+    PreviewStream::Block block;
+    block.frameCount = PreviewStream::kBlockFrames;
+    stream.begin(1, 0);
+    block.generation = 1;
+    while (stream.push(block)) {
+    }
+    EXPECT_EQ(stream.buffered(), PreviewStream::kRingBlocks);
+
+    stream.begin(2, 0.1);
+    block.generation = 2;
+    EXPECT_FALSE(stream.push(block)) << "full of stale blocks";
+    std::vector<float> out(2 * PreviewStream::kBlockFrames);
+    stream.render(out.data(), PreviewStream::kBlockFrames); // all of it start delay
+    EXPECT_EQ(stream.buffered(), 0u);
+    EXPECT_EQ(stream.framesPlayed(), 0u);
+    ASSERT_TRUE(stream.push(block));
+    EXPECT_EQ(stream.buffered(), 1u);
+
+    stream.begin(0, 0); // stopped: nothing is kept for a later start
+    stream.render(out.data(), 1);
+    EXPECT_EQ(stream.buffered(), 0u);
 }
 
 TEST(TempoPreviewPlayer, AStopAfterAClickDuringTheFadeWins) {
