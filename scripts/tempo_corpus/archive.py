@@ -5,16 +5,16 @@ Usage: archive.py PACKAGES_DIR OUTDIR [SOURCE ...]
 
 PACKAGES_DIR holds the unpacked packages (one folder per package). A
 source already rendered (its truth.csv there) is kept; with SOURCE names,
-only those are rendered. Each
-source (a package or a group of small ones) becomes OUTDIR/<source>/ with
-its WAV files and a truth.csv (file,bpm,kind): "piece" for up to 60 s of a
-piece at one tempo, "loop" for a whole number of beats cut on a bar line of
-the same render. The truth is the author's: the set-tempo event of a MIDI
-file (only a stretch that has one and whose notes sit on its grid), or a module's speed and tempo with its rows per beat (libopenmpt's
-reading of them; formats that do not store rows per beat count 4), or the
-Tempo line of an mma song or groove (accompaniment.py), or the tempo marking
-of a score (scores.py). A
-source "no-rhythm" of noise and drones has no tempo at all (kind "none").
+only those are rendered. Each source (a package or a group of small ones)
+becomes OUTDIR/<source>/ with its WAV files and a truth.csv
+(file,bpm,kind): "piece" for up to 60 s of a piece at one tempo, "loop" for
+a whole number of beats cut on a bar line of the same render. The truth is
+the author's: the set-tempo event of a MIDI file (only a stretch that has
+one and whose notes sit on its grid), or a module's speed and tempo with
+its rows per beat (libopenmpt's reading of them; formats that do not store
+rows per beat count 4), or the Tempo line of an mma song or groove
+(accompaniment.py), or the tempo marking of a score (scores.py). A source
+"no-rhythm" of noise and drones has no tempo at all (kind "none").
 """
 
 import contextlib
@@ -400,42 +400,44 @@ def render_files(source, kind, packages_dir, packages, folder, rows, openmpt):
             keep(source, folder, name, *rendered, rows)
 
 
+def made_at_written_tempo(source, name, make, seen, quarters_bpm, meters=MIDI_METERS):
+    """(samples, bpm) of the MIDI file `make` writes (see made_once), or
+    None once it has said why not. A first stretch at another tempo than
+    the written one, in quarters a minute (a song that starts slower, say),
+    is left out: its truth would be ours."""
+    with made_once(source, name, make, seen) as path:
+        rendered = path and rendered_or_none(source, path, name, "midi", None, meters)
+    if rendered is None:
+        return None
+    if abs(rendered[1] - quarters_bpm) > SAME_TEMPO * quarters_bpm:
+        print(f"{source}: {name}: first stretch at {rendered[1]:.1f} quarters a minute, not the "
+              f"written {quarters_bpm:g}, skipped")
+        return None
+    return rendered
+
+
 def render_accompaniment(source, folder, rows):
     """mma's songs and grooves: its MIDI at the written tempo, rendered as
-    the MIDI files are. A stretch at another tempo than the written one (a
-    song that starts slower, say) is skipped: its truth would be ours."""
+    the MIDI files are."""
     seen = set()
     for name, make, written in accompaniment.items(PIECE_SECONDS + 5.0,
                                                    lambda line: print(f"{source}: {line}")):
-        with made_once(source, name, make, seen) as path:
-            rendered = path and rendered_or_none(source, path, name, "midi", None)
-        if rendered is None:
-            continue
-        samples, bpm = rendered
-        if abs(bpm - written) > SAME_TEMPO * written:
-            print(f"{source}: {name}: first stretch at {bpm:.1f}, not the written {written:g}, "
-                  "skipped")
-            continue
-        keep(source, folder, name, samples, bpm, rows)
+        rendered = made_at_written_tempo(source, name, make, seen, written)
+        if rendered is not None:
+            keep(source, folder, name, *rendered, rows)
 
 
 def render_scores(source, folder, packages_dir, rows):
     """Scores with a tempo marking (scores.py), from their first bar line:
-    a pickup is cut off so that the loops start on bar lines. A stretch
-    whose MIDI tempo is not the marking's is skipped."""
+    a pickup is cut off so that the loops start on bar lines."""
     seen = set()
     for name, make, written, quarters, pickup in scores.items(
             packages_dir, lambda line: print(f"{source}: {line}")):
-        with made_once(source, name, make, seen) as path:
-            rendered = path and rendered_or_none(source, path, name, "midi", None,
-                                                 tuple(scores.METERS))
+        rendered = made_at_written_tempo(source, name, make, seen, written * quarters,
+                                         tuple(scores.METERS))
         if rendered is None:
             continue
-        samples, bpm = rendered
-        if abs(bpm - written * quarters) > SAME_TEMPO * written * quarters:
-            print(f"{source}: {name}: first stretch at {bpm:.1f} quarters, not the marked "
-                  f"{written:g}, skipped")
-            continue
+        samples, _ = rendered
         beat_seconds = 60.0 / written
         keep(source, folder, name, samples[int(round(pickup / quarters * beat_seconds * RATE)):],
              written, rows)
