@@ -3,7 +3,6 @@
 #include "audio/engine/async_output.h"
 #include "audio/engine/audio_backend.h"
 #include "audio/engine/rtaudio_backend.h"
-#include "audio/engine/step_grid.h"
 
 #include <QCoreApplication>
 
@@ -70,7 +69,7 @@ Synthesiser::Output ChordPlayer::output() const {
     return m_voices.isOutputRunning() ? Output::running : Output::none;
 }
 
-std::int64_t ChordPlayer::safeFrame() const { return firstSafeFrame(m_voices.mixer()); }
+std::int64_t ChordPlayer::safeFrame() const { return m_voices.safeFrame(); }
 
 void ChordPlayer::schedule(std::vector<float> samples, std::int64_t dueFrame) {
     if (!m_voices.play(std::move(samples), dueFrame))

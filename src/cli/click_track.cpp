@@ -91,11 +91,16 @@ int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted
     if (const auto status = stopped(waitForFrame(voices, 1, interrupted), command, err))
         return *status;
 
-    const StepGrid grid = StepGrid::fromSeconds(firstSafeFrame(voices.mixer()), track.stepSeconds);
+    const StepGrid grid = StepGrid::fromSeconds(voices.safeFrame(), track.stepSeconds);
+    // Each later step reaches the mixer past all the output may render in
+    // one go, as the first does, and 50 ms before that for a stall of this
+    // thread.
+    const std::int64_t lookAhead =
+        grid.anchorFrame - voices.mixer().framesRendered() + kQueueAheadFrames;
     std::int64_t lastDue = grid.anchorFrame;
     for (std::int64_t step = 0; !track.steps || step < *track.steps; ++step) {
         const std::int64_t due = grid.dueFrame(step);
-        const Wait wait = waitForFrame(voices, due - kQueueAheadFrames, interrupted);
+        const Wait wait = waitForFrame(voices, due - lookAhead, interrupted);
         if (const auto status = stopped(wait, command, err))
             return *status;
         if (const auto click = track.clickOf(step))

@@ -54,7 +54,7 @@ TEST(SoundOutput, TheCommandLineClickTrackIsOnItsGridToTheSample) {
     });
     // Two seconds of clicks; the rest is room for a machine under load.
     ASSERT_TRUE(testing::waitUntil([&] { return onsets(server, from, 1000).size() >= 16; }, 20000))
-        << err.str();
+        << err.str() << "heard at " << ::testing::PrintToString(onsets(server, from, 1000));
     player.join();
     EXPECT_EQ(status, cli::kExitOk) << err.str();
 

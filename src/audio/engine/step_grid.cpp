@@ -3,6 +3,7 @@
 #include "audio/engine/audio_backend.h"
 #include "audio/engine/voice_mixer.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace quorlen {
@@ -26,12 +27,13 @@ std::int64_t StepGrid::stepAfter(std::int64_t frame) const {
     return step;
 }
 
-std::int64_t firstSafeFrame(const VoiceMixer& mixer) {
-    // Before the first block is done its length is unknown; no output asks
-    // for more than this.
+std::int64_t firstSafeFrame(const VoiceMixer& mixer, double outputLatencySeconds) {
     constexpr int kLongestFirstBlock = 2048;
     const int block = mixer.lastBlockFrames();
-    return mixer.framesRendered() + (block > 0 ? block : kLongestFirstBlock);
+    const auto queue = static_cast<std::int64_t>(
+        std::ceil(std::max(0.0, outputLatencySeconds) * RenderSource::kRateHz));
+    return mixer.framesRendered() +
+           std::max<std::int64_t>(block > 0 ? block : kLongestFirstBlock, queue);
 }
 
 } // namespace quorlen

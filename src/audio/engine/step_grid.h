@@ -25,8 +25,12 @@ struct StepGrid {
 inline constexpr std::int64_t kQueueAheadFrames = 2205; // 50 ms
 
 // The earliest frame a sound queued now is sure to reach before it is
-// rendered: the start of the block after the one the audio thread may be
-// rendering at this moment (its length taken to be the last block's).
-std::int64_t firstSafeFrame(const VoiceMixer& mixer);
+// rendered. An output does not pull one block at a time: when it starts,
+// and whenever its server asks for more, it renders blocks back to back
+// until its queue (`outputLatencySeconds`, what it holds ahead of the
+// speaker) is full. So the safe frame lies a whole queue past what was
+// rendered, and at least a block: the last block's length, or before the
+// first one the longest an output asks for.
+std::int64_t firstSafeFrame(const VoiceMixer& mixer, double outputLatencySeconds);
 
 } // namespace quorlen

@@ -1,6 +1,7 @@
 #include "audio/engine/voice_pool.h"
 
 #include "audio/engine/audio_backend.h"
+#include "audio/engine/step_grid.h"
 
 namespace quorlen {
 
@@ -24,6 +25,10 @@ bool VoicePool::startOutput() { return m_backend->isRunning() || m_backend->star
 void VoicePool::pauseOutput() {
     if (m_backend->isRunning())
         m_backend->pause();
+}
+
+std::int64_t VoicePool::safeFrame() const {
+    return firstSafeFrame(m_mixer, m_backend->latencySeconds());
 }
 
 bool VoicePool::isOutputRunning() const { return m_backend->isRunning(); }

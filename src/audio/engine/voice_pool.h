@@ -35,6 +35,10 @@ public:
     bool isOutputRunning() const;
     bool isOutputStarting() const;
 
+    // The earliest frame of the audio clock a sound queued now is sure to
+    // be in time for (see firstSafeFrame).
+    std::int64_t safeFrame() const;
+
     int nextVoice() const { return m_nextVoice; }
     const VoiceMixer& mixer() const { return m_mixer; }
     // Silences the output from its next block on, for good.

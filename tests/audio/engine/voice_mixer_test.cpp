@@ -265,13 +265,17 @@ TEST(StepGrid, StepAfterIsTheFirstStepNotYetDue) {
     EXPECT_EQ(grid.stepAfter(100 + 5512500), 1001);
 }
 
-TEST(StepGrid, TheFirstSafeFrameIsOneBlockPastWhatWasRendered) {
+TEST(StepGrid, TheFirstSafeFrameIsAWholeOutputQueuePastWhatWasRendered) {
     VoiceMixer mixer(1.0f);
-    EXPECT_EQ(firstSafeFrame(mixer), 2048) << "the first block may be under way, of any size";
+    EXPECT_EQ(firstSafeFrame(mixer, 0), 2048) << "the first block may be under way, of any size";
     std::vector<float> block(2 * 300);
     mixer.render(block.data(), 300);
     mixer.render(block.data(), 200);
-    EXPECT_EQ(firstSafeFrame(mixer), 500 + 200);
+    EXPECT_EQ(firstSafeFrame(mixer, 0), 500 + 200) << "an output of unknown queue: one block";
+    // 16 blocks of 256 at 44.1 kHz: an output that fills its queue in one
+    // go may render all of it before a sound queued now reaches the mixer.
+    EXPECT_EQ(firstSafeFrame(mixer, 4096 / 44100.0), 500 + 4096);
+    EXPECT_EQ(firstSafeFrame(mixer, 100 / 44100.0), 500 + 200) << "never less than a block";
 }
 
 TEST(VoicePool, SixteenVoicesRoundRobinAndARefusedSoundTakesNoVoice) {
@@ -289,6 +293,18 @@ TEST(VoicePool, SixteenVoicesRoundRobinAndARefusedSoundTakesNoVoice) {
     backend.pull(1);
     EXPECT_TRUE(voices.play({0.1f}, 1'000'000));
     EXPECT_EQ(voices.nextVoice(), 1);
+}
+
+TEST(VoicePool, TheSafeFrameAllowsForTheQueueOfTheOutputThatIsRunning) {
+    auto owned = std::make_unique<testing::FakeAudioBackend>();
+    testing::FakeAudioBackend& backend = *owned;
+    VoicePool voices(std::move(owned));
+    backend.latency = 0.05;
+    ASSERT_TRUE(voices.startOutput());
+    backend.pull(256);
+    EXPECT_EQ(voices.safeFrame(), 256 + 2205);
+    voices.pauseOutput();
+    EXPECT_EQ(voices.safeFrame(), 256 + 256) << "a paused output holds nothing";
 }
 
 } // namespace
