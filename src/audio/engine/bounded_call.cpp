@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -47,9 +48,13 @@ CallEnd runWithin(std::chrono::milliseconds limit, std::function<void()> work,
     auto call = std::make_shared<Call>();
     call->work = std::move(work);
     call->afterAbandoned = std::move(afterAbandoned);
+    // Refused like any thread of this program: by a process limit, or for
+    // want of memory for its stack (an error code) or its state (bad_alloc).
     try {
         std::thread([call] { runCall(call); }).detach();
     } catch (const std::system_error&) {
+        return CallEnd::notStarted;
+    } catch (const std::bad_alloc&) {
         return CallEnd::notStarted;
     }
     const auto deadline = std::chrono::steady_clock::now() + limit;
