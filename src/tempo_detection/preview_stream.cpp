@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
+#include <utility>
 
 namespace quorlen {
 namespace {
@@ -18,9 +20,17 @@ constexpr float kAccentGain = 0.5f;
 constexpr double kBeatHz = 1175;
 constexpr float kBeatGain = 0.3f;
 
+// 2.916666 ms: 128.6 frames at 44.1 kHz, rounded to whole frames.
+int framesPerFadeStep(double rateHz) {
+    return static_cast<int>(std::lround(preview::kFadeOutStepSeconds * rateHz));
+}
+
 } // namespace
 
-PreviewStream::PreviewStream() { renderRateFor(kRateHz); }
+PreviewStream::PreviewStream()
+    : m_framesPerFadeStep(framesPerFadeStep(kRateHz)),
+      m_accentClick(synth::makeTickBuffer(kAccentHz, kAccentGain, kRateHz)),
+      m_beatClick(synth::makeTickBuffer(kBeatHz, kBeatGain, kRateHz)) {}
 
 void PreviewStream::begin(uint64_t generation, double delaySeconds) {
     m_delaySeconds.store(delaySeconds, std::memory_order_relaxed);
@@ -28,17 +38,22 @@ void PreviewStream::begin(uint64_t generation, double delaySeconds) {
 }
 
 double PreviewStream::renderRateFor(double outputRateHz) noexcept {
-    if (outputRateHz != m_renderRateHz || m_beatClick.empty()) {
-        m_renderRateHz = outputRateHz;
-        // 2.916666 ms: 128.6 frames at 44.1 kHz, rounded to whole frames.
-        m_framesPerFadeStep =
-            static_cast<int>(std::lround(preview::kFadeOutStepSeconds * outputRateHz));
-        m_accentClick = synth::makeTickBuffer(kAccentHz, kAccentGain, outputRateHz);
-        m_beatClick = synth::makeTickBuffer(kBeatHz, kBeatGain, outputRateHz);
-        m_click = nullptr; // it pointed into the sounds replaced
+    if (outputRateHz != m_renderRateHz) {
+        try {
+            std::vector<float> accent = synth::makeTickBuffer(kAccentHz, kAccentGain, outputRateHz);
+            std::vector<float> beat = synth::makeTickBuffer(kBeatHz, kBeatGain, outputRateHz);
+            m_accentClick = std::move(accent);
+            m_beatClick = std::move(beat);
+            m_renderRateHz = outputRateHz;
+            m_framesPerFadeStep = framesPerFadeStep(outputRateHz);
+            m_click = nullptr; // it pointed into the sounds replaced
+        } catch (const std::bad_alloc&) {
+            // Without memory for the clicks at the output's rate, the preview
+            // stays at the rate they were made for; the output converts it.
+        }
     }
-    m_rateHz.store(outputRateHz, std::memory_order_release);
-    return outputRateHz;
+    m_rateHz.store(m_renderRateHz, std::memory_order_release);
+    return m_renderRateHz;
 }
 
 void PreviewStream::fadeOut() { m_fadeRequests.fetch_add(1, std::memory_order_release); }

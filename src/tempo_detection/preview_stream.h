@@ -70,8 +70,8 @@ public:
     // Main thread, before it starts an output: the rate is unknown (0)
     // until that output tells it.
     void forgetRate() { m_rateHz.store(0, std::memory_order_release); }
-    // Any thread: the rate the blocks must have, that of the output last
-    // started; 0 after forgetRate until the output says.
+    // Any thread: the rate the blocks must have, the one this stream renders
+    // at for the output last started; 0 after forgetRate until it says.
     double rateHz() const { return m_rateHz.load(std::memory_order_acquire); }
     // Main thread. Steps the volume from where it is down to 0 in 12 equal
     // steps 2.916666 ms apart, counted in frames so callbacks cannot jitter it.
@@ -90,7 +90,8 @@ public:
     uint64_t framesPlayed() const { return m_framesPlayed.load(std::memory_order_relaxed); }
 
     // Output thread, while nothing pulls: renders at the output's rate from
-    // now on.
+    // now on, or, when its clicks cannot be made at that rate for want of
+    // memory, at the rate it had. Returns the rate it renders at.
     double renderRateFor(double outputRateHz) noexcept override;
     // Audio thread.
     void render(float* interleavedStereo, int frameCount) noexcept override;

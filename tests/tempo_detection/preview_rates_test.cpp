@@ -1,5 +1,6 @@
 #include "detect_rig.h"
 #include "preview/preview_frames.h"
+#include "support/refused_allocations.h"
 
 #include <gtest/gtest.h>
 
@@ -217,6 +218,23 @@ TEST(PreviewRates, TheClickSoundsOnTheOutputFrameOfTheFilesOwnBeat) {
                     << c.outputRateHz << ": a click before beat " << k;
         }
     }
+}
+
+TEST(PreviewRates, WithoutMemoryForClicksAtTheOutputsRateTheStreamKeepsItsOwn) {
+    // Asked while an output starts, on a thread that may not throw: the
+    // clicks at 48 kHz (3360 floats) need more than those at 44.1 kHz.
+    PreviewStream stream;
+    const size_t clickBytes = stream.beatClick().size() * sizeof(float);
+    {
+        const RefusedAllocations refused(clickBytes);
+        EXPECT_EQ(stream.renderRateFor(48000), RenderSource::kRateHz);
+    }
+    EXPECT_EQ(stream.rateHz(), RenderSource::kRateHz) << "the reader's blocks follow the stream";
+    EXPECT_EQ(stream.beatClick().size(), 3087u);
+    EXPECT_EQ(stream.accentClick().size(), 3087u);
+    // With memory back, the next start follows the output.
+    EXPECT_EQ(stream.renderRateFor(48000), 48000);
+    EXPECT_EQ(stream.beatClick().size(), 3360u);
 }
 
 } // namespace
