@@ -14,6 +14,7 @@
 #include "key/key_names.h"
 #include "tags/tag_writer.h"
 #include "text/failure_texts.h"
+#include "threads/try_start_thread.h"
 
 #include <algorithm>
 #include <chrono>
@@ -248,7 +249,7 @@ std::vector<std::jthread> startWorkers(size_t count, const Job& job, std::atomic
     std::vector<std::jthread> pool;
     pool.reserve(count);
     for (size_t w = 0; w < count; ++w) {
-        std::optional<std::jthread> worker = detection::tryStartThread([&] {
+        std::optional<std::jthread> worker = threads::tryStartThread([&] {
             while (analyzeNext(job, next, board)) {
             }
             // Out of files: the analyses still running may use its threads.

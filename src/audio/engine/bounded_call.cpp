@@ -1,11 +1,12 @@
 #include "audio/engine/bounded_call.h"
 
+#include "threads/try_start_thread.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <new>
-#include <system_error>
+#include <optional>
 #include <thread>
 
 namespace quorlen {
@@ -48,15 +49,10 @@ CallEnd runWithin(std::chrono::milliseconds limit, std::function<void()> work,
     auto call = std::make_shared<Call>();
     call->work = std::move(work);
     call->afterAbandoned = std::move(afterAbandoned);
-    // Refused like any thread of this program: by a process limit, or for
-    // want of memory for its stack (an error code) or its state (bad_alloc).
-    try {
-        std::thread([call] { runCall(call); }).detach();
-    } catch (const std::system_error&) {
+    std::optional<std::jthread> thread = threads::tryStartThread([call] { runCall(call); });
+    if (!thread)
         return CallEnd::notStarted;
-    } catch (const std::bad_alloc&) {
-        return CallEnd::notStarted;
-    }
+    thread->detach();
     const auto deadline = std::chrono::steady_clock::now() + limit;
     std::unique_lock lock(call->mutex);
     for (;;) {

@@ -3,10 +3,10 @@
 #include "decoding/audio_file_reader.h"
 #include "decoding/read_error.h"
 #include "detection/loudest_window.h"
-#include "detection/parallel_for.h"
 #include "detection/resample.h"
 #include "detection/waveform_peaks.h"
 #include "text/failure_texts.h"
+#include "threads/try_start_thread.h"
 
 #include <algorithm>
 #include <cmath>
@@ -89,7 +89,7 @@ public:
     static std::unique_ptr<ReadAhead> start(decoding::AudioFileReader& reader, size_t chunkFrames) {
         auto ahead = std::make_unique<ReadAhead>(reader, chunkFrames);
         std::optional<std::jthread> thread =
-            tryStartThread([self = ahead.get(), chunkFrames](const std::stop_token& stop) {
+            threads::tryStartThread([self = ahead.get(), chunkFrames](const std::stop_token& stop) {
                 self->decodeAll(stop, static_cast<long long>(chunkFrames));
             });
         if (!thread)

@@ -1,5 +1,7 @@
 #include "detection/parallel_for.h"
 
+#include "threads/try_start_thread.h"
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
@@ -35,7 +37,7 @@ void parallelFor(size_t count, int threads, const std::function<void(size_t)>& b
     std::vector<std::jthread> pool;
     pool.reserve(workers - 1);
     for (size_t w = 1; w < workers; ++w) {
-        std::optional<std::jthread> thread = tryStartThread(work);
+        std::optional<std::jthread> thread = threads::tryStartThread(work);
         // Refused: those started and this one share the items.
         if (!thread)
             break;

@@ -3,25 +3,8 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
-#include <new>
-#include <optional>
-#include <system_error>
-#include <thread>
-#include <utility>
 
 namespace quorlen::detection {
-
-// Starts `body` on a thread of its own, or nullopt when the system refuses
-// one: a process limit, or no memory for its stack or its state. Whoever
-// asked goes on with fewer threads.
-template <typename Body> std::optional<std::jthread> tryStartThread(Body&& body) {
-    try {
-        return std::jthread(std::forward<Body>(body));
-    } catch (const std::system_error&) {
-    } catch (const std::bad_alloc&) {
-    }
-    return std::nullopt;
-}
 
 // Calls body(i) for every i in [0, count), spread over up to `threads`
 // threads (the caller's thread included); returns when all calls are done.
