@@ -91,12 +91,13 @@ int playClickTrack(const ClickTrack& track, const std::atomic<bool>& interrupted
     if (const auto status = stopped(waitForFrame(voices, 1, interrupted), command, err))
         return *status;
 
-    const StepGrid grid = StepGrid::fromSeconds(voices.safeFrame(), track.stepSeconds);
     // Each later step reaches the mixer past all the output may render in
     // one go, as the first does, and 50 ms before that for a stall of this
-    // thread.
-    const std::int64_t lookAhead =
-        grid.anchorFrame - voices.mixer().framesRendered() + kQueueAheadFrames;
+    // thread. The clock is read before the safe frame, which can only be
+    // further on, so a block rendered in between shortens nothing.
+    const std::int64_t rendered = voices.mixer().framesRendered();
+    const StepGrid grid = StepGrid::fromSeconds(voices.safeFrame(), track.stepSeconds);
+    const std::int64_t lookAhead = grid.anchorFrame - rendered + kQueueAheadFrames;
     std::int64_t lastDue = grid.anchorFrame;
     for (std::int64_t step = 0; !track.steps || step < *track.steps; ++step) {
         const std::int64_t due = grid.dueFrame(step);
